@@ -1,0 +1,24 @@
+# The portable program is one library: every source file of its folders belongs to it, on every system.
+# The only choice made by system is which folder implements the platform seam below it.
+set(portable_folders core mail pages web desktop)
+set(portable_globs ${portable_folders})
+list(TRANSFORM portable_globs PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM portable_globs APPEND /*.cpp)
+file(GLOB portable_sources CONFIGURE_DEPENDS ${portable_globs})
+add_library(vornelle_portable STATIC ${portable_sources})
+target_compile_definitions(vornelle_portable PRIVATE VORNELLE_ANNOUNCEMENT_URL="${VORNELLE_ANNOUNCEMENT_URL}")
+
+# A platform library stands behind vornelle_portable on every link line.
+function(platform_library name folder)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platform/${folder}/*.cpp)
+  add_library(${name} STATIC ${sources})
+endfunction()
+
+if(WIN32)
+  platform_library(vornelle_platform win32)
+  target_link_libraries(vornelle_platform INTERFACE ws2_32 wininet bcrypt ole32 oleaut32 uuid shell32 comctl32
+    comdlg32 advapi32 user32 gdi32 shlwapi)
+else()
+  platform_library(vornelle_platform posix)
+  platform_library(vornelle_sim sim)
+endif()

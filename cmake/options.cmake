@@ -1,0 +1,28 @@
+# Compiler settings that every target shares.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror)
+add_compile_definitions(
+  VORNELLE_VERSION_MAJOR=${PROJECT_VERSION_MAJOR}
+  VORNELLE_VERSION_MINOR=${PROJECT_VERSION_MINOR}
+  VORNELLE_VERSION_REVISION=${PROJECT_VERSION_PATCH})
+include_directories(${PROJECT_SOURCE_DIR})
+
+if(VORNELLE_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(WIN32)
+  # One program file, no DLL beside it.
+  add_link_options(-static -Wl,--gc-sections)
+  add_compile_options(-ffunction-sections -fdata-sections)
+  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00 WINVER=0x0A00)
+endif()

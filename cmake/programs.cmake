@@ -1,0 +1,38 @@
+# The program, in its application folder beside its data/.
+if(WIN32)
+  set(desktop_folder desktop/win32)
+  set(application_folder ${PROJECT_SOURCE_DIR}/dist/windows)
+else()
+  set(desktop_folder desktop/console)
+  set(application_folder ${PROJECT_SOURCE_DIR}/dist/linux)
+endif()
+if(VORNELLE_SANITIZE OR VORNELLE_FUZZ OR VORNELLE_BENCH)
+  set(application_folder ${PROJECT_BINARY_DIR}/application)
+endif()
+
+file(GLOB desktop_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${desktop_folder}/*.cpp)
+if(WIN32)
+  file(GLOB resource_scripts CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${desktop_folder}/*.rc)
+  if(resource_scripts)
+    enable_language(RC)
+    list(APPEND desktop_sources ${resource_scripts})
+  endif()
+endif()
+
+if(desktop_sources)
+  add_executable(vornelle ${desktop_sources})
+  # The portable library calls down into the platform, never the other way.
+  target_link_libraries(vornelle PRIVATE vornelle_portable vornelle_platform)
+  set_target_properties(vornelle PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${application_folder})
+  if(WIN32)
+    set_target_properties(vornelle PROPERTIES WIN32_EXECUTABLE ON)
+  endif()
+  if(CMAKE_BUILD_TYPE STREQUAL "Release")
+    add_custom_command(TARGET vornelle POST_BUILD COMMAND ${CMAKE_STRIP} $<TARGET_FILE:vornelle>)
+  endif()
+  file(GLOB data_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/data/*)
+  add_custom_target(application_data ALL
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${application_folder}/data
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different ${data_files} ${application_folder}/data
+    VERBATIM)
+endif()

@@ -1,0 +1,65 @@
+// The state of the main window, Form1: switches, log box, timers, counters, the web session, the request being served
+// and the row tables of the last page. One instance, shared by everything; no locks, no copies.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "core/controls.h"
+#include "platform/events.h"
+
+namespace vornelle {
+
+enum class WindowState { normal, minimized };
+
+// Row numbers run from 0 to this one, inclusive, on pages and in listings.
+inline constexpr int kLastRow = 10000;
+
+struct Form1 {
+  // Switches.
+  CheckBox ckActive;
+  CheckBox ckTestMode;
+  CheckBox ckStartMinimized;
+  CheckBox ckAutostart;
+  TextBox LogWindow;
+
+  // Timers.
+  Timer Timer1{1000, true};              // starts the filter run when it is due
+  Timer Timer2{1000, true};              // ends the web session when it is over
+  Timer Timer_min{60000, true};          // counts the minutes
+  Timer TimerWS_Timeout{30000, false};   // bounds the wait for a request line
+
+  // The window itself; the desktop mirrors it.
+  std::string caption = "Vornelle";
+  WindowState windowState = WindowState::normal;
+  bool visible = false;
+  std::function<void()> onWindowChange;  // caption, windowState or visible have changed
+
+  // Counters and flags.
+  bool isClosingDuplicate = false;
+  std::int32_t minutesSinceCheck = 0;    // towards the next automatic filter run
+
+  // The web session.
+  std::string sessionId;                 // 64 letters; "" when nobody is logged in
+  std::int32_t sessionMinutesUsed = 0;
+  bool suppressTitleMinutes = false;     // set while the login page runs its title step
+
+  // The request being served.
+  std::string requestText;               // what the last receive brought, on whatever connection
+  std::string requestPath;               // "" while no request is pending
+  bool wsTimedOut = false;
+
+  // The rows of the last Inbox or SpamBox page, by row number 0 to kLastRow.
+  std::vector<std::string> rowKey = std::vector<std::string>(kLastRow + 1);
+  std::vector<std::string> rowSender = std::vector<std::string>(kLastRow + 1);
+};
+
+extern Form1 form1;
+
+// Puts every program-wide value of core/ (settings, form1) back to what it is in a process that has just started. For
+// tests.
+void resetProgramState();
+
+}  // namespace vornelle

@@ -1,0 +1,72 @@
+// The settings record and its file: 18 KEY=VALUE lines in "\Vornelle.ini" beside the program, or in
+// "\pell-Vornelle.ini" where a file of that name exists.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vornelle {
+
+struct Settings {
+  std::string EMAIL_ADDRESS;
+  std::string SMTP_SERVER;  // host or host:port
+  std::string SMTP_USER;
+  std::string SMTP_PASSWORD;
+  std::string POP_SERVER;  // host or host:port
+  std::string POP_ACCOUNT;
+  std::string POP_PASSWORD;
+  std::string HTTP_PORT_CFG = "7000";
+  std::int16_t CHECK_MIN = 30;        // minutes
+  std::int16_t SESSION_MIN = 30;      // minutes
+  std::int16_t MAX_SPAM_SIZE = 150;   // KB
+  std::int16_t MAX_LINK_SIZE = 150;   // KB
+  bool MAX_LINK_SIZE_ON = true;
+  std::int16_t MESSAGES_PER_PAGE = 15;
+  bool NEW_WINDOW = true;
+  bool ACTIVATE_START = false;
+  bool START_MINIMIZED = false;
+  bool TEST_MODE = true;
+
+  std::int32_t httpPort = 0;          // the listening port; start-up sets 7000 before loading
+
+  // Bounds and constants that start-up assigns.
+  std::int16_t CHECK_MIN_minimum = 0, CHECK_MIN_maximum = 0;
+  std::int16_t SESSION_MIN_minimum = 0, SESSION_MIN_maximum = 0;
+  std::int16_t mailTimeoutSeconds = 0;
+  std::string deletePrefix;           // name prefix of the delete boxes on the pages
+  std::string restorePrefix;          // name prefix of the restore boxes
+};
+
+extern Settings settings;
+
+// What start-up sets before it loads the settings: bounds 10 and 60, port 7000, mail time-out 30 seconds, prefixes "D"
+// and "R".
+void assignConstants();
+
+// Resets the record to its defaults, reads the file when there is one, arms the timers, sets the window's switches
+// (whose click handlers run).
+void configLoad();
+
+// Rewrites the file from the record and the window's switches, arms the timers and sets both minute counters to 0.
+void configSave();
+
+// The number at the start of the text, clamped into the range and rounded (halves to even).
+[[nodiscard]] std::int16_t configCkCHECK_MIN(std::string_view text);
+[[nodiscard]] std::int16_t configCkSESSION_MIN(std::string_view text);
+[[nodiscard]] std::int16_t configCkMAX_SPAM_SIZE(std::string_view text);
+[[nodiscard]] std::int16_t configCkMAX_LINK_SIZE(std::string_view text);
+
+// A size for display, in KB: 150000 gives "143K"; never "0K".
+[[nodiscard]] std::string bytes2KB(double bytes);
+
+// One "*" for each character.
+[[nodiscard]] std::string passwordMask(std::string_view password);
+
+// The path of a shell special folder, ending in "\"; "" on failure. 7 is the user's Startup folder.
+[[nodiscard]] std::string getSpecialFolder(int folderId);
+
+// True when the start-up shortcut "vornelle.lnk" is in the user's Startup folder.
+[[nodiscard]] bool startupLinkExists();
+
+}  // namespace vornelle

@@ -1,0 +1,33 @@
+// 8-bit Windows-1252 text: one character a byte. Letter case knows the letters of Windows-1252 (A-umlaut and so on);
+// trimming removes blanks (character 32) only.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vornelle {
+
+inline constexpr std::string_view kCrLf = "\r\n";
+
+[[nodiscard]] char toLowerChar(char c);
+[[nodiscard]] char toUpperChar(char c);
+[[nodiscard]] std::string toLower(std::string_view text);
+
+[[nodiscard]] bool equalsNoCase(std::string_view a, std::string_view b);
+[[nodiscard]] bool startsWithNoCase(std::string_view text, std::string_view start);
+// 0-based position at or after `from`, or std::string_view::npos. An empty `find` is found at `from`.
+[[nodiscard]] std::size_t findNoCase(std::string_view text, std::string_view find, std::size_t from = 0);
+[[nodiscard]] bool containsNoCase(std::string_view text, std::string_view find);
+
+[[nodiscard]] std::string_view trim(std::string_view text);
+
+// Every occurrence, left to right, without looking again at what was put in. An empty `find` changes nothing.
+[[nodiscard]] std::string replaceAll(std::string_view text, std::string_view find, std::string_view with);
+[[nodiscard]] std::string replaceAllNoCase(std::string_view text, std::string_view find, std::string_view with);
+
+// The lines of a text: CR LF, a lone LF and a lone CR each end a line; a last line without an end counts, an end at the
+// very end of the text starts no further line.
+[[nodiscard]] std::vector<std::string> splitLines(std::string_view text);
+
+}  // namespace vornelle

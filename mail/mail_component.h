@@ -1,0 +1,118 @@
+// The mail component: the program's POP3 and SMTP client as the rest of the program sees it, and its result objects.
+// Nothing else speaks a mail protocol.
+//
+// Each mail task puts a new component into the one program-wide slot, configures it, works, and releases it, which ends
+// the session politely (QUIT, so that deletions take effect) unless a protocol or network error has killed the session:
+// then it ends without QUIT and the server deletes nothing. A task that starts while another one yields replaces the
+// component; the older task's later operations then find none and fail.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vornelle {
+
+class NetStream;
+class Pop3Client;
+class SmtpClient;
+
+// One message, fetched from the server or parsed from a SpamBox file. All texts are Windows-1252.
+class MailMessage {
+ public:
+  [[nodiscard]] const std::string& getSubject() const { return subject; }
+  [[nodiscard]] const std::string& getFromAddress() const { return from; }  // the whole From field, unfolded, decoded
+  [[nodiscard]] const std::string& getFromDisplay() const { return from; }
+  // Seconds since 1970 UTC; nullopt when the message has no date that can be read.
+  [[nodiscard]] std::optional<std::int64_t> getDate() const { return date; }
+  [[nodiscard]] const std::string& getRawText() const { return rawText; }  // the source exactly as received, CR LF
+  [[nodiscard]] const std::string& getPlainBody() const { return plainBody; }
+  [[nodiscard]] const std::string& getHtmlBody() const { return htmlBody; }
+  [[nodiscard]] const std::string& getBodyText(int /*option*/) const { return bodyText; }
+  [[nodiscard]] const std::string& getUidl() const { return uidl; }
+  [[nodiscard]] std::int32_t getSize() const { return size; }  // bytes
+  [[nodiscard]] bool hasPlainBody() const { return plainBodyPresent; }
+  [[nodiscard]] bool hasHtmlBody() const { return htmlBodyPresent; }
+
+  std::string from, subject, uidl, rawText, plainBody, htmlBody, bodyText;
+  std::optional<std::int64_t> date;
+  std::int32_t size = 0;
+  bool plainBodyPresent = false, htmlBodyPresent = false;
+};
+
+// One message for each place of the mailbox, in mailbox order.
+class HeaderList {
+ public:
+  [[nodiscard]] std::int32_t getCount() const { return static_cast<std::int32_t>(messages.size()); }
+  // Sender, subject, date, size and UIDL are filled in; null for an index outside 0 to count - 1.
+  [[nodiscard]] const MailMessage* getItem(std::int32_t index) const {
+    return index >= 0 && index < getCount() ? &messages[static_cast<std::size_t>(index)] : nullptr;
+  }
+  void listPrepare(int /*option*/) {}
+  std::vector<MailMessage> messages;
+};
+
+class UidlList {
+ public:
+  [[nodiscard]] std::int32_t getCount() const { return static_cast<std::int32_t>(uidls.size()); }
+  [[nodiscard]] const std::string* getItem(std::int32_t index) const {
+    return index >= 0 && index < getCount() ? &uidls[static_cast<std::size_t>(index)] : nullptr;
+  }
+  std::vector<std::string> uidls;
+};
+
+class MailComponent {
+ public:
+  MailComponent();
+  ~MailComponent();  // ends the open session
+  MailComponent(const MailComponent&) = delete;
+  MailComponent& operator=(const MailComponent&) = delete;
+
+  // Hosts may carry a port, "mail.example:8110"; without one it is 110 (POP3) and 25 (SMTP).
+  void setPopServer(std::string host);
+  void setPopAccount(std::string account);
+  void setPopPassword(std::string password);
+  void setSmtpServer(std::string host);
+  void setSmtpUser(std::string user);
+  void setSmtpPassword(std::string password);
+  void setSmtpAuthMethod(std::string method);  // "LOGIN"
+  void setTimeoutSeconds(std::int16_t seconds);  // for each network wait; 30 when never set
+
+  // Connects and logs on (USER, PASS; RFC 1939). False on any failure.
+  [[nodiscard]] bool popConnect();
+  // Headers, sizes and unique-ids of every message; null on failure. A message whose unique-id cannot be told has an
+  // empty one: it can be neither fetched nor deleted.
+  [[nodiscard]] std::unique_ptr<HeaderList> popGetHeaderList(int option);
+  // The whole message; null on failure, and then it is not deleted in this session either.
+  [[nodiscard]] std::unique_ptr<MailMessage> popGetMessage(const std::string& uidl);
+  [[nodiscard]] std::unique_ptr<UidlList> popGetUidls();
+  // Marks the message deleted; it is gone when the session ends with QUIT. False when it could not be marked.
+  bool popDeleteMessage(const std::string& uidl);
+
+  // Connects and greets (EHLO, HELO where that is refused; RFC 5321). False on any failure.
+  [[nodiscard]] bool smtpConnect();
+  // Connects and greets if that has not been done, then authenticates (AUTH LOGIN, RFC 4954) when a user is set.
+  [[nodiscard]] bool smtpLogin();
+  // Sends the text (dot-stuffed on the wire only). 1: sent. Anything else: not sent.
+  [[nodiscard]] std::int32_t smtpSendRaw(const std::string& from, const std::string& to, const std::string& text);
+
+  // Parses the source text of a message. Size is the length of the text. Never fails; missing fields are empty.
+  [[nodiscard]] static std::unique_ptr<MailMessage> loadMessageText(std::string text);
+  // The same from a file; null when it cannot be read.
+  [[nodiscard]] static std::unique_ptr<MailMessage> loadMessageFile(const std::string& path);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+// The program-wide slot: the current mail component, or null.
+extern std::unique_ptr<MailComponent> currentMail;
+
+// Puts a new component into the slot, configured with the POP3 settings and the time-out.
+MailComponent& newPopComponent();
+
+}  // namespace vornelle

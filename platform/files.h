@@ -1,0 +1,45 @@
+// Files and folders. Paths are the application's own: the application folder plus names with "\" between them, on every
+// system. Every name below the application folder is matched without regard to letter case; a name that does not exist
+// yet is created as it is spelled. File names are 8-bit text (Windows-1252); on POSIX systems the bytes are used as they
+// are.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vornelle {
+
+// The folder of the program file, without a trailing backslash.
+[[nodiscard]] std::string applicationFolder();
+
+[[nodiscard]] bool fileExists(const std::string& path);  // an ordinary file
+[[nodiscard]] bool folderExists(const std::string& path);
+[[nodiscard]] bool createFolder(const std::string& path);
+[[nodiscard]] std::optional<std::uint64_t> fileLength(const std::string& path);
+
+// The whole content; nullopt when the file is missing or cannot be read to its end.
+[[nodiscard]] std::optional<std::string> readFile(const std::string& path);
+
+// Replaces the file's content so that a crash leaves the old content or the new one: written to a temporary file beside
+// it, flushed to the disk, renamed over it. False when it could not be written whole; the old file then stands as it
+// was, and where there was none there is none.
+[[nodiscard]] bool writeFile(const std::string& path, std::string_view bytes);
+
+// Opens for appending, writes, closes; creates the file when it is missing (an empty `bytes` just creates it).
+[[nodiscard]] bool appendFile(const std::string& path, std::string_view bytes);
+
+[[nodiscard]] bool deleteFile(const std::string& path);
+
+struct FolderEntry {
+  std::string name;                    // as spelled on the disk
+  std::int64_t modifiedMilliseconds;  // since 1970-01-01 UTC
+};
+
+// The ordinary files of the folder whose names end in `ending` (letter case ignored), in the order the folder returns
+// them. A missing folder has none.
+[[nodiscard]] std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view ending);
+
+}  // namespace vornelle

@@ -1,0 +1,29 @@
+// A blocking byte stream to a mail server, every wait bounded. The protocol code above it does not know what carries its
+// bytes; this is the place where TLS will be added.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vornelle {
+
+class NetStream {
+ public:
+  virtual ~NetStream() = default;
+
+  // Waits until something has arrived and reads at most `size` bytes. 0: the peer has closed. nullopt: time-out or a
+  // broken connection.
+  [[nodiscard]] virtual std::optional<std::size_t> read(char* buffer, std::size_t size, int timeoutMilliseconds) = 0;
+
+  // Sends all the bytes; false on time-out (no progress for that long) or a broken connection.
+  [[nodiscard]] virtual bool write(std::string_view bytes, int timeoutMilliseconds) = 0;
+};
+
+// Resolves the host (name or address) and connects, trying its addresses in turn within the time-out. Null on failure.
+// Closing is done by the destructor.
+[[nodiscard]] std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds);
+
+}  // namespace vornelle

@@ -1,0 +1,116 @@
+// The simulated platform, as a test sees it: a virtual clock, an in-memory network and an in-memory shell. Files are real
+// ones, in a temporary application folder.
+//
+// Time passes only when the program waits: waitEvents() with nothing ready moves the clock to the next timer or to the
+// next scripted step; pause() moves it by its length; a NetStream wait that times out moves it by the time-out. A wait
+// that nothing can ever end throws sim::Deadlock, so that a test fails instead of hanging.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/clock.h"
+#include "platform/socket.h"
+
+namespace vornelle::sim {
+
+// Thrown by endProcess().
+struct ProcessEnded {};
+
+struct Deadlock : std::logic_error {
+  using std::logic_error::logic_error;
+};
+
+// Puts the whole simulated platform back to its first state: clock at 2026-11-15 01:55:00 local time (UTC in this
+// world), no connections, no servers, no scripted steps, empty shell record; a fresh, empty application folder with an
+// empty "data" folder in it. Timers that exist stay registered; their periods start again.
+void reset();
+
+// ---- clock ----
+void setUtc(std::int64_t seconds);
+std::int64_t elapsedMilliseconds();  // virtual time since reset()
+// Lets the given virtual time pass, serving every event that falls into it in order.
+void advance(int milliseconds);
+// Runs the step as an event at the given distance from now (0: as soon as events are served).
+void after(int milliseconds, std::function<void()> step);
+
+// ---- the browser's side of the in-memory network ----
+class Client {
+ public:
+  bool connect(LoopbackAddress address, int port);  // false: nobody listens there
+  void send(std::string_view bytes);
+  void finishSending();   // half close
+  void disconnect();      // full close
+  void reset();           // connection reset
+  const std::string& received() const;
+  bool closedByServer() const;
+  // How many bytes the connection takes until the client reads; unlimited at first. takeMore() raises it.
+  void limitReceiveBuffer(std::size_t bytes);
+  void takeMore(std::size_t bytes);
+
+  Client();
+  ~Client();
+  Client(Client&&) noexcept;
+  Client& operator=(Client&&) noexcept;
+  struct Impl;
+
+ private:
+  std::shared_ptr<Impl> impl_;
+};
+// Ports (of either loopback address) that listen() refuses as taken.
+void occupyPort(LoopbackAddress address, int port);
+void refuseAddress(LoopbackAddress address);  // as on a machine without IPv6
+int listeningPort(LoopbackAddress address);   // the lowest one that is listened on; 0: none
+
+// ---- mail servers behind NetStream ----
+class Server {  // one instance for each connection
+ public:
+  virtual ~Server() = default;
+  // Both append what the server sends to `out`. close(): the stream ends after what has been sent.
+  virtual void onConnect(std::string& out) = 0;
+  virtual void onData(std::string_view bytes, std::string& out) = 0;
+  bool closed = false;    // set by the server: end of stream once `out` has been read
+  bool stalled = false;   // set by the server: every further wait times out
+  bool broken = false;    // set by the server: reads and writes fail at once
+};
+// Connections to host:port go to a server that the factory makes (null: refused). Replaces an earlier one.
+void addServer(const std::string& host, int port, std::function<std::unique_ptr<Server>()> factory);
+void removeServer(const std::string& host, int port);
+int connectionsMade();
+
+// ---- shell ----
+struct Shell {
+  int beeps = 0;
+  std::vector<std::string> messageBoxes;
+  std::function<void(const std::string&)> onMessageBox;  // run while the box is open; may serve events
+  bool previousInstance = false;
+  std::string startupFolder;                     // "" : getSpecialFolderPath fails
+  std::vector<std::pair<std::string, std::string>> links;  // name, target; the .lnk file is created too
+  std::vector<std::string> openedAddresses;
+  std::map<std::string, std::string> downloads;  // url -> text
+  std::vector<std::string> downloadedUrls;
+  int iconAdds = 0, iconDeletes = 0;
+  bool iconShown = false;
+  std::vector<std::string> iconTips;             // tip of the add, then of each modification
+  std::string amDesignator = "AM", pmDesignator = "PM";
+};
+Shell& shell();
+// Runs the termination handler as an event.
+void requestTermination();
+
+// ---- files ----
+// Writing (writeFile and appendFile) to a path that contains the text fails while it is set; "" : nothing fails.
+void failWritesTo(const std::string& part);
+// Reading a path that contains the text fails while it is set.
+void failReadsOf(const std::string& part);
+
+// ---- random numbers ----
+void setRandomSeed(std::uint64_t seed);  // fillRandom is a fixed sequence in this world
+
+}  // namespace vornelle::sim

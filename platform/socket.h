@@ -1,0 +1,69 @@
+// Event-driven TCP sockets on the loopback interface, in the shape of a socket control: operations that never block,
+// and events that the event loop delivers.
+//
+// Order of events for each socket: ConnectionRequest (a listener), Connect (an outgoing one), DataArrival,
+// SendComplete, Close.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace vornelle {
+
+enum class LoopbackAddress { ipv4, ipv6 };  // 127.0.0.1 and [::1]
+
+class SocketControl {
+ public:
+  using RequestId = std::intptr_t;
+
+  SocketControl();
+  ~SocketControl();  // closes gracefully, as close() does
+  SocketControl(const SocketControl&) = delete;
+  SocketControl& operator=(const SocketControl&) = delete;
+
+  // Listens on the address and port (1 to 65535, others fail). False when the port cannot be had. On POSIX systems the
+  // port is taken with SO_REUSEADDR, so that a restart gets its port back; on Windows exclusively.
+  [[nodiscard]] bool listen(LoopbackAddress address, int port);
+
+  // Takes over the connection that a ConnectionRequest event announced. Only valid inside that event's handler; a
+  // request that nobody has accepted when the handler returns is dropped.
+  [[nodiscard]] bool accept(RequestId request);
+
+  // Starts a connection. Connect follows when it stands, Close when it could not be made. False: failed at once.
+  [[nodiscard]] bool connect(LoopbackAddress address, int port);
+
+  // Everything that has arrived, at most 64 KiB at once; DataArrival comes again while more is waiting.
+  [[nodiscard]] std::string getData();
+
+  // Queues the bytes for sending. True when the socket is connected (also when the other side has gone meanwhile);
+  // then exactly one SendComplete follows: when the last byte has been handed to the operating system, or when the
+  // connection is lost. An answer that fits the send buffer is handed over in this call, and its SendComplete is then
+  // served by the next doEvents() or waitEvents().
+  [[nodiscard]] bool sendData(std::string_view bytes);
+
+  // Graceful close: what was sent arrives, even where the other side had sent more than was read. No event follows.
+  void close();
+
+  // The peer closed or the connection broke; Close has been or will be served. The socket can still send to a peer
+  // that has only finished sending.
+  [[nodiscard]] bool peerClosed() const;
+  [[nodiscard]] bool isOpen() const;
+  [[nodiscard]] int localPort() const;  // 0 when not open
+
+  std::function<void(RequestId)> onConnectionRequest;
+  std::function<void()> onConnect;
+  std::function<void()> onDataArrival;
+  std::function<void()> onSendComplete;
+  std::function<void()> onClose;
+
+  struct Impl;
+
+ private:
+  std::shared_ptr<Impl> impl_;
+};
+
+}  // namespace vornelle

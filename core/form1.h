@@ -1,5 +1,5 @@
-// The state of the main window, Form1: switches, log box, timers, counters, the web session, the request being served
-// and the row tables of the last page. One instance, shared by everything; no locks, no copies.
+// The state of the main window, Form1: switches, log box, timers, counters, the web session, the request
+// being served and the row tables of the last page. One instance, shared by everything; no locks, no copies.
 #pragma once
 
 #include <cstdint>
@@ -26,29 +26,30 @@ struct Form1 {
   TextBox LogWindow;
 
   // Timers.
-  Timer Timer1{1000, true};              // starts the filter run when it is due
-  Timer Timer2{1000, true};              // ends the web session when it is over
-  Timer Timer_min{60000, true};          // counts the minutes
-  Timer TimerWS_Timeout{30000, false};   // bounds the wait for a request line
+  Timer Timer1{1000, true};             // starts the filter run when it is due
+  Timer Timer2{1000, true};             // ends the web session when it is over
+  Timer Timer_min{60000, true};         // counts the minutes
+  Timer TimerWS_Timeout{30000, false};  // bounds the wait for a request line
 
   // The window itself; the desktop mirrors it.
   std::string caption = "Vornelle";
   WindowState windowState = WindowState::normal;
   bool visible = false;
   std::function<void()> onWindowChange;  // caption, windowState or visible have changed
+  std::function<void()> onRaise;         // the window is to come to the foreground
 
   // Counters and flags.
   bool isClosingDuplicate = false;
-  std::int32_t minutesSinceCheck = 0;    // towards the next automatic filter run
+  std::int32_t minutesSinceCheck = 0;  // towards the next automatic filter run
 
   // The web session.
-  std::string sessionId;                 // 64 letters; "" when nobody is logged in
+  std::string sessionId;  // 64 letters; "" when nobody is logged in
   std::int32_t sessionMinutesUsed = 0;
-  bool suppressTitleMinutes = false;     // set while the login page runs its title step
+  bool suppressTitleMinutes = false;  // set while the login page runs its title step
 
   // The request being served.
-  std::string requestText;               // what the last receive brought, on whatever connection
-  std::string requestPath;               // "" while no request is pending
+  std::string requestText;  // what the last receive brought, on whatever connection
+  std::string requestPath;  // "" while no request is pending
   bool wsTimedOut = false;
 
   // The rows of the last Inbox or SpamBox page, by row number 0 to kLastRow.
@@ -58,8 +59,8 @@ struct Form1 {
 
 extern Form1 form1;
 
-// Puts every program-wide value of core/ (settings, form1) back to what it is in a process that has just started. For
-// tests.
+// Puts every program-wide value of core/ (settings, form1) back to what it is in a process that has just
+// started. For tests.
 void resetProgramState();
 
 }  // namespace vornelle

@@ -8,6 +8,10 @@
 
 namespace vornelle {
 
+// The name prefixes of the delete and restore boxes on the pages. Start-up puts them into the record.
+inline constexpr std::string_view kDeletePrefix = "D";
+inline constexpr std::string_view kRestorePrefix = "R";
+
 struct Settings {
   std::string EMAIL_ADDRESS;
   std::string SMTP_SERVER;  // host or host:port

@@ -227,9 +227,14 @@ std::string getSpecialFolder(int folderId) {
   return getSpecialFolderPath(folderId);
 }
 
-bool startupLinkExists() {
+std::string startupLinkPath() {
   const std::string folder = getSpecialFolder(kStartupFolderId);
-  return !folder.empty() && fileExists(folder + "vornelle.lnk");
+  return folder.empty() ? "" : folder + "vornelle.lnk";
+}
+
+bool startupLinkExists() {
+  const std::string path = startupLinkPath();
+  return !path.empty() && fileExists(path);
 }
 
 }  // namespace vornelle

@@ -21,10 +21,10 @@ struct Settings {
   std::string POP_ACCOUNT;
   std::string POP_PASSWORD;
   std::string HTTP_PORT_CFG = "7000";
-  std::int16_t CHECK_MIN = 30;        // minutes
-  std::int16_t SESSION_MIN = 30;      // minutes
-  std::int16_t MAX_SPAM_SIZE = 150;   // KB
-  std::int16_t MAX_LINK_SIZE = 150;   // KB
+  std::int16_t CHECK_MIN = 30;       // minutes
+  std::int16_t SESSION_MIN = 30;     // minutes
+  std::int16_t MAX_SPAM_SIZE = 150;  // KB
+  std::int16_t MAX_LINK_SIZE = 150;  // KB
   bool MAX_LINK_SIZE_ON = true;
   std::int16_t MESSAGES_PER_PAGE = 15;
   bool NEW_WINDOW = true;
@@ -32,27 +32,28 @@ struct Settings {
   bool START_MINIMIZED = false;
   bool TEST_MODE = true;
 
-  std::int32_t httpPort = 0;          // the listening port; start-up sets 7000 before loading
+  std::int32_t httpPort = 0;  // the listening port; start-up sets 7000 before loading
 
   // Bounds and constants that start-up assigns.
   std::int16_t CHECK_MIN_minimum = 0, CHECK_MIN_maximum = 0;
   std::int16_t SESSION_MIN_minimum = 0, SESSION_MIN_maximum = 0;
   std::int16_t mailTimeoutSeconds = 0;
-  std::string deletePrefix;           // name prefix of the delete boxes on the pages
-  std::string restorePrefix;          // name prefix of the restore boxes
+  std::string deletePrefix;   // name prefix of the delete boxes on the pages
+  std::string restorePrefix;  // name prefix of the restore boxes
 };
 
 extern Settings settings;
 
-// What start-up sets before it loads the settings: bounds 10 and 60, port 7000, mail time-out 30 seconds, prefixes "D"
-// and "R".
+// What start-up sets before it loads the settings: bounds 10 and 60, port 7000, mail time-out 30 seconds,
+// prefixes "D" and "R".
 void assignConstants();
 
-// Resets the record to its defaults, reads the file when there is one, arms the timers, sets the window's switches
-// (whose click handlers run).
+// Resets the record to its defaults, reads the file when there is one, arms the timers, sets the window's
+// switches (whose click handlers run).
 void configLoad();
 
-// Rewrites the file from the record and the window's switches, arms the timers and sets both minute counters to 0.
+// Rewrites the file from the record and the window's switches, arms the timers and sets both minute counters
+// to 0.
 void configSave();
 
 // The number at the start of the text, clamped into the range and rounded (halves to even).
@@ -70,7 +71,9 @@ void configSave();
 // The path of a shell special folder, ending in "\"; "" on failure. 7 is the user's Startup folder.
 [[nodiscard]] std::string getSpecialFolder(int folderId);
 
-// True when the start-up shortcut "vornelle.lnk" is in the user's Startup folder.
+// The path of the start-up shortcut, "vornelle.lnk" in the user's Startup folder; "" when there is no such
+// folder.
+[[nodiscard]] std::string startupLinkPath();
 [[nodiscard]] bool startupLinkExists();
 
 }  // namespace vornelle

@@ -13,11 +13,10 @@ namespace vornelle {
 // The whole text, to be written into a blank document.
 [[nodiscard]] std::string frmAboutHtml();
 
-// One paragraph: text, then (where it has one) a link, whose text is its address, then more text.
+// One paragraph: text, then (where it has one) a link, whose text is its address.
 struct AboutParagraph {
   std::string text;
   std::string link;
-  std::string textAfterLink;
 };
 // The same text without markup, paragraph by paragraph. The first one starts with the program's name, which
 // the HTML text shows in bold.

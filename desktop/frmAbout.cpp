@@ -1,0 +1,68 @@
+#include "desktop/frmAbout.h"
+
+#include "core/settings.h"
+#include "core/version.h"
+#include "desktop/main_window.h"
+#include "platform/files.h"
+
+namespace vornelle {
+namespace {
+
+constexpr const char* kParagraphStart =
+    "<p style='font-family: Verdana, Arial, Helvetica, sans-serif;font-size: 9pt;'>";
+constexpr const char* kProgramName = "Vornelle";
+
+// A folder's name may hold characters that mean something in HTML.
+std::string escapeHtml(const std::string& text) {
+  std::string escaped;
+  for (const char c : text) {
+    switch (c) {
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      default:
+        escaped += c;
+    }
+  }
+  return escaped;
+}
+
+}  // namespace
+
+std::string frmAboutTitle() {
+  return std::string("About ") + kProgramName;
+}
+
+std::vector<AboutParagraph> frmAboutParagraphs() {
+  return {
+      {kProgramName + (" v" + versionText()), ""},
+      {"Vornelle is currently listening to port " + std::to_string(settings.httpPort) +
+           ". To access on this PC use this URL: ",
+       webInterfaceAddress()},
+      {"The address is for a web browser on this computer. Other computers cannot reach it.", ""},
+      {"You find the documentation in the application folder: " + applicationFolder() + "\\docs", ""},
+  };
+}
+
+std::string frmAboutHtml() {
+  const std::string boldName = std::string("<b>") + kProgramName + "</b>";
+  std::string html;
+  for (const AboutParagraph& paragraph : frmAboutParagraphs()) {
+    std::string text = escapeHtml(paragraph.text);
+    if (html.empty()) text.replace(0, std::string(kProgramName).size(), boldName);
+    html += kParagraphStart + text;
+    if (!paragraph.link.empty()) {
+      html += "<a href='" + paragraph.link + "' target='_blank'>" + paragraph.link + "</a>";
+    }
+    html += "</p>";
+  }
+  return html;
+}
+
+}  // namespace vornelle

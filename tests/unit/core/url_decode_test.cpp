@@ -1,0 +1,57 @@
+#include "core/url_decode.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+#include <vector>
+
+namespace vornelle {
+namespace {
+
+TEST(UrlDecode, EveryRowOfTheTableIsDecoded) {
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"+", " "},   {"%0D%0A", "\r\n"}, {"%21", "!"},    {"%22", "\""}, {"%A7", "\xA7"}, {"%24", "$"},
+      {"%25", "%"}, {"%26", "&"},       {"%2F", "/"},    {"%28", "("},  {"%29", ")"},    {"%3D", "="},
+      {"%3F", "?"}, {"%B2", "\xB2"},    {"%B3", "\xB3"}, {"%7B", "{"},  {"%5B", "["},    {"%5D", "]"},
+      {"%7D", "}"}, {"%5C", "\\"},      {"%DF", "\xDF"}, {"%23", "#"},  {"%27", "'"},    {"%3A", ":"},
+      {"%2C", ","}, {"%3B", ";"},       {"%60", "`"},    {"%7E", "~"},  {"%2B", "+"},    {"%B4", "\xB4"},
+  };
+  ASSERT_EQ(rows.size(), 30u);
+  for (const auto& [find, with] : rows) {
+    EXPECT_EQ(urlDecode("x" + find + "y" + find), "x" + with + "y" + with) << find;
+  }
+}
+
+TEST(UrlDecode, EscapesOutsideTheTableStay) {
+  for (const char* text : {"%40", "%3C", "%3E", "%0A", "%0D", "%20", "%E4", "%", "%%", "%2", "plain text"}) {
+    EXPECT_EQ(urlDecode(text), text);
+  }
+}
+
+TEST(UrlDecode, LowerCaseHexDigitsAreNotDecoded) {
+  EXPECT_EQ(urlDecode("a+b%2Bc%2fd"), "a b+c%2fd");
+  EXPECT_EQ(urlDecode("%0d%0a%a7%3d"), "%0d%0a%a7%3d");
+}
+
+TEST(UrlDecode, APlusBecomesABlankBeforeAnEscapedPlusBecomesAPlus) {
+  EXPECT_EQ(urlDecode("+%2B+"), " + ");
+}
+
+TEST(UrlDecode, AnEscapedPercentSignIsDecodedTwiceWhereALaterRowFindsIt) {
+  EXPECT_EQ(urlDecode("%2526"), "&");
+  EXPECT_EQ(urlDecode("%252B"), "+");
+  EXPECT_EQ(urlDecode("%25B4"), "\xB4");
+}
+
+TEST(UrlDecode, AnEscapedPercentSignIsDecodedOnceWhereTheRowHasPassed) {
+  EXPECT_EQ(urlDecode("%2521"), "%21");
+  EXPECT_EQ(urlDecode("%2525"), "%25");
+  EXPECT_EQ(urlDecode("%250D%250A"), "%0D%0A");
+}
+
+TEST(UrlDecode, AnEmptyTextStaysEmpty) {
+  EXPECT_EQ(urlDecode(""), "");
+}
+
+}  // namespace
+}  // namespace vornelle

@@ -8,9 +8,12 @@ file(GLOB portable_sources CONFIGURE_DEPENDS ${portable_globs})
 add_library(vornelle_portable STATIC ${portable_sources})
 target_compile_definitions(vornelle_portable PRIVATE VORNELLE_ANNOUNCEMENT_URL="${VORNELLE_ANNOUNCEMENT_URL}")
 
-# A platform library stands behind vornelle_portable on every link line.
-function(platform_library name folder)
-  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platform/${folder}/*.cpp)
+# A platform library stands behind vornelle_portable on every link line. Its sources are those of the named folders.
+function(platform_library name)
+  set(globs ${ARGN})
+  list(TRANSFORM globs PREPEND ${PROJECT_SOURCE_DIR}/platform/)
+  list(TRANSFORM globs APPEND /*.cpp)
+  file(GLOB sources CONFIGURE_DEPENDS ${globs})
   add_library(${name} STATIC ${sources})
 endfunction()
 
@@ -19,6 +22,6 @@ if(WIN32)
   target_link_libraries(vornelle_platform INTERFACE ws2_32 wininet bcrypt ole32 oleaut32 uuid shell32 comctl32
     comdlg32 advapi32 user32 gdi32 shlwapi)
 else()
-  platform_library(vornelle_platform posix)
-  platform_library(vornelle_sim sim)
+  platform_library(vornelle_platform shared posix)
+  platform_library(vornelle_sim shared sim)
 endif()

@@ -1,0 +1,15 @@
+// What files.cpp asks of the platform that it is built into.
+#pragma once
+
+#include <string>
+
+namespace vornelle::files {
+
+// The application folder as the system spells it: absolute, no slash at its end.
+[[nodiscard]] std::string nativeApplicationFolder();
+
+// Faults that a test has asked for; the real platform has none of its own making. The path is the caller's.
+[[nodiscard]] bool writingFails(const std::string& path);
+[[nodiscard]] bool readingFails(const std::string& path);
+
+}  // namespace vornelle::files

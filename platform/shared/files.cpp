@@ -1,0 +1,206 @@
+// Files on a POSIX system.
+#include "platform/files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <exception>
+#include <utility>
+
+#include "platform/shared/file_hooks.h"
+#include "platform/shared/paths.h"
+
+namespace vornelle {
+namespace {
+
+using files::nativePath;
+
+// Mail and passwords are the user's own business.
+constexpr mode_t kNewFileMode = 0600;
+constexpr mode_t kNewFolderMode = 0700;
+
+class File {
+ public:
+  File(const std::string& path, int flags, mode_t mode = 0) : descriptor_(open(path.c_str(), flags | O_CLOEXEC, mode)) {}
+  ~File() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+
+  [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+
+  [[nodiscard]] bool writeAll(std::string_view bytes) const {
+    while (!bytes.empty()) {
+      const ssize_t written = ::write(descriptor_, bytes.data(), bytes.size());
+      if (written < 0 && errno == EINTR) continue;
+      if (written <= 0) return false;
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+  }
+
+  // Some file systems report a full disk only here.
+  [[nodiscard]] bool close() { return ::close(std::exchange(descriptor_, -1)) == 0; }
+
+ private:
+  int descriptor_;
+};
+
+std::optional<struct stat> statusOf(const std::string& path) {
+  const std::optional<std::string> native = nativePath(path);
+  struct stat status;
+  if (!native || stat(native->c_str(), &status) != 0) return std::nullopt;
+  return status;
+}
+
+std::string parentOf(const std::string& native) {
+  const std::size_t slash = native.rfind('/');
+  return slash == 0 ? "/" : native.substr(0, slash);
+}
+
+// Makes the folder's entries last through a loss of power.
+bool syncFolder(const std::string& native) {
+  const File folder(native, O_RDONLY | O_DIRECTORY);
+  if (!folder.isOpen()) return false;
+  // Some file systems cannot do it for folders, and say so with EINVAL.
+  return fsync(folder.descriptor()) == 0 || errno == EINVAL;
+}
+
+// The file that a rename has to replace: a symbolic link stays and its target is replaced.
+std::string replacedFile(const std::string& native) {
+  struct stat status;
+  if (lstat(native.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return native;
+  char* const resolved = realpath(native.c_str(), nullptr);
+  if (!resolved) return native;
+  std::string target = resolved;
+  free(resolved);
+  return target;
+}
+
+bool writeTemporary(const std::string& path, const struct stat* old, std::string_view bytes) {
+  unlink(path.c_str());
+  File file(path, O_WRONLY | O_CREAT | O_EXCL, kNewFileMode);
+  if (!file.isOpen()) return false;
+  if (old) {
+    // Owner first: a change of owner may take bits from the mode. Only root can keep a foreign owner.
+    if (fchown(file.descriptor(), old->st_uid, old->st_gid) != 0) errno = 0;
+    if (fchmod(file.descriptor(), old->st_mode & 07777) != 0) return false;
+  }
+  return file.writeAll(bytes) && fsync(file.descriptor()) == 0 && file.close();
+}
+
+}  // namespace
+
+bool fileExists(const std::string& path) {
+  const auto status = statusOf(path);
+  return status && S_ISREG(status->st_mode);
+}
+
+bool folderExists(const std::string& path) {
+  const auto status = statusOf(path);
+  return status && S_ISDIR(status->st_mode);
+}
+
+bool createFolder(const std::string& path) {
+  const std::optional<std::string> native = nativePath(path);
+  if (!native) return false;
+  if (mkdir(native->c_str(), kNewFolderMode) != 0) return errno == EEXIST && folderExists(path);
+  return syncFolder(parentOf(*native));
+}
+
+std::optional<std::uint64_t> fileLength(const std::string& path) {
+  const auto status = statusOf(path);
+  if (!status || !S_ISREG(status->st_mode)) return std::nullopt;
+  return static_cast<std::uint64_t>(status->st_size);
+}
+
+std::optional<std::string> readFile(const std::string& path) try {
+  if (files::readingFails(path)) return std::nullopt;
+  const std::optional<std::string> native = nativePath(path);
+  if (!native) return std::nullopt;
+  // Without O_NONBLOCK the opening of a named pipe would wait for a writer.
+  const File file(*native, O_RDONLY | O_NONBLOCK);
+  struct stat status;
+  if (!file.isOpen() || fstat(file.descriptor(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has grown.
+  std::string content(static_cast<std::size_t>(status.st_size) + 1, '\0');
+  std::size_t length = 0;
+  while (true) {
+    const ssize_t got = read(file.descriptor(), content.data() + length, content.size() - length);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return std::nullopt;
+    if (got == 0) break;
+    length += static_cast<std::size_t>(got);
+    if (length == content.size()) content.resize(content.size() * 2);
+  }
+  content.resize(length);
+  return content;
+} catch (const std::exception&) {
+  return std::nullopt;  // more than the memory holds
+}
+
+bool writeFile(const std::string& path, std::string_view bytes) {
+  if (files::writingFails(path)) return false;
+  const std::optional<std::string> native = nativePath(path);
+  if (!native) return false;
+  const std::string target = replacedFile(*native);
+  const std::string folder = parentOf(target);
+  const std::string temporary = folder + "/" + files::temporaryName(std::string_view(target).substr(target.rfind('/') + 1));
+  struct stat old;
+  const bool replaces = stat(target.c_str(), &old) == 0;
+  if (replaces && !S_ISREG(old.st_mode)) return false;
+
+  if (!writeTemporary(temporary, replaces ? &old : nullptr, bytes) || rename(temporary.c_str(), target.c_str()) != 0) {
+    unlink(temporary.c_str());
+    return false;
+  }
+  if (syncFolder(folder)) return true;
+  // Nobody may rely on a file that a loss of power could take away again.
+  if (!replaces) unlink(target.c_str());
+  return false;
+}
+
+bool appendFile(const std::string& path, std::string_view bytes) {
+  if (files::writingFails(path)) return false;
+  const std::optional<std::string> native = nativePath(path);
+  if (!native) return false;
+  File file(*native, O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK, kNewFileMode);
+  struct stat before;
+  if (!file.isOpen() || fstat(file.descriptor(), &before) != 0 || !S_ISREG(before.st_mode)) return false;
+  if (!file.writeAll(bytes)) {
+    // Half an entry of a list could mean something else than the whole one.
+    if (ftruncate(file.descriptor(), before.st_size) != 0) errno = 0;
+    return false;
+  }
+  return file.close();
+}
+
+bool deleteFile(const std::string& path) {
+  const std::optional<std::string> native = nativePath(path);
+  return native && unlink(native->c_str()) == 0;
+}
+
+std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view ending) {
+  std::vector<FolderEntry> result;
+  const std::optional<std::string> native = nativePath(folder);
+  DIR* const entries = native ? opendir(native->c_str()) : nullptr;
+  if (!entries) return result;
+  while (const dirent* entry = readdir(entries)) {
+    const std::string_view name = entry->d_name;
+    if (!files::endsWithNoCase(name, ending) || files::isTemporaryName(name)) continue;
+    struct stat status;
+    if (fstatat(dirfd(entries), entry->d_name, &status, 0) != 0 || !S_ISREG(status.st_mode)) continue;
+    const std::int64_t milliseconds = status.st_mtim.tv_sec * std::int64_t{1000} + status.st_mtim.tv_nsec / 1000000;
+    result.push_back({std::string(name), milliseconds});
+  }
+  closedir(entries);
+  return result;
+}
+
+}  // namespace vornelle

@@ -1,0 +1,279 @@
+// SocketControl on top of a platform's channels: which event a socket has next, in which order, and how often.
+//
+// A socket that may have an event stands in one queue, once. serveSocketEvent() takes the first, looks what its next
+// event is at that moment, puts it back to the end of the queue and runs the handler; a socket without an event leaves
+// the queue until its channel reports something. So every socket gets its turn, and whatever a handler does to any
+// socket is seen by the next look.
+#include <deque>
+#include <map>
+#include <set>
+#include <utility>
+
+#include "platform/shared/channel.h"
+#include "platform/shared/event_loop.h"
+#include "platform/socket.h"
+
+namespace vornelle {
+namespace {
+
+constexpr std::size_t kMostAtOnce = 64 * 1024;
+
+struct Sockets {
+  std::deque<std::weak_ptr<SocketControl::Impl>> queue;
+  std::set<SocketControl::Impl*> all;
+  std::map<SocketControl::RequestId, std::unique_ptr<Channel>> requests;  // announced, not yet accepted
+  SocketControl::RequestId lastRequest = 0;
+};
+
+// Never destroyed: static sockets outlive this file's statics.
+Sockets& sockets() {
+  static Sockets* const instance = new Sockets;
+  return *instance;
+}
+
+}  // namespace
+
+struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketControl::Impl> {
+  enum class State { closed, listening, connecting, connected };
+  enum class Event { none, connectionRequest, connect, dataArrival, sendComplete, close };
+
+  explicit Impl(SocketControl* socketControl) : control(socketControl) { sockets().all.insert(this); }
+  ~Impl() override { sockets().all.erase(this); }
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
+
+  SocketControl* control;  // null once it is destroyed
+  State state = State::closed;
+  std::unique_ptr<Channel> channel;
+  bool queued = false;
+
+  std::size_t announced = 0;  // bytes waiting when DataArrival came last; above that there is more to announce
+
+  std::string outgoing;            // not yet handed over
+  std::deque<std::size_t> sends;   // for each sendData in `outgoing`: its bytes that are not yet handed over
+  std::size_t sendsCompleted = 0;  // SendComplete events to serve
+  bool dataBeforeComplete = false;  // a DataArrival has come between since a SendComplete is due
+
+  bool lost = false;         // the connection could not be made, or broke
+  bool peerFinished = false;
+  bool closeServed = false;
+
+  void ready() override {
+    if (queued) return;
+    queued = true;
+    sockets().queue.push_back(weak_from_this());
+  }
+
+  void open(std::unique_ptr<Channel> newChannel, State newState) {
+    forget();
+    lost = peerFinished = closeServed = false;
+    channel = std::move(newChannel);
+    channel->owner = weak_from_this();
+    state = newState;
+    ready();
+  }
+
+  // Back to the closed state. What the peer did stays known.
+  void forget() {
+    state = State::closed;
+    channel.reset();
+    announced = 0;
+    outgoing.clear();
+    sends.clear();
+    sendsCompleted = 0;
+    dataBeforeComplete = false;
+  }
+
+  void close() {
+    if (state == State::connected && !lost) {
+      Channel* const closing = channel.get();
+      closing->owner.reset();
+      closing->finish(std::move(channel), std::move(outgoing));
+    }
+    forget();
+  }
+
+  void flush() {
+    while (!sends.empty()) {
+      const std::size_t taken = lost || outgoing.empty() ? outgoing.size() : channel->send(outgoing);
+      outgoing.erase(0, taken);
+      std::size_t left = taken;
+      while (!sends.empty() && sends.front() <= left) {
+        left -= sends.front();
+        sends.pop_front();
+        ++sendsCompleted;
+      }
+      if (!sends.empty()) sends.front() -= left;
+      if (taken == 0) break;
+    }
+  }
+
+  void lookAtPeer() {
+    const Channel::Peer peer = channel->peer();
+    if (peer == Channel::Peer::finished) peerFinished = true;
+    if (peer == Channel::Peer::broken) lost = true;
+  }
+
+  Event next() {
+    switch (state) {
+      case State::closed:
+        return Event::none;
+      case State::listening:
+        return Event::connectionRequest;
+      case State::connecting:
+        lookAtPeer();
+        if (lost) {
+          forget();
+          return Event::close;
+        }
+        if (channel->peer() == Channel::Peer::connecting) return Event::none;
+        state = State::connected;
+        return Event::connect;
+      case State::connected:
+        break;
+    }
+    lookAtPeer();
+    flush();
+    const bool data = channel->waiting() > announced;
+    if (data && !(sendsCompleted > 0 && dataBeforeComplete)) return Event::dataArrival;
+    if (sendsCompleted > 0) return Event::sendComplete;
+    if ((lost || peerFinished) && !closeServed) return Event::close;
+    return Event::none;
+  }
+
+  // False when there was no event.
+  bool serve() {
+    const Event event = next();
+    std::function<void()> handler;
+    switch (event) {
+      case Event::none:
+        return false;
+      case Event::connectionRequest:
+        return serveConnectionRequest();
+      case Event::connect:
+        handler = control->onConnect;
+        break;
+      case Event::dataArrival:
+        announced = channel->waiting();
+        dataBeforeComplete = sendsCompleted > 0;
+        handler = control->onDataArrival;
+        break;
+      case Event::sendComplete:
+        --sendsCompleted;
+        dataBeforeComplete = false;
+        handler = control->onSendComplete;
+        break;
+      case Event::close:
+        closeServed = true;
+        handler = control->onClose;
+        break;
+    }
+    ready();
+    if (handler) handler();
+    return true;
+  }
+
+  bool serveConnectionRequest() {
+    std::unique_ptr<Channel> connection = channel->takeConnection();
+    if (!connection) return false;
+    const RequestId request = ++sockets().lastRequest;
+    sockets().requests.emplace(request, std::move(connection));
+    // Dropped at the end, however the handler ends, unless it has been accepted.
+    struct Dropper {
+      RequestId dropped;
+      ~Dropper() { sockets().requests.erase(dropped); }
+    } const dropper{request};
+    const std::function<void(RequestId)> handler = control->onConnectionRequest;
+    ready();
+    if (handler) handler(request);
+    return true;
+  }
+};
+
+SocketControl::SocketControl() : impl_(std::make_shared<Impl>(this)) {}
+
+SocketControl::~SocketControl() {
+  impl_->close();
+  impl_->control = nullptr;
+}
+
+bool SocketControl::listen(LoopbackAddress address, int port) {
+  if (isOpen() || port < 1 || port > 65535) return false;
+  std::unique_ptr<Channel> listener = openListener(address, port);
+  if (!listener) return false;
+  impl_->open(std::move(listener), Impl::State::listening);
+  return true;
+}
+
+bool SocketControl::accept(RequestId request) {
+  if (isOpen()) return false;
+  const auto found = sockets().requests.find(request);
+  if (found == sockets().requests.end()) return false;
+  std::unique_ptr<Channel> connection = std::move(found->second);
+  sockets().requests.erase(found);
+  impl_->open(std::move(connection), Impl::State::connected);
+  return true;
+}
+
+bool SocketControl::connect(LoopbackAddress address, int port) {
+  if (isOpen() || port < 1 || port > 65535) return false;
+  std::unique_ptr<Channel> connection = openConnection(address, port);
+  if (!connection) return false;
+  impl_->open(std::move(connection), Impl::State::connecting);
+  return true;
+}
+
+std::string SocketControl::getData() {
+  if (impl_->state != Impl::State::connected) return {};
+  impl_->announced = 0;
+  impl_->ready();
+  return impl_->channel->receive(kMostAtOnce);
+}
+
+bool SocketControl::sendData(std::string_view bytes) {
+  if (impl_->state != Impl::State::connected) return false;
+  impl_->outgoing.append(bytes);
+  impl_->sends.push_back(bytes.size());
+  impl_->flush();
+  impl_->ready();
+  return true;
+}
+
+void SocketControl::close() { impl_->close(); }
+
+bool SocketControl::peerClosed() const {
+  if (impl_->state == Impl::State::connected || impl_->state == Impl::State::connecting) impl_->lookAtPeer();
+  return impl_->lost || impl_->peerFinished;
+}
+
+bool SocketControl::isOpen() const { return impl_->state != Impl::State::closed; }
+
+int SocketControl::localPort() const { return impl_->channel ? impl_->channel->localPort() : 0; }
+
+namespace loop {
+
+bool serveSocketEvent() {
+  Sockets& all = sockets();
+  while (!all.queue.empty()) {
+    const std::shared_ptr<SocketControl::Impl> first = all.queue.front().lock();
+    all.queue.pop_front();
+    if (!first) continue;
+    first->queued = false;
+    if (!first->control) continue;
+    if (first->serve()) return true;
+  }
+  return false;
+}
+
+void forgetAllSockets() {
+  for (SocketControl::Impl* impl : sockets().all) {
+    impl->forget();
+    impl->lost = impl->peerFinished = impl->closeServed = false;
+    impl->queued = false;
+  }
+  sockets().queue.clear();
+  sockets().requests.clear();
+}
+
+}  // namespace loop
+}  // namespace vornelle

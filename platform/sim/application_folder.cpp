@@ -1,0 +1,75 @@
+#include "platform/sim/application_folder.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+#include "platform/shared/file_hooks.h"
+#include "platform/sim/world.h"
+
+namespace vornelle {
+namespace sim {
+namespace {
+
+// Removes the folder when the test program ends, though not in a child that a death test has forked.
+struct Folder {
+  std::string path;
+  pid_t maker = 0;
+
+  Folder() { make(); }
+  ~Folder() { remove(); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+
+  void make() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "vornelle-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) {
+      std::perror("simulated application folder");
+      std::abort();
+    }
+    path = pattern;
+    maker = getpid();
+    std::filesystem::create_directory(path + "/data");
+  }
+
+  void remove() const {
+    if (path.empty() || getpid() != maker) return;
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+  }
+};
+
+Folder& folder() {
+  static Folder instance;
+  return instance;
+}
+
+bool contains(const std::string& text, const std::string& part) {
+  return !part.empty() && text.find(part) != std::string::npos;
+}
+
+}  // namespace
+
+void freshApplicationFolder() {
+  folder().remove();
+  folder().make();
+}
+
+void failWritesTo(const std::string& part) { world().failingWrites = part; }
+void failReadsOf(const std::string& part) { world().failingReads = part; }
+
+}  // namespace sim
+
+namespace files {
+
+std::string nativeApplicationFolder() { return sim::folder().path; }
+bool writingFails(const std::string& path) { return sim::contains(path, sim::world().failingWrites); }
+bool readingFails(const std::string& path) { return sim::contains(path, sim::world().failingReads); }
+
+}  // namespace files
+}  // namespace vornelle

@@ -1,0 +1,81 @@
+// The in-memory shell, and local time.
+#include "platform/shell.h"
+
+#include <ctime>
+
+#include "platform/clock.h"
+#include "platform/files.h"
+#include "platform/sim/world.h"
+
+namespace vornelle {
+
+sim::Shell& sim::shell() { return world().shell; }
+
+LocalTime toLocalTime(std::int64_t utcSeconds) {
+  const auto time = static_cast<std::time_t>(utcSeconds);
+  std::tm parts{};
+  if (!gmtime_r(&time, &parts)) return {};
+  return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec};
+}
+
+std::string amPmDesignator(bool afternoon) {
+  return afternoon ? sim::shell().pmDesignator : sim::shell().amDesignator;
+}
+
+void beep() { ++sim::shell().beeps; }
+
+void messageBox(const std::string& text) {
+  sim::shell().messageBoxes.push_back(text);
+  const std::function<void(const std::string&)> whileOpen = sim::shell().onMessageBox;
+  if (whileOpen) whileOpen(text);
+}
+
+bool previousInstanceRunning() { return sim::shell().previousInstance; }
+
+void endProcess() { throw sim::ProcessEnded(); }
+
+std::string getSpecialFolderPath(int folderId) {
+  constexpr int kStartupFolder = 7;
+  std::string folder = folderId == kStartupFolder ? sim::shell().startupFolder : "";
+  if (!folder.empty() && folder.back() != '\\') folder += '\\';
+  return folder;
+}
+
+bool createStartupLink(const std::string& linkName, const std::string& targetPath) {
+  const std::string folder = getSpecialFolderPath(7);
+  if (folder.empty()) return false;
+  sim::shell().links.emplace_back(linkName, targetPath);
+  return createFolder(folder) && writeFile(folder + linkName + ".lnk", targetPath);
+}
+
+bool openInBrowser(const std::string& address) {
+  sim::shell().openedAddresses.push_back(address);
+  return true;
+}
+
+std::string downloadUrl(const std::string& url) {
+  sim::shell().downloadedUrls.push_back(url);
+  const auto found = sim::shell().downloads.find(url);
+  return found == sim::shell().downloads.end() ? "" : found->second;
+}
+
+bool notifyIconAdd(const std::string& tip) {
+  ++sim::shell().iconAdds;
+  sim::shell().iconShown = true;
+  sim::shell().iconTips.push_back(tip);
+  return true;
+}
+
+bool notifyIconModifyTip(const std::string& tip) {
+  sim::shell().iconTips.push_back(tip);
+  return sim::shell().iconShown;
+}
+
+bool notifyIconDelete() {
+  ++sim::shell().iconDeletes;
+  const bool wasShown = sim::shell().iconShown;
+  sim::shell().iconShown = false;
+  return wasShown;
+}
+
+}  // namespace vornelle

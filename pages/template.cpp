@@ -1,0 +1,53 @@
+#include "pages/template.h"
+
+#include <cstdint>
+
+#include "core/form1.h"
+#include "core/settings.h"
+#include "core/text.h"
+#include "core/version.h"
+#include "platform/events.h"
+#include "platform/files.h"
+
+namespace vornelle {
+namespace {
+
+std::int64_t sessionMinutesLeft() {
+  return std::int64_t{settings.SESSION_MIN} - form1.sessionMinutesUsed;
+}
+
+}  // namespace
+
+std::string readWholeFile(const std::string& path) {
+  if (!fileExists(path)) return "";
+  if (path.empty()) return "";
+  const std::string text = readFile(path).value_or("");
+  doEvents();
+  return text;
+}
+
+std::string& pageTitleUpdate(std::string& page) {
+  if (!form1.suppressTitleMinutes) {
+    page = replaceAllNoCase(page, "</TITLE>", " (" + std::to_string(sessionMinutesLeft()) + "m)</title>");
+  }
+  return page;
+}
+
+std::string fillPage(std::string_view templateName, const std::vector<Marker>& pageMarkers,
+                     const std::vector<Marker>& lateMarkers) {
+  std::string page = readWholeFile(applicationFolder() + "\\data\\" + std::string(templateName));
+  page = replaceAllNoCase(page, "<!--SSTOP-->", readWholeFile(applicationFolder() + "\\data\\top.inc"));
+  for (const auto& [marker, text] : pageMarkers) page = replaceAllNoCase(page, marker, text);
+  page = replaceAllNoCase(page, "<!--SSVERSION-->", versionText());
+  page = replaceAllNoCase(page, "<!--SSSESSION-->", form1.sessionId);
+  for (const auto& [marker, text] : lateMarkers) page = replaceAllNoCase(page, marker, text);
+  // No address in the tag: the browser asks for the same page again when the session is over and meets the
+  // login page.
+  const std::int64_t secondsLeft = sessionMinutesLeft() * 60;
+  page = replaceAllNoCase(
+      page, "<HEAD>",
+      "<head>\r\n<meta http-equiv='refresh' content='" + std::to_string(secondsLeft) + "'>\r\n");
+  return pageTitleUpdate(page);
+}
+
+}  // namespace vornelle

@@ -1,0 +1,64 @@
+// How the program under test is started, and how a test learns that it is ready. The one place that knows which
+// program that is: VORNELLE_PROGRAM names it, without it dist/linux/vornelle.
+
+import { spawn } from 'node:child_process';
+import fs from 'node:fs';
+import path from 'node:path';
+import { fileURLToPath } from 'node:url';
+
+import { keepChild, until } from './tools.mjs';
+
+export const repository = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '..', '..');
+
+export function programPath() {
+  const program = path.resolve(process.env.VORNELLE_PROGRAM ?? path.join(repository, 'dist', 'linux', 'vornelle'));
+  if (!fs.existsSync(program)) throw new Error(`There is no program ${program}: script/build makes it.`);
+  return program;
+}
+
+// Puts the program and its data folder into an application folder.
+export function install(folder) {
+  const program = programPath();
+  const beside = path.join(path.dirname(program), 'data');
+  fs.copyFileSync(program, path.join(folder, path.basename(program)), fs.constants.COPYFILE_FICLONE);
+  fs.cpSync(fs.existsSync(beside) ? beside : path.join(repository, 'data'), path.join(folder, 'data'),
+    { recursive: true });
+}
+
+// The console program: the log box's text comes on standard output, message boxes on standard error.
+class ConsoleRun {
+  constructor(folder, environment) {
+    this.output = '';
+    this.errors = '';
+    this.ended = null;  // { code, signal } when it has
+    this.child = keepChild(spawn(path.join(folder, path.basename(programPath())), [], {
+      cwd: folder,
+      // The login page asks for an announcement. Tests stay on this machine: a proxy that refuses answers at once.
+      env: { ...process.env, http_proxy: 'http://127.0.0.1:1/', ...environment },
+      stdio: ['ignore', 'pipe', 'pipe'],
+    }));
+    this.child.stdout.on('data', (data) => { this.output += data.toString('latin1'); });
+    this.child.stderr.on('data', (data) => { this.errors += data.toString('latin1'); });
+    this.child.once('close', (code, signal) => { this.ended = { code, signal }; });
+  }
+
+  // The port that the banner tells.
+  async port() {
+    const banner = await until(() => {
+      const found = /use the address: http:\/\/[^:\s]+:(\d+)/.exec(this.output);
+      if (!found && this.ended) throw new Error(`The program ended: ${JSON.stringify(this.ended)}\n${this.said()}`);
+      return found;
+    }, 'the banner', 20000);
+    return Number(banner[1]);
+  }
+
+  said() { return `${this.output}\n${this.errors}`; }
+
+  // The window's close button.
+  close() { this.child.kill('SIGTERM'); }
+  kill() { this.child.kill('SIGKILL'); }
+}
+
+export function launch(folder, environment = {}) {
+  return new ConsoleRun(folder, environment);
+}

@@ -1,0 +1,105 @@
+// NetStream over TCP.
+#include "platform/net_stream.h"
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <vector>
+
+#include "platform/clock.h"
+#include "platform/posix/descriptor.h"
+
+namespace vornelle {
+namespace {
+
+// False when the time has passed. True also for a broken connection: the next call says so.
+bool waitFor(int descriptor, short events, std::int64_t until) {
+  while (true) {
+    const std::int64_t left = std::max<std::int64_t>(until - monotonicMilliseconds(), 0);
+    pollfd look{descriptor, events, 0};
+    const int count = poll(&look, 1, static_cast<int>(left));
+    if (count > 0) return true;
+    if (count == 0 || errno != EINTR) return false;
+  }
+}
+
+class TcpStream final : public NetStream {
+ public:
+  explicit TcpStream(Descriptor socket) : socket_(std::move(socket)) {}
+
+  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int timeoutMilliseconds) override {
+    const std::int64_t until = monotonicMilliseconds() + timeoutMilliseconds;
+    while (true) {
+      const ssize_t got = recv(socket_.get(), buffer, size, 0);
+      if (got >= 0) return static_cast<std::size_t>(got);
+      if (errno == EINTR) continue;
+      if (errno != EAGAIN && errno != EWOULDBLOCK) return std::nullopt;
+      if (!waitFor(socket_.get(), POLLIN, until)) return std::nullopt;
+    }
+  }
+
+  [[nodiscard]] bool write(std::string_view bytes, int timeoutMilliseconds) override {
+    std::int64_t until = monotonicMilliseconds() + timeoutMilliseconds;
+    while (!bytes.empty()) {
+      const ssize_t sent = send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+      if (sent > 0) {
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
+        until = monotonicMilliseconds() + timeoutMilliseconds;
+        continue;
+      }
+      if (sent < 0 && errno == EINTR) continue;
+      if (sent < 0 && errno != EAGAIN && errno != EWOULDBLOCK) return false;
+      if (!waitFor(socket_.get(), POLLOUT, until)) return false;
+    }
+    return true;
+  }
+
+ private:
+  Descriptor socket_;
+};
+
+Descriptor connectTo(const addrinfo& address, std::int64_t until) {
+  Descriptor socket(::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, address.ai_protocol));
+  if (!socket.isOpen()) return {};
+  if (connect(socket.get(), address.ai_addr, address.ai_addrlen) != 0) {
+    if (errno != EINPROGRESS || !waitFor(socket.get(), POLLOUT, until)) return {};
+    int error = 0;
+    socklen_t length = sizeof error;
+    if (getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &length) != 0 || error != 0) return {};
+  }
+  const int on = 1;
+  setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  return socket;
+}
+
+}  // namespace
+
+std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds) {
+  if (host.empty() || host.find('\0') != std::string::npos || port < 1 || port > 65535) return nullptr;
+  const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  hints.ai_flags = AI_NUMERICSERV;
+  addrinfo* found = nullptr;
+  if (getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found) != 0) return nullptr;
+  const std::unique_ptr<addrinfo, void (*)(addrinfo*)> addresses(found, freeaddrinfo);
+
+  int left = 0;
+  for (const addrinfo* address = found; address; address = address->ai_next) ++left;
+  for (const addrinfo* address = found; address; address = address->ai_next, --left) {
+    // Each address gets its share of the time that is left, so that a dead one does not use up the others'.
+    const std::int64_t now = monotonicMilliseconds();
+    if (now >= end && address != found) break;
+    Descriptor socket = connectTo(*address, now + std::max<std::int64_t>(end - now, 0) / left);
+    if (socket.isOpen()) return std::make_unique<TcpStream>(std::move(socket));
+  }
+  return nullptr;
+}
+
+}  // namespace vornelle

@@ -1,0 +1,56 @@
+#include "core/shutdown.h"
+
+#include "core/settings.h"
+#include "tests/unit/core/fixture.h"
+
+namespace vornelle {
+namespace {
+
+using testing::HasSubstr;
+
+class Shutdown : public FreshProgram {
+ protected:
+  Shutdown() { assignConstants(); }
+};
+
+TEST_F(Shutdown, LogsItsTwoLinesAndEndsTheProcess) {
+  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+  EXPECT_EQ(contentOf("Vornelle.log"),
+            "[11-15-26 01:55 AM] ***Closing Vornelle***\r\n[11-15-26 01:55 AM] ************************\r\n");
+  EXPECT_EQ(form1.LogWindow.text(), contentOf("Vornelle.log"));
+}
+
+TEST_F(Shutdown, SavesTheSettingsAndTheSwitchesAsTheyStand) {
+  settings.POP_ACCOUNT = "joe";
+  form1.ckActive.setChecked(true);
+  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+  EXPECT_THAT(contentOf("Vornelle.ini"), HasSubstr("POP_ACCOUNT=joe\r\n"));
+  EXPECT_THAT(contentOf("Vornelle.ini"), HasSubstr("ACTIVATE_START=TRUE\r\n"));
+}
+
+TEST_F(Shutdown, ADuplicateCopySavesNothing) {
+  form1.isClosingDuplicate = true;
+  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+  EXPECT_FALSE(fileExists(pathOf("Vornelle.ini")));
+  EXPECT_THAT(contentOf("Vornelle.log"), HasSubstr("***Closing Vornelle***"));
+}
+
+TEST_F(Shutdown, RemovesTheNotificationIcon) {
+  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+  EXPECT_EQ(sim::shell().iconDeletes, 1);
+}
+
+TEST_F(Shutdown, AClickServedWhileClosingIsStillSaved) {
+  sim::after(0, [] { form1.ckTestMode.setChecked(true); });
+  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+  EXPECT_THAT(contentOf("Vornelle.ini"), HasSubstr("TEST_MODE=TRUE\r\n"));
+}
+
+TEST_F(Shutdown, ADiskThatTakesNothingDoesNotKeepTheProgramFromEnding) {
+  sim::failWritesTo("Vornelle");
+  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+  EXPECT_THAT(form1.LogWindow.text(), HasSubstr("************************\r\n"));
+}
+
+}  // namespace
+}  // namespace vornelle

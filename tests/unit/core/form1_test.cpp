@@ -1,12 +1,12 @@
 #include "core/form1.h"
 
 #include "core/settings.h"
-#include "tests/unit/core/fixture.h"
+#include "tests/unit/support.h"
 
 namespace vornelle {
 namespace {
 
-using MainWindowState = FreshProgram;
+using MainWindowState = SimTest;
 
 TEST_F(MainWindowState, AFreshWindowHasItsDesignValues) {
   EXPECT_EQ(form1.caption, "Vornelle");

@@ -2,12 +2,12 @@
 
 #include <array>
 
-#include "tests/unit/core/fixture.h"
+#include "tests/unit/support.h"
 
 namespace vornelle {
 namespace {
 
-using RandomLetters = FreshProgram;
+using RandomLetters = SimTest;
 
 TEST_F(RandomLetters, AreAsManyCapitalsAsAskedFor) {
   for (const int count : {0, 1, 64, 65, 1000}) {

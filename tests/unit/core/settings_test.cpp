@@ -1,7 +1,7 @@
 #include "core/settings.h"
 
 #include "core/text.h"
-#include "tests/unit/core/fixture.h"
+#include "tests/unit/support.h"
 
 namespace vornelle {
 namespace {
@@ -10,15 +10,15 @@ using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class SettingsFile : public FreshProgram {
+class SettingsFile : public SimTest {
  protected:
   SettingsFile() { assignConstants(); }
 
   static void load(std::string_view lines) {
-    put("Vornelle.ini", lines);
+    makeFile("\\Vornelle.ini", lines);
     configLoad();
   }
-  static std::vector<std::string> saved() { return splitLines(contentOf("Vornelle.ini")); }
+  static std::vector<std::string> saved() { return splitLines(contentOf("\\Vornelle.ini")); }
 };
 
 void expectDefaultsBut(const std::string& exceptKey) {
@@ -63,7 +63,7 @@ TEST_F(SettingsFile, AMissingFileLeavesTheDefaultsAndIsNotCreated) {
   settings.TEST_MODE = false;
   configLoad();
   expectDefaultsBut("");
-  EXPECT_FALSE(fileExists(pathOf("Vornelle.ini")));
+  EXPECT_FALSE(fileExists(inFolder("\\Vornelle.ini")));
 }
 
 TEST_F(SettingsFile, AnEmptyFileLeavesTheDefaults) {
@@ -72,7 +72,7 @@ TEST_F(SettingsFile, AnEmptyFileLeavesTheDefaults) {
 }
 
 TEST_F(SettingsFile, AFileThatCannotBeReadLeavesTheDefaults) {
-  put("Vornelle.ini", "POP_ACCOUNT=joe\r\n");
+  makeFile("\\Vornelle.ini", "POP_ACCOUNT=joe\r\n");
   sim::failReadsOf("Vornelle.ini");
   configLoad();
   expectDefaultsBut("");
@@ -233,7 +233,7 @@ TEST_F(SettingsFile, LoadingSetsTheSwitchesAndRunsTheirHandlersInOrder) {
   form1.ckTestMode.onClick = [&] { clicks.push_back("test"); };
   form1.ckAutostart.onClick = [&] { clicks.push_back("autostart"); };
   sim::shell().startupFolder = applicationFolder() + "\\";
-  put("vornelle.lnk", "");
+  makeFile("\\vornelle.lnk", "");
   load("ACTIVATE_START=TRUE\r\nSTART_MINIMIZED=TRUE\r\nTEST_MODE=TRUE\r\n");
   EXPECT_THAT(clicks, ElementsAre("active", "minimized", "test", "autostart"));
 }
@@ -254,7 +254,7 @@ TEST_F(SettingsFile, AutostartShowsWhetherTheShortcutExists) {
   sim::shell().startupFolder = applicationFolder() + "\\";
   configLoad();
   EXPECT_FALSE(form1.ckAutostart.checked());
-  put("Vornelle.LNK", "");
+  makeFile("\\Vornelle.LNK", "");
   configLoad();
   EXPECT_TRUE(form1.ckAutostart.checked());
 }
@@ -286,7 +286,7 @@ TEST_F(SettingsFile, ASavedFileHasEighteenLinesInTheirOrder) {
       "TEST_MODE=FALSE\r\nPOP_PASSWORD=pp\r\nNEW_WINDOW=FALSE\r\nMAX_LINK_SIZE=14\r\nHTTP_PORT_CFG=7100\r\n"
       "EMAIL_ADDRESS=joe@example.com\r\nunknown=1\r\n");
   configSave();
-  EXPECT_EQ(contentOf("Vornelle.ini"),
+  EXPECT_EQ(contentOf("\\Vornelle.ini"),
             "EMAIL_ADDRESS=joe@example.com\r\nSMTP_SERVER=\r\nSMTP_USER=\r\nSMTP_PASSWORD=\r\nPOP_SERVER=\r\n"
             "POP_ACCOUNT=\r\nPOP_PASSWORD=pp\r\nHTTP_PORT_CFG=7100\r\nCHECK_MIN=30\r\nSESSION_MIN=30\r\n"
             "MAX_SPAM_SIZE=150\r\nMAX_LINK_SIZE=14\r\nMESSAGES_PER_PAGE=15\r\nNEW_WINDOW=FALSE\r\n"
@@ -298,10 +298,10 @@ TEST_F(SettingsFile, ASavedFileReadsBackTheSame) {
       "SMTP_USER=a "
       "b\r\nCHECK_MIN=41\r\nMESSAGES_PER_PAGE=-2\r\nSTART_MINIMIZED=TRUE\r\nMAX_LINK_SIZE_ON=FALSE\r\n");
   configSave();
-  const std::string first = contentOf("Vornelle.ini");
+  const std::string first = contentOf("\\Vornelle.ini");
   configLoad();
   configSave();
-  EXPECT_EQ(contentOf("Vornelle.ini"), first);
+  EXPECT_EQ(contentOf("\\Vornelle.ini"), first);
   EXPECT_EQ(settings.MESSAGES_PER_PAGE, -2);
   EXPECT_EQ(settings.SMTP_USER, "a b");
 }
@@ -315,14 +315,14 @@ TEST_F(SettingsFile, ThreeSwitchesAreSavedAsTheWindowShowsThem) {
   form1.ckStartMinimized.setChecked(true);
   form1.ckTestMode.setChecked(false);
   configSave();
-  EXPECT_THAT(contentOf("Vornelle.ini"),
+  EXPECT_THAT(contentOf("\\Vornelle.ini"),
               HasSubstr("ACTIVATE_START=TRUE\r\nSTART_MINIMIZED=TRUE\r\nTEST_MODE=FALSE"));
 }
 
 TEST_F(SettingsFile, ValuesAreSavedWithoutBlanksAroundThem) {
   settings.POP_PASSWORD = "  a b ";
   configSave();
-  EXPECT_THAT(contentOf("Vornelle.ini"), HasSubstr("\r\nPOP_PASSWORD=a b\r\n"));
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("\r\nPOP_PASSWORD=a b\r\n"));
   EXPECT_EQ(settings.POP_PASSWORD, "  a b ");
 }
 
@@ -355,33 +355,33 @@ TEST_F(SettingsFile, LoadingLeavesBothMinuteCounters) {
 }
 
 TEST_F(SettingsFile, TheOverrideFileIsReadAndWrittenInPlaceOfTheOther) {
-  put("Vornelle.ini", "POP_ACCOUNT=normal\r\n");
-  put("pell-Vornelle.ini", "POP_ACCOUNT=override\r\n");
+  makeFile("\\Vornelle.ini", "POP_ACCOUNT=normal\r\n");
+  makeFile("\\pell-Vornelle.ini", "POP_ACCOUNT=override\r\n");
   configLoad();
   EXPECT_EQ(settings.POP_ACCOUNT, "override");
   settings.POP_ACCOUNT = "new";
   configSave();
-  EXPECT_EQ(contentOf("Vornelle.ini"), "POP_ACCOUNT=normal\r\n");
-  EXPECT_THAT(contentOf("pell-Vornelle.ini"), HasSubstr("POP_ACCOUNT=new\r\n"));
+  EXPECT_EQ(contentOf("\\Vornelle.ini"), "POP_ACCOUNT=normal\r\n");
+  EXPECT_THAT(contentOf("\\pell-Vornelle.ini"), HasSubstr("POP_ACCOUNT=new\r\n"));
 }
 
 TEST_F(SettingsFile, TheChoiceOfFileIsMadeAfreshEachTime) {
-  put("pell-Vornelle.ini", "POP_ACCOUNT=override\r\n");
+  makeFile("\\pell-Vornelle.ini", "POP_ACCOUNT=override\r\n");
   configLoad();
-  ASSERT_TRUE(deleteFile(pathOf("pell-Vornelle.ini")));
+  ASSERT_TRUE(deleteFile(inFolder("\\pell-Vornelle.ini")));
   configSave();
-  EXPECT_FALSE(fileExists(pathOf("pell-Vornelle.ini")));
-  EXPECT_THAT(contentOf("Vornelle.ini"), HasSubstr("POP_ACCOUNT=override\r\n"));
+  EXPECT_FALSE(fileExists(inFolder("\\pell-Vornelle.ini")));
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("POP_ACCOUNT=override\r\n"));
 }
 
 TEST_F(SettingsFile, AFailedSaveIsSilentAndLeavesTheOldFile) {
-  put("Vornelle.ini", "POP_ACCOUNT=old\r\n");
+  makeFile("\\Vornelle.ini", "POP_ACCOUNT=old\r\n");
   configLoad();
   sim::failWritesTo("Vornelle.ini");
   settings.POP_ACCOUNT = "new";
   form1.minutesSinceCheck = 5;
   configSave();
-  EXPECT_EQ(contentOf("Vornelle.ini"), "POP_ACCOUNT=old\r\n");
+  EXPECT_EQ(contentOf("\\Vornelle.ini"), "POP_ACCOUNT=old\r\n");
   EXPECT_EQ(form1.minutesSinceCheck, 0);
   EXPECT_TRUE(sim::shell().messageBoxes.empty());
   EXPECT_EQ(form1.LogWindow.text(), "");

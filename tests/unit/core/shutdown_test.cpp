@@ -1,38 +1,38 @@
 #include "core/shutdown.h"
 
 #include "core/settings.h"
-#include "tests/unit/core/fixture.h"
+#include "tests/unit/support.h"
 
 namespace vornelle {
 namespace {
 
 using testing::HasSubstr;
 
-class Shutdown : public FreshProgram {
+class Shutdown : public SimTest {
  protected:
   Shutdown() { assignConstants(); }
 };
 
 TEST_F(Shutdown, LogsItsTwoLinesAndEndsTheProcess) {
   EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
-  EXPECT_EQ(contentOf("Vornelle.log"),
+  EXPECT_EQ(contentOf("\\Vornelle.log"),
             "[11-15-26 01:55 AM] ***Closing Vornelle***\r\n[11-15-26 01:55 AM] ************************\r\n");
-  EXPECT_EQ(form1.LogWindow.text(), contentOf("Vornelle.log"));
+  EXPECT_EQ(form1.LogWindow.text(), contentOf("\\Vornelle.log"));
 }
 
 TEST_F(Shutdown, SavesTheSettingsAndTheSwitchesAsTheyStand) {
   settings.POP_ACCOUNT = "joe";
   form1.ckActive.setChecked(true);
   EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
-  EXPECT_THAT(contentOf("Vornelle.ini"), HasSubstr("POP_ACCOUNT=joe\r\n"));
-  EXPECT_THAT(contentOf("Vornelle.ini"), HasSubstr("ACTIVATE_START=TRUE\r\n"));
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("POP_ACCOUNT=joe\r\n"));
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("ACTIVATE_START=TRUE\r\n"));
 }
 
 TEST_F(Shutdown, ADuplicateCopySavesNothing) {
   form1.isClosingDuplicate = true;
   EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
-  EXPECT_FALSE(fileExists(pathOf("Vornelle.ini")));
-  EXPECT_THAT(contentOf("Vornelle.log"), HasSubstr("***Closing Vornelle***"));
+  EXPECT_FALSE(fileExists(inFolder("\\Vornelle.ini")));
+  EXPECT_THAT(contentOf("\\Vornelle.log"), HasSubstr("***Closing Vornelle***"));
 }
 
 TEST_F(Shutdown, RemovesTheNotificationIcon) {
@@ -43,7 +43,7 @@ TEST_F(Shutdown, RemovesTheNotificationIcon) {
 TEST_F(Shutdown, AClickServedWhileClosingIsStillSaved) {
   sim::after(0, [] { form1.ckTestMode.setChecked(true); });
   EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
-  EXPECT_THAT(contentOf("Vornelle.ini"), HasSubstr("TEST_MODE=TRUE\r\n"));
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("TEST_MODE=TRUE\r\n"));
 }
 
 TEST_F(Shutdown, ADiskThatTakesNothingDoesNotKeepTheProgramFromEnding) {

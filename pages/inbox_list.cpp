@@ -1,0 +1,67 @@
+#include "pages/inbox_list.h"
+
+#include "core/numbers.h"
+#include "mail/mail_component.h"
+#include "pages/message_listing.h"
+#include "platform/events.h"
+#include "platform/shell.h"
+
+namespace vornelle {
+
+namespace {
+
+MessageListing inbox;
+
+// The messages into the listing, one by one; false at the first that finds no room.
+bool takeMessages(HeaderList& list) {
+  list.listPrepare(0);
+  const auto count = toInt16(static_cast<double>(list.getCount()));
+  if (!count) return false;
+  inbox.count = *count;
+  for (int i = 0; i < *count; i++) {
+    doEvents();
+    const MailMessage* message = list.getItem(i);
+    if (message == nullptr || i > kLastRow) return false;
+    inbox.rows[static_cast<std::size_t>(i)] = listedMessage(message->getUidl(), *message);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool inboxList() {
+  if (!newPopComponent().popConnect()) {
+    beep();
+    currentMail.reset();
+    return false;
+  }
+  const std::unique_ptr<HeaderList> list = currentMail->popGetHeaderList(1);
+  const bool complete = list != nullptr && takeMessages(*list);
+  currentMail.reset();
+  return complete;
+}
+
+std::int16_t inboxCount() {
+  return inbox.count;
+}
+std::optional<std::string> inboxUidl(std::int16_t index) {
+  return inbox.field(index, &ListedMessage::key);
+}
+std::optional<std::string> inboxFrom(std::int16_t index) {
+  return inbox.field(index, &ListedMessage::from);
+}
+std::optional<std::string> inboxDate(std::int16_t index) {
+  return inbox.field(index, &ListedMessage::date);
+}
+std::optional<std::string> inboxSubject(std::int16_t index) {
+  return inbox.field(index, &ListedMessage::subject);
+}
+std::optional<std::string> inboxSize(std::int16_t index) {
+  return inbox.field(index, &ListedMessage::size);
+}
+
+void inboxClear() {
+  inbox = MessageListing{};
+}
+
+}  // namespace vornelle

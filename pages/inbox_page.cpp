@@ -1,0 +1,66 @@
+#include "pages/inbox_page.h"
+
+#include "core/event_log.h"
+#include "core/form1.h"
+#include "core/settings.h"
+#include "pages/inbox_list.h"
+#include "pages/message_rows.h"
+#include "pages/template.h"
+#include "platform/events.h"
+
+namespace vornelle {
+
+namespace {
+
+constexpr std::string_view kEmptyRow =
+    "<tr class='tableBGcolor'>\r\n"
+    "    <td valign='top'>none</td>\r\n"
+    "    <td>none</td>\r\n"
+    "    <td>none</td>\r\n"
+    "    <td align='right'>none</td>\r\n"
+    "    <td align='center' style='background-color:red'>&nbsp;</td>\r\n"
+    "  </tr>\r\n";
+
+// One row; it also enters the row tables, by which the page's forms find the message again.
+std::string inboxRow(std::int16_t i) {
+  doEvents();
+  const auto uidl = inboxUidl(i);
+  if (!uidl) return "";
+  const std::string from = *inboxFrom(i);
+  form1.rowKey[static_cast<std::size_t>(i)] = *uidl;
+  form1.rowSender[static_cast<std::size_t>(i)] = cleanSender(from);
+  const std::string sizeText = sizeTextOf(*inboxSize(i));
+  return "<tr class='tableBGcolor'>\r\n" + senderCell(from, "") + dateCell(*inboxDate(i)) +
+         subjectCell(*inboxSubject(i), "displayemail.cgi?uidl=" + *uidl, sizeText) + sizeCell(sizeText) +
+         "    <td align='center' style='background-color:red'>" + rowBox(settings.deletePrefix, i) +
+         "\r\n    </td>\r\n" + "  </tr>\r\n";
+}
+
+}  // namespace
+
+std::string pageInbox(std::int16_t& first) {
+  if (first == -1) {
+    if (inboxList()) {
+      first = 0;
+    } else {
+      LogWindowAdd(
+          "**Cannot log onto POP3 server.");  // the page comes all the same, from the listing as it is
+    }
+  }
+  const RowRange range = rowsToShow(first, inboxCount());
+  first = range.first;
+  std::string rows;
+  if (range.total > 0) {
+    for (int i = range.first; i <= range.last; i++) rows += inboxRow(static_cast<std::int16_t>(i));
+  } else {
+    rows = kEmptyRow;
+  }
+  return fillPage(
+      "inbox.htm",
+      {{"<!--SSPAGEDESC-->", listHeader("Inbox", "displayinbox.htm", range)}, {"<!--SSINBOX-->", rows}},
+      {{"<!--ssDRPRELEN-->", std::to_string(settings.deletePrefix.size())},
+       {"<!--ssRESTOREPRE-->", settings.restorePrefix},
+       {"<!--ssDELETEPRE-->", settings.deletePrefix}});
+}
+
+}  // namespace vornelle

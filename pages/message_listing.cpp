@@ -1,0 +1,23 @@
+#include "pages/message_listing.h"
+
+#include <cstdio>
+
+#include "platform/clock.h"
+
+namespace vornelle {
+
+ListedMessage listedMessage(std::string key, const MailMessage& message) {
+  return {std::move(key), message.getFromDisplay(), formatListedDate(message.getDate()), message.getSubject(),
+          std::to_string(message.getSize())};
+}
+
+std::string formatListedDate(std::optional<std::int64_t> utcSeconds) {
+  if (!utcSeconds) return "";
+  const LocalTime t = toLocalTime(*utcSeconds);
+  const int hour = t.hour % 12 == 0 ? 12 : t.hour % 12;
+  char text[64];
+  std::snprintf(text, sizeof text, "%02d-%02d-%04d %02d:%02d", t.month, t.day, t.year, hour, t.minute);
+  return text + amPmDesignator(t.hour >= 12);
+}
+
+}  // namespace vornelle

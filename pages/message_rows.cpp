@@ -1,0 +1,105 @@
+#include "pages/message_rows.h"
+
+#include <optional>
+
+#include "core/form1.h"
+#include "core/numbers.h"
+#include "core/settings.h"
+#include "core/text.h"
+#include "pages/modSGML.h"
+
+namespace vornelle {
+
+namespace {
+
+constexpr std::size_t kSenderLength = 25;
+constexpr std::size_t kSubjectLength = 35;
+constexpr std::string_view kNone = "&lt;none&gt;";
+
+// first + change - less in 16 bits, in this order; an overflow anywhere is one.
+std::optional<std::int16_t> sum16(int first, int change, int less) {
+  const auto sum = add16(first, change);
+  return sum ? subtract16(*sum, less) : std::nullopt;
+}
+
+std::string pageLink(std::string_view page, int first, std::string_view text) {
+  return "<a href='" + std::string(page) + "?s=" + form1.sessionId + "&msg=" + std::to_string(first) +
+         "'><small>" + std::string(text) + "</small></a>";
+}
+
+}  // namespace
+
+RowRange rowsToShow(std::int16_t first, std::int16_t total) {
+  RowRange range{first, 0, total};
+  const auto lastRow = static_cast<std::int16_t>(total - 1);
+  if (range.first >= 0 && range.first > lastRow) range.first = lastRow;
+  if (range.first < 0) range.first = 0;
+  // Where the sum does not fit, last stays 0.
+  if (const auto last = sum16(range.first, settings.MESSAGES_PER_PAGE, 1)) range.last = *last;
+  if (range.last > lastRow) range.last = lastRow;
+  return range;
+}
+
+std::string listHeader(std::string_view title, std::string_view page, const RowRange& range) {
+  std::string text = "<b>" + std::string(title) + "</b>&nbsp;&nbsp;";
+  if (range.first < 1) {
+    text += "<small>Prev</small>&nbsp;|&nbsp;";
+  } else if (const auto previous = subtract16(range.first, settings.MESSAGES_PER_PAGE)) {
+    // Not held at 0: a start below it shows the first page, and exactly -1 asks for a fresh listing.
+    text += pageLink(page, *previous, "Prev") + "&nbsp;|&nbsp;";
+  }
+  if (range.last >= range.total - 1) {
+    text += "<small>Next</small>&nbsp;";  // only the plain form has the blank behind it
+  } else if (const auto next = add16(range.first, settings.MESSAGES_PER_PAGE)) {
+    text += pageLink(page, *next, "Next");
+  }
+  const int firstShown = range.total > 0 ? range.first + 1 : 0;
+  return text + " (showing " + std::to_string(firstShown) + " - " + std::to_string(range.last + 1) + " of " +
+         std::to_string(range.total) + ")";
+}
+
+std::string cleanSender(std::string_view from) {
+  return replaceAll(replaceAll(from, "'", ""), "\"", "");
+}
+
+std::string senderCell(std::string_view from, std::string_view alsoRun) {
+  std::string cell = "    <td valign='top'>";
+  const std::string clean = cleanSender(from);
+  if (clean.empty()) {
+    cell += kNone;
+  } else {
+    std::string shown = replaceAll(from, "\"", "");
+    textToHtml(shown);
+    cell += "<a href='#addinput' onClick='form1.addtolist.value=\"" + toLower(clean) + "\"" +
+            std::string(alsoRun) + "'>" + shown.substr(0, kSenderLength) + "</a>";
+  }
+  return cell + "    </td>\r\n";
+}
+
+std::string dateCell(std::string_view date) {
+  return "    <td>" + std::string(date) + "    </td>\r\n";
+}
+
+std::string subjectCell(std::string_view subject, std::string_view address, std::string_view sizeText) {
+  std::string text(subject.substr(0, kSubjectLength));
+  if (text.empty()) text = kNone;
+  if (settings.MAX_LINK_SIZE_ON && val(sizeText) > settings.MAX_LINK_SIZE) {
+    return "    <td>" + text + "\r\n    </td>\r\n";
+  }
+  return "    <td><a href='" + std::string(address) + "&s=" + form1.sessionId + "' " +
+         (settings.NEW_WINDOW ? "target='_blank'" : "") + ">" + text + "</a>\r\n    </td>\r\n";
+}
+
+std::string sizeCell(std::string_view sizeText) {
+  return "    <td align='right'>" + std::string(sizeText) + "    </td>\r\n";
+}
+
+std::string sizeTextOf(std::string_view bytes) {
+  return bytes2KB(val(bytes));
+}
+
+std::string rowBox(std::string_view prefix, int row) {
+  return "<input name='" + std::string(prefix) + std::to_string(row) + "' type='checkbox' value='1'>";
+}
+
+}  // namespace vornelle

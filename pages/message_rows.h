@@ -1,0 +1,48 @@
+// What the Inbox and the SpamBox pages share: which rows to show, the header text, and the cells of a row.
+// The two pages differ in small ways that are kept: see their builders.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vornelle {
+
+// The rows of one page: first to last, both counted from 0; last is below first when there is none to show.
+struct RowRange {
+  std::int16_t first = 0;
+  std::int16_t last = -1;
+  std::int16_t total = 0;
+};
+
+// A first row beyond the end shows the last message alone, one below 0 starts at 0.
+[[nodiscard]] RowRange rowsToShow(std::int16_t first, std::int16_t total);
+
+// "<b>Inbox</b>", Prev and Next (links where there is something to go to) and the count of the rows shown.
+// `page` is the name under which the page is asked for, "displayinbox.htm".
+[[nodiscard]] std::string listHeader(std::string_view title, std::string_view page, const RowRange& range);
+
+// The sender without apostrophes and double quotes: what the row table keeps and the add-to-list field gets.
+[[nodiscard]] std::string cleanSender(std::string_view from);
+
+// The sender's cell: a link that puts the clean sender into the page's add-to-list field, then runs `alsoRun`
+// (script text, may be empty); "<none>" where the clean sender is empty. What is shown is cut to 25
+// characters after escaping, so an entity may be split.
+[[nodiscard]] std::string senderCell(std::string_view from, std::string_view alsoRun);
+
+[[nodiscard]] std::string dateCell(std::string_view date);
+
+// The subject, cut to 35 characters, not escaped, linked to `address` unless the message is too large for a
+// link.
+[[nodiscard]] std::string subjectCell(std::string_view subject, std::string_view address,
+                                      std::string_view sizeText);
+
+[[nodiscard]] std::string sizeCell(std::string_view sizeText);
+
+// The size for display of a byte count in decimal.
+[[nodiscard]] std::string sizeTextOf(std::string_view bytes);
+
+// "<input name='D3' type='checkbox' value='1'>"
+[[nodiscard]] std::string rowBox(std::string_view prefix, int row);
+
+}  // namespace vornelle

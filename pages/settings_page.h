@@ -1,0 +1,11 @@
+// The settings page: the settings as they are held in memory, in the form of data\config.htm.
+#pragma once
+
+#include <string>
+
+namespace vornelle {
+
+// Passwords are shown as a row of "*" of their length; texts go in as they stand, without any escaping.
+[[nodiscard]] std::string pageSettings();
+
+}  // namespace vornelle

@@ -1,0 +1,89 @@
+#include "pages/spambox_list.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "core/text.h"
+#include "mail/mail_component.h"
+#include "pages/message_listing.h"
+#include "pages/sort_parallel.h"
+#include "pages/template.h"
+#include "platform/events.h"
+#include "platform/files.h"
+
+namespace vornelle {
+
+namespace {
+
+constexpr std::string_view kEnding = ".txt";
+
+MessageListing spambox;
+
+std::string spamFolder() {
+  return applicationFolder() + "\\spam\\";
+}
+
+// The keys of the saved messages, the most recently modified first; nullopt when there are more than a
+// listing holds.
+std::optional<std::vector<std::string>> keysNewestFirst() {
+  const std::vector<FolderEntry> files = listFolder(applicationFolder() + "\\spam", kEnding);
+  if (files.size() > kLastRow + 1) return std::nullopt;
+  std::vector<std::int64_t> times;
+  std::vector<std::string> keys;
+  for (const FolderEntry& file : files) {
+    times.push_back(file.modifiedMilliseconds);
+    keys.push_back(file.name.substr(0, findNoCase(file.name, kEnding)));
+  }
+  sortParallel(times, keys);
+  std::reverse(keys.begin(), keys.end());
+  return keys;
+}
+
+}  // namespace
+
+bool spamboxList() {
+  const auto keys = keysNewestFirst();
+  if (!keys) return false;
+  spambox.count = static_cast<std::int16_t>(keys->size());
+  currentMail = std::make_unique<MailComponent>();
+  for (std::size_t i = 0; i < keys->size(); i++) {
+    doEvents();
+    const std::string& key = (*keys)[i];
+    const auto message =
+        MailComponent::loadMessageText(readWholeFile(spamFolder() + key + std::string(kEnding)));
+    if (message == nullptr) {
+      currentMail.reset();
+      return false;
+    }
+    // Key and texts go in together: a page that is built in the middle of a scan must not show one message
+    // and act on another.
+    spambox.rows[i] = listedMessage(key, *message);
+  }
+  currentMail.reset();
+  return true;
+}
+
+std::int16_t spamboxCount() {
+  return spambox.count;
+}
+std::optional<std::string> spamboxKey(std::int16_t index) {
+  return spambox.field(index, &ListedMessage::key);
+}
+std::optional<std::string> spamboxFrom(std::int16_t index) {
+  return spambox.field(index, &ListedMessage::from);
+}
+std::optional<std::string> spamboxDate(std::int16_t index) {
+  return spambox.field(index, &ListedMessage::date);
+}
+std::optional<std::string> spamboxSubject(std::int16_t index) {
+  return spambox.field(index, &ListedMessage::subject);
+}
+std::optional<std::string> spamboxSize(std::int16_t index) {
+  return spambox.field(index, &ListedMessage::size);
+}
+
+void spamboxClear() {
+  spambox = MessageListing{};
+}
+
+}  // namespace vornelle

@@ -1,0 +1,62 @@
+#include "pages/find_page.h"
+
+#include "tests/unit/pages/pages_test_support.h"
+
+namespace vornelle {
+namespace {
+
+class FindPage : public PageTest {
+ protected:
+  FindPage() {
+    makeFile("\\data\\find.htm", bare("<!--SSFINDINLISTS-->"));
+    makeFile("\\data\\friendlist.txt", "@example.com\r\nbob@DOMAIN.example\r\n");
+    makeFile("\\data\\SubjectList.txt", "about my domain\r\n");
+    makeFile("\\data\\enemylist.txt", "x@spam.example\r\n");
+  }
+};
+
+TEST_F(FindPage, MatchesAreListedListByListInAnyLetterCase) {
+  EXPECT_EQ(pageFind("domain"),
+            "<html>[<p><b>Last search: </b>domain</p>\r\n"
+            "<p><b>FriendList Matches:</b><br>\r\n- bob@DOMAIN.example<br>\r\n</p>\r\n"
+            "<p><b>SubjectList Matches:</b><br>\r\n- about my domain<br>\r\n</p>\r\n"
+            "<p><b>EnemyList Matches:</b><br>\r\n<i>No matches</i></p>\r\n]</html>");
+}
+
+TEST_F(FindPage, ABlankTextFindsNothing) {
+  for (const std::string text : {"", "  "}) {
+    EXPECT_EQ(pageFind(text), "<html>[<p><b>Last search: </b>" + text +
+                                  "</p>\r\n"
+                                  "<p><b>FriendList Matches:</b><br>\r\n<i>No matches</i></p>\r\n"
+                                  "<p><b>SubjectList Matches:</b><br>\r\n<i>No matches</i></p>\r\n"
+                                  "<p><b>EnemyList Matches:</b><br>\r\n<i>No matches</i></p>\r\n]</html>");
+  }
+}
+
+TEST_F(FindPage, ABlankAtTheEndOfTheTextCounts) {
+  EXPECT_THAT(pageFind("my "), testing::HasSubstr("- about my domain<br>"));
+  EXPECT_THAT(pageFind("domain "), testing::Not(testing::HasSubstr("- about my domain<br>")));
+}
+
+TEST_F(FindPage, TheTextIsShownRaw) {
+  EXPECT_THAT(pageFind("<b>&"), testing::HasSubstr("<p><b>Last search: </b><b>&</p>\r\n"));
+}
+
+TEST_F(FindPage, WithoutItsFileASectionStaysAtItsHeading) {
+  ASSERT_TRUE(deleteFile(inFolder("\\data\\subjectlist.txt")));
+  EXPECT_THAT(pageFind("domain"),
+              testing::HasSubstr("<p><b>SubjectList Matches:</b><br>\r\n<p><b>EnemyList"));
+  EXPECT_FALSE(fileExists(inFolder("\\data\\subjectlist.txt")));
+}
+
+TEST_F(FindPage, ThePageIsCalledFindInLists) {
+  makeFile("\\data\\find.htm", bare("<!--SSPAGEDESC-->,<!--SSTYPE-->"));
+  EXPECT_EQ(pageFind("x"), "<html>[Find in Lists,Find in Lists]</html>");
+}
+
+TEST_F(FindPage, TheResultIsFilledInAfterTheSessionAndHoldsItsOwnMarkersAsTheyAre) {
+  EXPECT_THAT(pageFind("<!--SSSESSION-->"), testing::HasSubstr("</b><!--SSSESSION--></p>"));
+}
+
+}  // namespace
+}  // namespace vornelle

@@ -1,0 +1,179 @@
+#include "pages/message_rows.h"
+
+#include "tests/unit/pages/pages_test_support.h"
+
+namespace vornelle {
+namespace {
+
+using MessageRows = PageTest;
+
+RowRange range(int first, int total) {
+  return rowsToShow(static_cast<std::int16_t>(first), static_cast<std::int16_t>(total));
+}
+
+TEST_F(MessageRows, APageHoldsMessagesPerPageRows) {
+  EXPECT_EQ(range(0, 20).first, 0);
+  EXPECT_EQ(range(0, 20).last, 14);
+  EXPECT_EQ(range(0, 20).total, 20);
+}
+
+TEST_F(MessageRows, TheLastPageEndsAtTheLastMessage) {
+  EXPECT_EQ(range(15, 20).first, 15);
+  EXPECT_EQ(range(15, 20).last, 19);
+}
+
+TEST_F(MessageRows, AStartBeyondTheEndShowsTheLastMessageAlone) {
+  EXPECT_EQ(range(100, 20).first, 19);
+  EXPECT_EQ(range(100, 20).last, 19);
+}
+
+TEST_F(MessageRows, AStartBelowZeroStartsAtTheFirstMessage) {
+  EXPECT_EQ(range(-10, 20).first, 0);
+  EXPECT_EQ(range(-10, 20).last, 14);
+}
+
+TEST_F(MessageRows, WithNothingToListNoRowIsShown) {
+  for (const int first : {-1, 0, 7}) {
+    EXPECT_EQ(range(first, 0).first, 0);
+    EXPECT_EQ(range(first, 0).last, -1);
+  }
+}
+
+TEST_F(MessageRows, ZeroMessagesPerPageShowNone) {
+  settings.MESSAGES_PER_PAGE = 0;
+  EXPECT_EQ(range(3, 20).first, 3);
+  EXPECT_EQ(range(3, 20).last, 2);
+}
+
+TEST_F(MessageRows, ALastRowThatDoesNotFitInSixteenBitsStaysZero) {
+  settings.MESSAGES_PER_PAGE = 32767;
+  EXPECT_EQ(range(0, 20).last, 19);
+  EXPECT_EQ(range(1, 20).last, 0);
+}
+
+TEST_F(MessageRows, TheHeaderOfTheFirstPageLinksNextOnly) {
+  EXPECT_EQ(listHeader("Inbox", "displayinbox.htm", range(0, 20)),
+            "<b>Inbox</b>&nbsp;&nbsp;<small>Prev</small>&nbsp;|&nbsp;"
+            "<a href='displayinbox.htm?s=SESSION&msg=15'><small>Next</small></a> (showing 1 - 15 of 20)");
+}
+
+TEST_F(MessageRows, TheHeaderOfTheLastPageLinksPrevOnly) {
+  EXPECT_EQ(listHeader("SpamBox", "displayspambox.htm", range(15, 20)),
+            "<b>SpamBox</b>&nbsp;&nbsp;<a "
+            "href='displayspambox.htm?s=SESSION&msg=0'><small>Prev</small></a>&nbsp;|&nbsp;"
+            "<small>Next</small>&nbsp; (showing 16 - 20 of 20)");
+}
+
+TEST_F(MessageRows, TheHeaderOfAMiddlePageLinksBoth) {
+  EXPECT_EQ(listHeader("Inbox", "displayinbox.htm", range(15, 40)),
+            "<b>Inbox</b>&nbsp;&nbsp;<a "
+            "href='displayinbox.htm?s=SESSION&msg=0'><small>Prev</small></a>&nbsp;|&nbsp;"
+            "<a href='displayinbox.htm?s=SESSION&msg=30'><small>Next</small></a> (showing 16 - 30 of 40)");
+}
+
+TEST_F(MessageRows, ThePrevLinkIsNotHeldAtZero) {
+  EXPECT_THAT(listHeader("Inbox", "displayinbox.htm", range(5, 20)), testing::HasSubstr("&msg=-10'"));
+  EXPECT_THAT(listHeader("Inbox", "displayinbox.htm", range(14, 20)), testing::HasSubstr("&msg=-1'"));
+}
+
+TEST_F(MessageRows, TheHeaderOfAnEmptyListShowsZeros) {
+  EXPECT_EQ(listHeader("Inbox", "displayinbox.htm", range(0, 0)),
+            "<b>Inbox</b>&nbsp;&nbsp;<small>Prev</small>&nbsp;|&nbsp;<small>Next</small>&nbsp; (showing 0 - "
+            "0 of 0)");
+}
+
+TEST_F(MessageRows, AStartBeyondTheEndShowsTheCountOfTheLastMessage) {
+  EXPECT_THAT(listHeader("SpamBox", "displayspambox.htm", range(100, 20)),
+              testing::HasSubstr("(showing 20 - 20 of 20)"));
+}
+
+TEST_F(MessageRows, ALinkWhoseRowDoesNotFitInSixteenBitsIsLeftOut) {
+  settings.MESSAGES_PER_PAGE = -32768;
+  EXPECT_EQ(listHeader("Inbox", "x.htm", {5, 4, 20}),
+            "<b>Inbox</b>&nbsp;&nbsp;<a href='x.htm?s=SESSION&msg=-32763'><small>Next</small></a> (showing 6 "
+            "- 5 of 20)");
+  settings.MESSAGES_PER_PAGE = 32767;
+  EXPECT_EQ(
+      listHeader("Inbox", "x.htm", {5, 4, 20}),
+      "<b>Inbox</b>&nbsp;&nbsp;<a href='x.htm?s=SESSION&msg=-32762'><small>Prev</small></a>&nbsp;|&nbsp;"
+      " (showing 6 - 5 of 20)");
+}
+
+TEST_F(MessageRows, TheSenderIsALinkThatFillsTheAddToListField) {
+  EXPECT_EQ(senderCell("bob@example.com", ""),
+            "    <td valign='top'><a href='#addinput' onClick='form1.addtolist.value=\"bob@example.com\"'>"
+            "bob@example.com</a>    </td>\r\n");
+}
+
+TEST_F(MessageRows, TheLinkDoesWhatTheCallerAdds) {
+  EXPECT_EQ(
+      senderCell("a@b.c", ";R3.checked=1;"),
+      "    <td valign='top'><a href='#addinput' onClick='form1.addtolist.value=\"a@b.c\";R3.checked=1;'>"
+      "a@b.c</a>    </td>\r\n");
+}
+
+TEST_F(MessageRows, QuotesGoFromTheFieldAndApostrophesStayInWhatIsShown) {
+  EXPECT_EQ(senderCell("\"Ann O'Brien\" <A@B.C>", ""),
+            "    <td valign='top'><a href='#addinput' onClick='form1.addtolist.value=\"ann obrien <a@b.c>\"'>"
+            "Ann O'Brien &lt;A@B.C&gt;</a>    </td>\r\n");
+  EXPECT_EQ(cleanSender("\"Ann O'Brien\" <A@B.C>"), "Ann OBrien <A@B.C>");
+}
+
+TEST_F(MessageRows, TheShownSenderIsCutAfterEscapingEvenInsideAnEntity) {
+  EXPECT_THAT(senderCell("A name with 22 letters<bob@example.com>", ""),
+              testing::HasSubstr(">A name with 22 letters&lt</a>"));
+}
+
+TEST_F(MessageRows, ASenderOfQuotesAloneIsNone) {
+  EXPECT_EQ(senderCell("", ""), "    <td valign='top'>&lt;none&gt;    </td>\r\n");
+  EXPECT_EQ(senderCell("\"'\"", ";R0.checked=1;"), "    <td valign='top'>&lt;none&gt;    </td>\r\n");
+}
+
+TEST_F(MessageRows, TheDateStandsAsItIs) {
+  EXPECT_EQ(dateCell("11-15-2026 01:55AM"), "    <td>11-15-2026 01:55AM    </td>\r\n");
+}
+
+TEST_F(MessageRows, TheSubjectLinksToTheMessageInANewWindow) {
+  EXPECT_EQ(
+      subjectCell("Hello", "displayemail.cgi?uidl=A1", "2K"),
+      "    <td><a href='displayemail.cgi?uidl=A1&s=SESSION' target='_blank'>Hello</a>\r\n    </td>\r\n");
+}
+
+TEST_F(MessageRows, WithoutNewWindowTheLinkHasNoTarget) {
+  settings.NEW_WINDOW = false;
+  EXPECT_EQ(subjectCell("Hello", "displayemail.cgi?uidl=A1", "2K"),
+            "    <td><a href='displayemail.cgi?uidl=A1&s=SESSION' >Hello</a>\r\n    </td>\r\n");
+}
+
+TEST_F(MessageRows, TheSubjectIsCutAtThirtyFiveCharactersAndNotEscaped) {
+  EXPECT_THAT(subjectCell("<b>5678901234567890123456789012345678", "a", "1K"),
+              testing::HasSubstr(">"
+                                 "<b>56789012345678901234567890123456</a>"));
+  EXPECT_THAT(subjectCell(std::string(36, 'x'), "a", "1K"),
+              testing::HasSubstr(">" + std::string(35, 'x') + "</a>"));
+}
+
+TEST_F(MessageRows, NoSubjectIsShownAsNone) {
+  EXPECT_THAT(subjectCell("", "a", "1K"), testing::HasSubstr(">&lt;none&gt;</a>"));
+}
+
+TEST_F(MessageRows, AMessageAboveTheLinkSizeHasNoLink) {
+  settings.MAX_LINK_SIZE = 150;
+  EXPECT_EQ(subjectCell("Big", "a", "151K"), "    <td>Big\r\n    </td>\r\n");
+  EXPECT_THAT(subjectCell("Big", "a", "150K"), testing::HasSubstr("<a href='a&s="));
+  settings.MAX_LINK_SIZE_ON = false;
+  EXPECT_THAT(subjectCell("Big", "a", "151K"), testing::HasSubstr("<a href='a&s="));
+}
+
+TEST_F(MessageRows, TheSizeIsInKilobytes) {
+  EXPECT_EQ(sizeTextOf("150000"), "143K");
+  EXPECT_EQ(sizeTextOf("0"), "1K");
+  EXPECT_EQ(sizeCell("143K"), "    <td align='right'>143K    </td>\r\n");
+}
+
+TEST_F(MessageRows, ABoxIsNamedByItsPrefixAndItsRow) {
+  EXPECT_EQ(rowBox("D", 12), "<input name='D12' type='checkbox' value='1'>");
+}
+
+}  // namespace
+}  // namespace vornelle

@@ -1,0 +1,128 @@
+// A message is deleted only after its whole text has been read from the server and written to the disk in
+// this run; whatever else happens, it stays in the mailbox and the next run meets it again.
+#include "mail/filter_run.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "core/event_log.h"
+#include "core/form1.h"
+#include "core/numbers.h"
+#include "core/settings.h"
+#include "core/text.h"
+#include "mail/filter_lists.h"
+#include "mail/list_matcher.h"
+#include "mail/mail_component.h"
+#include "mail/spambox_store.h"
+#include "platform/events.h"
+#include "platform/files.h"
+#include "platform/shell.h"
+
+namespace vornelle {
+namespace {
+
+// A FriendList shorter than any address would make everything spam.
+constexpr std::uint64_t kShortestFriendList = 8;
+
+class FilterList {
+ public:
+  explicit FilterList(std::string_view name) : FilterList(listForFilter(name)) {}
+
+  [[nodiscard]] bool readable() const { return readable_; }
+  [[nodiscard]] bool matches(std::string_view text) const { return matcher_.matches(text); }
+
+ private:
+  explicit FilterList(const std::optional<std::vector<std::string>>& entries)
+      : readable_(entries.has_value()), matcher_(entries.value_or(std::vector<std::string>{})) {}
+
+  bool readable_;
+  ListMatcher matcher_;
+};
+
+// Loaded afresh for each run.
+struct FilterLists {
+  FilterList friends{kFriendList};
+  FilterList subjects{kSubjectList};
+  FilterList enemies{kEnemyList};
+
+  [[nodiscard]] bool isSpam(const MailMessage& message) const {
+    const std::string& sender = message.getFromAddress();
+    // Mail is not judged by a list that is there and cannot be read: it could be a friend's.
+    bool isFriend = !friends.readable() || friends.matches(sender);
+    const bool subjectOk = !subjects.readable() || subjects.matches(message.getSubject());
+    // The divisor is 1048 and stays so: sizes on the pages must agree with the filter's limit.
+    const auto kilobytes = static_cast<float>(message.getSize() / 1048.0);
+    if (kilobytes > static_cast<float>(settings.MAX_SPAM_SIZE)) isFriend = true;
+    const bool enemy = enemies.matches(sender);
+    return enemy || !(isFriend || subjectOk);
+  }
+};
+
+// True when the message counts as spam that has been saved.
+bool catchSpam(const std::string& uidl) {
+  // A message that cannot be named can be neither fetched nor told from others: it is kept.
+  if (uidl.empty()) return false;
+  const std::string key = spamKey(uidl);
+  std::unique_ptr<MailMessage> message;
+  if (currentMail) message = currentMail->popGetMessage(uidl);
+  const std::string sender = message ? message->getFromAddress() : "";
+  const bool retrieved = message != nullptr;
+  const bool saved = retrieved ? saveSpam(key, std::move(message->rawText)) : saveMissingSpam(key);
+  message.reset();
+  if (!saved) return false;
+
+  LogWindowAdd("Removing spam from " + (trim(sender).empty() ? "<no name>" : sender));
+  if (form1.ckTestMode.checked()) {
+    LogWindowAdd("**TEST MODE: Msg copied to SpamBox, not removed from InBox");
+  } else if (retrieved && currentMail) {
+    // The log has let events in, and the component may be another task's by now. Deleting goes by the
+    // unique-id, and the message is on the disk, so that any open session will do.
+    currentMail->popDeleteMessage(uidl);
+  }
+  return true;
+}
+
+std::string resultText(std::int64_t kept, int spamFiles) {
+  return formatSigned(kept) + " msgs. " + formatSigned(spamFiles) + " spam.";
+}
+
+}  // namespace
+
+void mailFilter() {
+  if (fileLength(listPath(kFriendList)).value_or(0) < kShortestFriendList) {
+    return LogWindowAdd("You need to set up your FriendList first!");
+  }
+  form1.minutesSinceCheck = 0;
+
+  if (!newPopComponent().popConnect()) {
+    beep();
+    return LogWindowAdd("**Cannot log onto POP3 server. Will try again in " +
+                        std::to_string(settings.CHECK_MIN) + " mins.");
+  }
+  std::unique_ptr<HeaderList> list = currentMail->popGetHeaderList(1);
+  const std::int32_t count = list ? list->getCount() : 0;
+
+  std::int16_t spam = 0;
+  {
+    const FilterLists lists;
+    for (std::int32_t i = 0; i < count; ++i) {
+      doEvents();
+      const MailMessage* message = list->getItem(i);
+      if (!lists.isSpam(*message)) continue;
+      const std::string uidl = message->getUidl();
+      // A 16-bit counter: it stays at its highest value.
+      if (catchSpam(uidl)) spam = add16(spam, 1).value_or(spam);
+    }
+  }
+  list.reset();
+  currentMail.reset();  // the session ends here, and with it the deletions take effect
+
+  const std::string result = resultText(std::int64_t{count} - spam, countSpam());
+  static_cast<void>(notifyIconModifyTip(" Vornelle - " + result));  // there may be no icon
+  LogWindowAdd("Mail filtered: " + result);
+}
+
+}  // namespace vornelle

@@ -36,7 +36,8 @@ class SocketControl {
   // Starts a connection. Connect follows when it stands, Close when it could not be made. False: failed at once.
   [[nodiscard]] bool connect(LoopbackAddress address, int port);
 
-  // Everything that has arrived, at most 64 KiB at once; DataArrival comes again while more is waiting.
+  // Everything that has arrived, at most 16 MiB at once: a request that was sent in one piece is to be read in one piece.
+  // DataArrival comes again while more is waiting.
   [[nodiscard]] std::string getData();
 
   // Queues the bytes for sending. True when the socket is connected (also when the other side has gone meanwhile);

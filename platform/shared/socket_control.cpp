@@ -16,7 +16,7 @@
 namespace vornelle {
 namespace {
 
-constexpr std::size_t kMostAtOnce = 64 * 1024;
+constexpr std::size_t kMostAtOnce = 16 * 1024 * 1024;
 
 struct Sockets {
   std::deque<std::weak_ptr<SocketControl::Impl>> queue;

@@ -1,0 +1,61 @@
+// Feeds the gateway's request parser whatever comes, whole and in pieces, and holds both against each other.
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "web/gateway_answer.h"
+#include "web/http_request_parser.h"
+
+namespace {
+
+using vornelle::HttpRequestParser;
+
+// Everything that parsing told, in one comparable text.
+std::string parseInPieces(std::string_view text, std::size_t pieceLength) {
+  HttpRequestParser parser;
+  std::string buffer;
+  std::string told;
+  while (!text.empty()) {
+    const std::string_view piece = text.substr(0, pieceLength);
+    text.remove_prefix(piece.size());
+    buffer += piece;
+    while (!buffer.empty()) {
+      const std::size_t before = buffer.size();
+      const HttpRequestParser::Result result = parser.parse(buffer);
+      if (buffer.size() > before) std::abort();
+      if (result == HttpRequestParser::Result::needMore) break;
+      if (result == HttpRequestParser::Result::failed) {
+        const int status = parser.errorStatus();
+        if (status < 400 || status > 505) std::abort();
+        if (parser.parse(buffer) != HttpRequestParser::Result::failed) std::abort();
+        return told + "failed";  // which limit was met first depends on the pieces
+      }
+      const vornelle::HttpRequest& request = parser.request();
+      if (request.target.empty() || request.target[0] != '/') std::abort();
+      if (request.body.size() > vornelle::kMaxBody) std::abort();
+      if (request.method.find_first_of(" \r\n") != std::string::npos) std::abort();
+      if (request.target.find_first_of(" \r\n") != std::string::npos) std::abort();
+      told += request.method + " " + request.target + " " + request.authority + " " + request.body + "\n";
+      for (const auto& [name, value] : request.fields) {
+        if (value.find_first_of("\r\n") != std::string::npos) std::abort();
+        told += name + ":" + value + "\n";
+      }
+    }
+  }
+  return told;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const std::size_t pieceLength = 1 + data[0];
+  const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
+  if (parseInPieces(text, text.size() + 1) != parseInPieces(text, pieceLength)) std::abort();
+  // The one thing that is rewritten in an answer.
+  const std::string page = vornelle::agreeCharset(std::string(text));
+  if (vornelle::agreeCharset(page) != page) std::abort();
+  return 0;
+}

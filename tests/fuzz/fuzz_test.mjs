@@ -1,0 +1,35 @@
+// Every fuzz target runs for a while on every run of the tests; a crash, a leak or a hang fails it.
+import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
+import { mkdtempSync, readdirSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { test } from 'node:test';
+import { fileURLToPath } from 'node:url';
+
+const folder = fileURLToPath(new URL('../../build/fuzz/fuzz/', import.meta.url));
+const targets = readdirSync(folder).filter((name) => name.endsWith('_fuzz'));
+// The parser that stands towards the network gets a minute, the others less.
+const seconds = (target) => (target === 'http_request_fuzz' ? 60 : 15);
+
+test('there are fuzz targets', () => {
+  assert.ok(targets.includes('http_request_fuzz'), `found: ${targets}`);
+});
+
+for (const target of targets) {
+  test(`${target} finds nothing in ${seconds(target)} seconds`, () => {
+    const corpus = mkdtempSync(join(tmpdir(), 'vornelle-fuzz-'));
+    try {
+      const run = spawnSync(
+        join(folder, target),
+        [`-max_total_time=${seconds(target)}`, '-max_len=8192', '-timeout=10', '-rss_limit_mb=2048', corpus],
+        { cwd: corpus, encoding: 'utf8' },
+      );
+      assert.equal(run.status, 0, run.stderr.slice(-4000));
+      const runs = Number(/Done (\d+) runs/.exec(run.stderr)?.[1] ?? 0);
+      assert.ok(runs > 1000, `only ${runs} runs:\n${run.stderr.slice(-1000)}`);
+    } finally {
+      rmSync(corpus, { recursive: true, force: true });
+    }
+  });
+}

@@ -1,0 +1,163 @@
+#include "web/gateway_answer.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "core/text.h"
+
+namespace vornelle {
+namespace {
+
+// No page loads anything from outside, is shown inside another page, or sends a form elsewhere.
+constexpr std::string_view kSealed = "base-uri 'none'; frame-ancestors 'none'; ";
+
+std::string contentSecurityPolicy(PageKind kind) {
+  const std::string sealed(kSealed);
+  switch (kind) {
+    case PageKind::message:
+      // No script, no remote picture, no form: a message cannot tell its sender that it has been read. Its links work
+      // when the user follows them; they open outside the sandbox.
+      return "sandbox allow-popups allow-popups-to-escape-sandbox; default-src 'none'; style-src 'unsafe-inline'; "
+             "img-src data:; form-action 'none'; " +
+             sealed;
+    case PageKind::page:
+      // Answers that lead on to the next page are scripts of one line. The templates narrow this for themselves to the
+      // one script that they bring, since subjects stand in them as their senders wrote them.
+      return "default-src 'none'; script-src 'unsafe-inline'; style-src 'unsafe-inline'; img-src 'self' data:; "
+             "form-action 'self'; " +
+             sealed;
+    case PageKind::icon:
+    case PageKind::unknown:
+      return "default-src 'none'; style-src 'unsafe-inline'; img-src 'self' data:; form-action 'self'; " + sealed;
+  }
+  return sealed;
+}
+
+struct Status {
+  int code;
+  std::string_view phrase;
+  std::string_view explanation;
+};
+
+constexpr std::array kStatuses = {
+    Status{400, "Bad Request", "Vornelle could not read the request."},
+    Status{403, "Forbidden", "Another site has asked for this page. Open Vornelle's start page yourself."},
+    Status{405, "Method Not Allowed", "Vornelle answers GET, HEAD and POST."},
+    Status{408, "Request Timeout", "The request did not arrive whole in time."},
+    Status{411, "Length Required", "The request does not say how long it is."},
+    Status{413, "Content Too Large", "The form is larger than Vornelle takes."},
+    Status{414, "URI Too Long", "The address is longer than Vornelle takes."},
+    Status{417, "Expectation Failed", "The request expects something that Vornelle does not do."},
+    Status{421, "Misdirected Request", "Vornelle is reached as localhost on the computer that it runs on."},
+    Status{431, "Request Header Fields Too Large", "The header of the request is larger than Vornelle takes."},
+    Status{502, "Bad Gateway", "Vornelle did not answer this request. Please load the page again."},
+    Status{503, "Service Unavailable", "Vornelle is busy. Please try again in a moment."},
+    Status{505, "HTTP Version Not Supported", "Vornelle speaks HTTP/1.1."},
+};
+
+std::string assemble(std::string_view statusLine, std::string_view type, std::string_view policy,
+                     std::string_view furtherFields, const std::string& body, const AnswerOptions& options) {
+  std::string answer = "HTTP/1.1 ";
+  answer.reserve(body.size() + 1024);
+  answer.append(statusLine).append("\r\nContent-Type: ").append(type);
+  answer.append("\r\nContent-Length: ").append(std::to_string(body.size()));
+  answer.append("\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\nReferrer-Policy: no-referrer");
+  answer.append("\r\nX-Frame-Options: DENY\r\nX-DNS-Prefetch-Control: off\r\nContent-Security-Policy: ");
+  while (!policy.empty() && (policy.back() == ' ' || policy.back() == ';')) policy.remove_suffix(1);
+  answer.append(policy);
+  answer.append(furtherFields);
+  answer.append(options.keepAlive ? "\r\nConnection: keep-alive\r\n\r\n" : "\r\nConnection: close\r\n\r\n");
+  if (!options.headOnly) answer.append(body);
+  return answer;
+}
+
+bool isNameCharacter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
+         c == '.' || c == ':';
+}
+
+}  // namespace
+
+PageKind pageKind(std::string_view target) {
+  if (!target.empty() && target[0] == '/') target.remove_prefix(1);
+  static constexpr std::array<std::pair<std::string_view, PageKind>, 22> kKinds = {{
+      {"UNLOADME", PageKind::page},
+      {"LOGOUT.CGI", PageKind::page},
+      {"INDEX.HTM", PageKind::page},
+      {"LOGIN.CGI", PageKind::page},
+      {"vornelle.ico", PageKind::icon},
+      {"DISPLAYINBOX.HTM", PageKind::page},
+      {"DISPLAYEMAIL.CGI", PageKind::message},
+      {"DELETERESTORE.CGI", PageKind::page},
+      {"DELETE.CGI", PageKind::page},
+      {"DISPLAYSPAMBOX.HTM", PageKind::page},
+      {"DISPLAYSPAM.CGI", PageKind::message},
+      {"DISPLAYFRIENDLIST.HTM", PageKind::page},
+      {"DISPLAYSUBJECTLIST.HTM", PageKind::page},
+      {"DISPLAYENEMYLIST.HTM", PageKind::page},
+      {"FINDINLISTS.HTM", PageKind::page},
+      {"CONFIG.HTM", PageKind::page},
+      {"CONFIGUPDATE.CGI", PageKind::page},
+      {"ADDTOLIST.CGI", PageKind::page},
+      {"DELETEFROMLIST.CGI", PageKind::page},
+      {"ADD2BLACK.CGI", PageKind::page},
+      {"ADD2WHITE.CGI", PageKind::page},
+      {"MAILFILTER.CGI", PageKind::page},
+  }};
+  if (target.empty()) return PageKind::page;
+  for (const auto& [name, kind] : kKinds) {
+    if (startsWithNoCase(target, name)) return kind;
+  }
+  return PageKind::unknown;
+}
+
+std::string pageAnswer(PageKind kind, std::string body, const AnswerOptions& options) {
+  if (kind == PageKind::message) body = agreeCharset(std::move(body));
+  const std::string_view type = kind == PageKind::icon ? "image/x-icon" : "text/html; charset=windows-1252";
+  return assemble("200 OK", type, contentSecurityPolicy(kind), "", body, options);
+}
+
+std::string errorAnswer(int status, const AnswerOptions& options) {
+  const Status* found = &kStatuses.front();
+  for (const Status& one : kStatuses) {
+    if (one.code == status) found = &one;
+  }
+  const std::string statusLine = std::to_string(found->code) + " " + std::string(found->phrase);
+  const std::string body = "<!DOCTYPE html>\r\n<html><head><title>" + statusLine + "</title></head><body><h2>" + statusLine +
+                           "</h2>\r\n<p>" + std::string(found->explanation) +
+                           "</p>\r\n<p><a href='/'>Start page</a></p></body></html>\r\n";
+  std::string_view further;
+  if (status == 405) further = "\r\nAllow: GET, HEAD, POST";
+  if (status == 503) further = "\r\nRetry-After: 5";
+  return assemble(statusLine, "text/html; charset=windows-1252", contentSecurityPolicy(PageKind::unknown), further,
+                  body, options);
+}
+
+std::string agreeCharset(std::string page) {
+  constexpr std::string_view kOurs = "windows-1252";
+  const std::string_view text = page;
+  std::string agreed;
+  std::size_t copied = 0;
+  std::size_t at = 0;
+  while ((at = findNoCase(text, "<meta", at)) != std::string_view::npos) {
+    const std::size_t tagEnd = std::min(text.find('>', at), text.size());
+    std::size_t value = findNoCase(text.substr(0, tagEnd), "charset", at);
+    at = tagEnd;
+    if (value == std::string_view::npos) continue;
+    value += std::string_view("charset").size();
+    while (value < tagEnd && (text[value] == ' ' || text[value] == '\t')) ++value;
+    if (value >= tagEnd || text[value] != '=') continue;
+    ++value;
+    while (value < tagEnd && (text[value] == ' ' || text[value] == '"' || text[value] == '\'')) ++value;
+    std::size_t end = value;
+    while (end < tagEnd && isNameCharacter(text[end])) ++end;
+    if (end == value) continue;
+    agreed.append(text.substr(copied, value - copied)).append(kOurs);
+    copied = end;
+  }
+  if (copied == 0) return page;
+  return agreed.append(text.substr(copied));
+}
+
+}  // namespace vornelle

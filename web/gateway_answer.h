@@ -1,0 +1,34 @@
+// What the gateway sends back: HTTP/1.1 answers made of the plain listener's bare ones, and its own error answers.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vornelle {
+
+// Which policy a page is shown under.
+enum class PageKind {
+  message,  // somebody's mail: sandboxed, no script, nothing remote
+  page,     // a page or a short answer of the program itself: nothing from outside
+  icon,
+  unknown,  // quotes an unknown path: no script at all
+};
+
+// By the path, letter case ignored, as the page table matches it (the first that begins the path).
+[[nodiscard]] PageKind pageKind(std::string_view target);
+
+struct AnswerOptions {
+  bool keepAlive = true;
+  bool headOnly = false;  // answer to HEAD: the header alone
+};
+
+// The answer for a page: status 200, type, length, security header fields.
+[[nodiscard]] std::string pageAnswer(PageKind kind, std::string body, const AnswerOptions& options);
+
+// An error answer with a short page. Status 400, 403, 405, 408, 411, 413, 414, 417, 421, 431, 502, 503, 505.
+[[nodiscard]] std::string errorAnswer(int status, const AnswerOptions& options);
+
+// Makes every charset that the page's own meta tags declare say windows-1252, which is what the bytes are.
+[[nodiscard]] std::string agreeCharset(std::string page);
+
+}  // namespace vornelle

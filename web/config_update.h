@@ -1,0 +1,13 @@
+// CONFIGUPDATE.CGI: takes over what the settings page has posted.
+#pragma once
+
+#include <string>
+
+namespace vornelle {
+
+// Stores the posted settings, saves the file, tests both mail servers, and returns the answer's text: an
+// alert for each server that cannot be logged on to, then the way back to the settings page. An empty value
+// changes nothing, and neither does a password with a "*" in it: the page shows passwords as rows of them.
+[[nodiscard]] std::string configUpdate();
+
+}  // namespace vornelle

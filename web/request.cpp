@@ -1,0 +1,76 @@
+#include "web/request.h"
+
+#include <utility>
+
+#include "core/form1.h"
+#include "core/text.h"
+
+namespace vornelle {
+namespace {
+
+std::uint64_t requestsRead = 0;
+
+// Positions are 1-based and 0 means "not found", because the lengths below are differences of positions and
+// come out negative where a part is missing.
+using Position = std::int64_t;
+
+Position toPosition(std::size_t index) {
+  return index == std::string_view::npos ? 0 : static_cast<Position>(index) + 1;
+}
+
+Position find(std::string_view text, std::string_view what, Position from = 1) {
+  return toPosition(text.find(what, static_cast<std::size_t>(from - 1)));
+}
+
+// The characters from `start`, fewer where the text ends; nullopt for a negative length.
+std::optional<std::string> middle(std::string_view text, Position start, Position length) {
+  if (length < 0) return std::nullopt;
+  const auto begin = static_cast<std::size_t>(start - 1);
+  if (begin >= text.size()) return "";
+  return std::string(text.substr(begin, static_cast<std::size_t>(length)));
+}
+
+// The target of a request line: what stands between the method and the next blank.
+std::optional<std::string> requestTarget(std::string_view text, std::string_view method) {
+  const auto methodLength = static_cast<Position>(method.size());
+  const Position line = find(text, std::string(method) + " ");
+  const Position blank = find(text, " ", line + 5);
+  return middle(text, line + methodLength + 1, blank - line - methodLength - 1);
+}
+
+}  // namespace
+
+void readRequest(std::string received) {
+  form1.requestText = std::move(received);
+  std::optional<std::string> target;
+  if (form1.requestText.starts_with("GET")) {
+    target = requestTarget(form1.requestText, "GET");
+  } else if (form1.requestText.starts_with("POST")) {
+    target = requestTarget(form1.requestText, "POST");
+  }
+  if (!target) return;
+  form1.requestPath = *target;
+  ++requestsRead;
+}
+
+std::uint64_t requestNumber() {
+  return requestsRead;
+}
+
+std::optional<std::string> requestParam(std::string_view name) {
+  const std::string_view text = form1.requestText;
+  const auto nameLength = static_cast<Position>(name.size());
+  const Position start = toPosition(findNoCase(text, std::string(name) + "="));
+  const Position end = find(text, "&", start + 1);
+  return middle(text, start + nameLength + 1, end - start - nameLength - 1);
+}
+
+std::string firstParamValue(std::string_view text, std::string_view separator, std::string_view terminator) {
+  const std::size_t found = text.find(separator);
+  if (found == std::string_view::npos) return "";
+  const std::size_t start = found + 1;
+  const std::size_t end = text.find(terminator, start);
+  return std::string(text.substr(start, end == std::string_view::npos ? end : end - start));
+}
+
+}  // namespace vornelle

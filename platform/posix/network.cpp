@@ -12,6 +12,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -34,7 +35,18 @@ constexpr std::int64_t kAcceptRetry = 100;                // milliseconds, when 
 
 class Listener;
 
+// The usual limit of 1024 descriptors is low for a server.
+void raiseDescriptorLimit() {
+  constexpr rlim_t kEnough = 65536;
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= kEnough) return;
+  limit.rlim_cur = std::min(limit.rlim_max, kEnough);
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 struct Network {
+  Network() { raiseDescriptorLimit(); }
+
   std::unordered_map<Channel*, std::unique_ptr<Channel>> lingering;
   std::optional<std::int64_t> firstDeadline;  // of the lingering ones; may be earlier than the true one
   std::optional<std::int64_t> acceptRetry;

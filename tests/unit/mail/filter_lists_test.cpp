@@ -1,0 +1,254 @@
+#include "mail/filter_lists.h"
+
+#include "core/settings.h"
+#include "tests/unit/support.h"
+
+namespace vornelle {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+class FilterLists : public SimTest {
+ protected:
+  static std::string log() { return form1.LogWindow.text(); }
+  static std::string friends() { return contentOf("\\data\\friendlist.txt"); }
+  static void makeFriends(std::string_view content) { makeFile("\\data\\friendlist.txt", content); }
+
+  // "entry0", "entry1" and so on, one a line.
+  static std::string lines(int count) {
+    std::string text;
+    for (int n = 0; n < count; ++n) text += "entry" + std::to_string(n) + "\r\n";
+    return text;
+  }
+};
+
+TEST_F(FilterLists, AnAddIsTrimmedLoweredLoggedAndStoredDecoded) {
+  listAdd("FriendList", "  Bob.Smith%40Example.COM ");
+  EXPECT_THAT(log(), EndsWith("] FriendList add: bob.smith%40example.com\r\n"));
+  EXPECT_EQ(contentOf("\\data\\FriendList.txt"), "bob.smith@example.com\r\n");
+}
+
+TEST_F(FilterLists, AnAddToTheEnemyListIsLoggedAsPosted) {
+  makeFile("\\data\\enemylist.txt", "");
+  listAdd("EnemyList", "%40example.com");
+  EXPECT_THAT(log(), EndsWith("] EnemyList add: %40example.com\r\n"));
+  EXPECT_EQ(contentOf("\\data\\enemylist.txt"), "@example.com\r\n");
+}
+
+TEST_F(FilterLists, EachListHasAFileOfItsOwn) {
+  listAdd("SubjectList", "invoice");
+  EXPECT_EQ(contentOf("\\data\\subjectlist.txt"), "invoice\r\n");
+  EXPECT_EQ(friends(), "(missing)");
+}
+
+TEST_F(FilterLists, AnEntryOfBlanksIsIgnored) {
+  makeFriends("Bob\r\n");
+  listAdd("FriendList", "   ");
+  listAdd("FriendList", "");
+  EXPECT_EQ(log(), "");
+  EXPECT_EQ(friends(), "Bob\r\n");
+}
+
+TEST_F(FilterLists, AnEntryThatIsThereInAnyLetterCaseChangesNothing) {
+  const std::string before = "Zoe\r\n\r\nBOB@Example.org\r\n";
+  makeFriends(before);
+  listAdd("FriendList", " bob@EXAMPLE.org");
+  EXPECT_EQ(friends(), before);
+  EXPECT_EQ(log(), "");
+}
+
+TEST_F(FilterLists, ALetterAboveAsciiIsADuplicateInEitherCase) {
+  makeFriends("M\xDCLLER\r\n");
+  listAdd("FriendList", "m\xFCller");
+  EXPECT_EQ(friends(), "M\xDCLLER\r\n");
+}
+
+TEST_F(FilterLists, TheDuplicateTestComparesTheEntryAsPosted) {
+  makeFriends("bob@example.org\r\n");
+  listAdd("FriendList", "bob%40example.org");
+  EXPECT_EQ(friends(), "bob@example.org\r\nbob@example.org\r\n");
+}
+
+TEST_F(FilterLists, AnAddLeavesTheFileLowerCaseSortedAndWithoutBlankLines) {
+  makeFriends("Zoe@Example.org\r\n\r\n   \r\nADA\r\nm\xDC\r\n");
+  listAdd("FriendList", "Bob");
+  EXPECT_EQ(friends(), "ada\r\nbob\r\nm\xFC\r\nzoe@example.org\r\n");
+}
+
+TEST_F(FilterLists, LinesKeepTheirBlanksAndTheDecodedEntryGetsItsOwn) {
+  makeFriends(" Ada \r\n");
+  listAdd("FriendList", "bob+smith+");
+  EXPECT_EQ(friends(), " ada \r\nbob smith \r\n");
+}
+
+TEST_F(FilterLists, EscapesWithLettersStayBecauseTheEntryIsLoweredFirst) {
+  listAdd("FriendList", "a%2Bb%21c%3D");
+  EXPECT_EQ(friends(), "a%2bb!c%3d\r\n");
+}
+
+TEST_F(FilterLists, AnEscapedPercentSignBeforeFortyBecomesAnAtSign) {
+  listAdd("FriendList", "bob%2540example.org");
+  EXPECT_EQ(friends(), "bob@example.org\r\n");
+}
+
+TEST_F(FilterLists, TheLastSlotOfAListCanBeFilled) {
+  makeFriends(lines(10000));
+  listAdd("FriendList", "a new one");
+  EXPECT_THAT(log(), EndsWith("] FriendList add: a new one\r\n"));
+  EXPECT_EQ(friends().size(), lines(10000).size() + 11);
+  EXPECT_TRUE(friends().starts_with("a new one\r\nentry0\r\nentry1\r\nentry10\r\n"));
+}
+
+TEST_F(FilterLists, AnAddToAFullListIsRefusedWithALogLine) {
+  makeFriends(lines(10001));
+  listAdd("FriendList", "A New%40one");
+  EXPECT_EQ(friends(), lines(10001));
+  EXPECT_THAT(log(), EndsWith("] **FriendList is full (10001 entries), not added: a new%40one\r\n"));
+  EXPECT_THAT(log(), testing::Not(HasSubstr("FriendList add: ")));
+}
+
+TEST_F(FilterLists, BlankLinesTakeNoSlot) {
+  makeFriends(lines(10000) + "\r\n \r\n");
+  listAdd("FriendList", "zoe");
+  EXPECT_THAT(friends(), EndsWith("\r\nzoe\r\n"));
+}
+
+TEST_F(FilterLists, ADuplicateInAFullListIsSilent) {
+  makeFriends(lines(10001));
+  listAdd("FriendList", "ENTRY10000");
+  EXPECT_EQ(friends(), lines(10001));
+  EXPECT_EQ(log(), "");
+}
+
+TEST_F(FilterLists, AListThatCannotBeReadIsLeftAsItIs) {
+  makeFriends("ada\r\n");
+  sim::failReadsOf("riend");
+  listAdd("FriendList", "bob");
+  listRemoveLine("friendlist", "0");
+  EXPECT_EQ(listForFilter("FriendList"), std::nullopt);
+  sim::failReadsOf("");
+  EXPECT_EQ(friends(), "ada\r\n");
+  EXPECT_THAT(log(), HasSubstr("] **FriendList cannot be read, not added: bob\r\n"));
+  EXPECT_THAT(log(), HasSubstr("] **FriendList cannot be read, nothing removed\r\n"));
+  EXPECT_THAT(log(), EndsWith("] **FriendList cannot be read\r\n"));
+}
+
+TEST_F(FilterLists, AFailedWriteLeavesTheOldFileAndSaysSo) {
+  makeFriends("ada\r\ncarl\r\n");
+  sim::failWritesTo("FriendList.txt");
+  listAdd("FriendList", "bob");
+  EXPECT_THAT(log(), EndsWith("] **FriendList cannot be written, not added: bob\r\n"));
+  listRemoveLine("FriendList", "0");
+  EXPECT_THAT(log(), EndsWith("] **FriendList cannot be written, nothing removed\r\n"));
+  sim::failWritesTo("");
+  EXPECT_EQ(friends(), "ada\r\ncarl\r\n");
+}
+
+TEST_F(FilterLists, AnAddThatNestsInTheLogLineOfAnotherIsNotLost) {
+  sim::after(0, [] { listAdd("FriendList", "zoe"); });
+  listAdd("FriendList", "ada");
+  EXPECT_EQ(friends(), "ada\r\nzoe\r\n");
+}
+
+TEST_F(FilterLists, ANestedAddOfTheSameEntryLeavesItThereOnce) {
+  sim::after(0, [] { listAdd("FriendList", "ada"); });
+  listAdd("FriendList", "ada");
+  EXPECT_EQ(friends(), "ada\r\n");
+}
+
+TEST_F(FilterLists, RemovingTakesOutTheLineAtThatPosition) {
+  for (const auto& [number, rest] : std::vector<std::pair<std::string, std::string>>{
+           {"0", "b\r\nC\r\n"}, {" 1 ", "a\r\nC\r\n"}, {"2", "a\r\nb\r\n"}}) {
+    makeFriends("a\r\nb\r\nC\r\n");
+    listRemoveLine("FriendList", number);
+    EXPECT_EQ(friends(), rest) << number;
+  }
+  EXPECT_EQ(log(), "");
+}
+
+TEST_F(FilterLists, RemovingDoesNotSortTheFileAndCountsBlankLines) {
+  makeFriends("zoe\r\n\r\nAda\r\nbob");
+  listRemoveLine("FRIENDLIST", "2");
+  EXPECT_EQ(friends(), "zoe\r\n\r\nbob\r\n");
+}
+
+TEST_F(FilterLists, RemovingTheOnlyLineLeavesAnEmptyFile) {
+  makeFriends("bob\r\n");
+  listRemoveLine("friendlist", "0");
+  EXPECT_EQ(friends(), "");
+}
+
+TEST_F(FilterLists, RemovingWithoutTheNumberOfALineRemovesNothing) {
+  const std::string before = "a\r\nb\nc";
+  makeFriends(before);
+  // The last one is what a form without a chosen line leads to.
+  for (const char* number :
+       {"", "  ", "3", "-1", "0.5", "65536", "1e9", "abc", "0x", "lefromlist.cgi?s=AB"}) {
+    listRemoveLine("FriendList", number);
+    EXPECT_EQ(friends(), before) << number;
+  }
+}
+
+TEST_F(FilterLists, OnlyTheThreeListsCanLoseALine) {
+  ASSERT_TRUE(createFolder(inFolder("\\spam")));
+  for (const char* path :
+       {"\\data\\other.txt", "\\notes.txt", "\\spam\\a.txt", "\\data\\.txt", "\\data\\friendlist.txt.txt"}) {
+    makeFile(path, "a\r\nb\r\n");
+  }
+  for (const char* type : {"other", "..\\notes", "../notes", "..\\spam\\a", "", " friendlist",
+                           "friendlist.txt", "friendlist\\..\\other", ".\\other"}) {
+    listRemoveLine(type, "0");
+  }
+  for (const char* path :
+       {"\\data\\other.txt", "\\notes.txt", "\\spam\\a.txt", "\\data\\.txt", "\\data\\friendlist.txt.txt"}) {
+    EXPECT_EQ(contentOf(path), "a\r\nb\r\n") << path;
+  }
+  makeFile("\\data\\SubjectList.txt", "a\r\nb\r\n");
+  makeFile("\\data\\EnemyList.txt", "a\r\nb\r\n");
+  listRemoveLine("SUBJECTlist", "0");
+  listRemoveLine("enemylist", "1");
+  EXPECT_EQ(contentOf("\\data\\subjectlist.txt"), "b\r\n");
+  EXPECT_EQ(contentOf("\\data\\enemylist.txt"), "a\r\n");
+}
+
+TEST_F(FilterLists, RemovingFromAMissingListMakesNoFile) {
+  listRemoveLine("FriendList", "0");
+  EXPECT_EQ(friends(), "(missing)");
+}
+
+TEST_F(FilterLists, RemovingKeepsAtMostAsManyLinesAsAListHolds) {
+  makeFriends("gone\r\n" + lines(10003));
+  listRemoveLine("FriendList", "0");
+  EXPECT_EQ(friends(), lines(10001));
+  EXPECT_THAT(log(), EndsWith("] **FriendList is too long, left out: its last 2 lines\r\n"));
+}
+
+TEST_F(FilterLists, TheFilterGetsTheLinesAsTheyStand) {
+  makeFriends(" Ada\r\n\r\nBOB \r\ncarl");
+  EXPECT_EQ(listForFilter("FriendList"), (std::vector<std::string>{" Ada", "", "BOB ", "carl"}));
+  EXPECT_EQ(listForFilter("EnemyList"), std::vector<std::string>{});
+  EXPECT_EQ(log(), "");
+}
+
+TEST_F(FilterLists, TheFilterUsesTheFirstTenThousandLinesAndSaysSo) {
+  makeFriends(lines(10000));
+  EXPECT_EQ(listForFilter("FriendList")->size(), 10000u);
+  EXPECT_EQ(log(), "");
+  makeFriends(lines(10002));
+  const auto entries = listForFilter("FriendList");
+  EXPECT_EQ(entries->size(), 10000u);
+  EXPECT_EQ(entries->back(), "entry9999");
+  EXPECT_THAT(log(), EndsWith("] **FriendList has 10002 lines, only the first 10000 are used\r\n"));
+}
+
+TEST_F(FilterLists, ListNamesAreKnownInAnyLetterCase) {
+  EXPECT_EQ(listNameOf("FRIENDLIST"), "FriendList");
+  EXPECT_EQ(listNameOf("subjectlist"), "SubjectList");
+  EXPECT_EQ(listNameOf("EnemyList"), "EnemyList");
+  EXPECT_EQ(listNameOf("friendlis"), "");
+  EXPECT_EQ(listNameOf(""), "");
+}
+
+}  // namespace
+}  // namespace vornelle

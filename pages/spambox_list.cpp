@@ -3,36 +3,29 @@
 #include <algorithm>
 #include <vector>
 
-#include "core/text.h"
 #include "mail/mail_component.h"
+#include "mail/spambox_store.h"
 #include "pages/message_listing.h"
 #include "pages/sort_parallel.h"
 #include "pages/template.h"
 #include "platform/events.h"
-#include "platform/files.h"
 
 namespace vornelle {
 
 namespace {
 
-constexpr std::string_view kEnding = ".txt";
-
 MessageListing spambox;
-
-std::string spamFolder() {
-  return applicationFolder() + "\\spam\\";
-}
 
 // The keys of the saved messages, the most recently modified first; nullopt when there are more than a
 // listing holds.
 std::optional<std::vector<std::string>> keysNewestFirst() {
-  const std::vector<FolderEntry> files = listFolder(applicationFolder() + "\\spam", kEnding);
+  const std::vector<SpamFile> files = listSpam();
   if (files.size() > kLastRow + 1) return std::nullopt;
   std::vector<std::int64_t> times;
   std::vector<std::string> keys;
-  for (const FolderEntry& file : files) {
+  for (const SpamFile& file : files) {
     times.push_back(file.modifiedMilliseconds);
-    keys.push_back(file.name.substr(0, findNoCase(file.name, kEnding)));
+    keys.push_back(file.key);
   }
   sortParallel(times, keys);
   std::reverse(keys.begin(), keys.end());
@@ -49,8 +42,7 @@ bool spamboxList() {
   for (std::size_t i = 0; i < keys->size(); i++) {
     doEvents();
     const std::string& key = (*keys)[i];
-    const auto message =
-        MailComponent::loadMessageText(readWholeFile(spamFolder() + key + std::string(kEnding)));
+    const auto message = MailComponent::loadMessageText(readWholeFile(spamPath(key)));
     if (message == nullptr) {
       currentMail.reset();
       return false;

@@ -6,12 +6,16 @@
 #include "core/shutdown.h"
 #include "core/text.h"
 #include "core/url_decode.h"
+#include "mail/filter_lists.h"
+#include "mail/filter_run.h"
 #include "pages/find_page.h"
 #include "pages/inbox_page.h"
 #include "pages/list_page.h"
+#include "pages/message_actions.h"
 #include "pages/settings_page.h"
 #include "pages/spambox_page.h"
 #include "pages/template.h"
+#include "platform/events.h"
 #include "platform/files.h"
 #include "web/config_update.h"
 #include "web/listener.h"
@@ -25,6 +29,10 @@ struct Row {
   std::string_view name;    // the path begins with it, letter case ignored
   std::string (*answer)();  // without the line end that closes every answer
 };
+
+std::string locationScript(const std::string& page) {
+  return "<script language='Javascript'>window.location='" + page + "?s=" + form1.sessionId + "'</script>";
+}
 
 // The first row that an Inbox or SpamBox page is to show: all the text after "MSG=" as a number, 0 when it is
 // none. -1 without "MSG=".
@@ -49,6 +57,66 @@ std::string displaySpamBox() {
   return pageSpamBox(first);
 }
 
+// A display action's page is decoded as a whole, whatever stands in the message.
+std::string displayEmail() {
+  return urlDecode(showMessage(firstParamValue(form1.requestPath)));
+}
+
+std::string displaySpam() {
+  return urlDecode(showSpam(firstParamValue(form1.requestPath)));
+}
+
+// A large form arrives in several receives, each of which replaces requestText: the action starts once
+// nothing more has come for a while.
+void waitForWholeForm() {
+  pause(2000);
+  std::string last = "xxx";
+  while (!equalsNoCase(form1.requestText, last)) {
+    last = form1.requestText;
+    pause(1500);
+    doEvents();
+  }
+}
+
+std::string deleteRestore() {
+  waitForWholeForm();
+  deleteChecked("SPAMBOX");
+  return locationScript("displayspambox.htm");
+}
+
+std::string deleteMail() {
+  pause(5000);
+  deleteChecked("INBOX");
+  return locationScript("displayinbox.htm");
+}
+
+std::string addToList() {
+  const std::string item = requestParam("addtolist").value_or("");
+  const std::string type = requestParam("type").value_or("");
+  const std::string_view list = listNameOf(type);
+  if (!list.empty()) listAdd(list, item);
+  return locationScript("display" + type + ".htm");
+}
+
+std::string deleteFromList() {
+  const std::string line = requestParam("deletefromlist").value_or("");
+  const std::string type = requestParam("type").value_or("");
+  if (!trim(line).empty()) listRemoveLine(type, line);
+  return locationScript("display" + type + ".htm");
+}
+
+// The buttons on the message pages.
+std::string addToListAndGoBack(std::string_view list) {
+  listAdd(list, requestParam("ADDTOLIST").value_or(""));
+  return "<script language='Javascript'>history.back()</script>";
+}
+
+std::string filterNow() {
+  LogWindowAdd("Filter mail (user request)");
+  mailFilter();
+  return locationScript("displayspambox.htm");
+}
+
 std::string findInLists() {
   return pageFind(requestParam("findinlists").value_or(""));
 }
@@ -70,13 +138,22 @@ constexpr Row kRowsForEverybody[] = {
 
 constexpr Row kRowsWithSession[] = {
     {"DISPLAYINBOX.HTM", displayInbox},
+    {"DISPLAYEMAIL.CGI", displayEmail},
+    {"DELETERESTORE.CGI", deleteRestore},
+    {"DELETE.CGI", deleteMail},
     {"DISPLAYSPAMBOX.HTM", displaySpamBox},
+    {"DISPLAYSPAM.CGI", displaySpam},
     {"DISPLAYFRIENDLIST.HTM", [] { return pageList("FriendList"); }},
     {"DISPLAYSUBJECTLIST.HTM", [] { return pageList("SubjectList"); }},
     {"DISPLAYENEMYLIST.HTM", [] { return pageList("EnemyList"); }},
     {"FINDINLISTS.HTM", findInLists},
     {"CONFIG.HTM", pageSettings},
     {"CONFIGUPDATE.CGI", configUpdate},
+    {"ADDTOLIST.CGI", addToList},
+    {"DELETEFROMLIST.CGI", deleteFromList},
+    {"ADD2BLACK.CGI", [] { return addToListAndGoBack(kEnemyList); }},
+    {"ADD2WHITE.CGI", [] { return addToListAndGoBack(kFriendList); }},
+    {"MAILFILTER.CGI", filterNow},
     {"", unrecognizedPage},
 };
 

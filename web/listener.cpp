@@ -24,9 +24,6 @@ constexpr std::int32_t kMaxRequests = 100;
 constexpr std::int32_t kLastElement = 32767;  // element indices have 16 bits
 constexpr std::int32_t kLastPort = 65535;
 
-// A receive takes everything that is there; a sender that is faster than we read gets no further than this.
-constexpr std::size_t kLongestReceive = 16 * 1024 * 1024;
-
 struct Element {
   SocketControl socket;
   int sendsUnderWay = 0;  // their SendComplete events are still to come
@@ -65,10 +62,6 @@ void sckWS_DataArrival(std::int32_t index) {
   Element* const sender = element(index);
   if (!sender) return;
   std::string received = sender->socket.getData();
-  for (std::string more = received; !more.empty() && received.size() < kLongestReceive;) {
-    more = sender->socket.getData();
-    received += more;
-  }
   if (received.empty()) return;
   readRequest(std::move(received));
 }

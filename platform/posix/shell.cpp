@@ -109,6 +109,7 @@ std::string nativeApplicationFolder() {
 
 bool writingFails(const std::string& /*path*/) { return false; }
 bool readingFails(const std::string& /*path*/) { return false; }
+bool flushesToDisk() { return true; }
 
 }  // namespace files
 

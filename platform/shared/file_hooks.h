@@ -12,4 +12,7 @@ namespace vornelle::files {
 [[nodiscard]] bool writingFails(const std::string& path);
 [[nodiscard]] bool readingFails(const std::string& path);
 
+// False where no loss of power has to be survived: the flush to the disk is what costs the most by far.
+[[nodiscard]] bool flushesToDisk();
+
 }  // namespace vornelle::files

@@ -64,12 +64,16 @@ std::string parentOf(const std::string& native) {
   return slash == 0 ? "/" : native.substr(0, slash);
 }
 
+bool syncFile(const File& file) {
+  return !files::flushesToDisk() || fsync(file.descriptor()) == 0;
+}
+
 // Makes the folder's entries last through a loss of power.
 bool syncFolder(const std::string& native) {
   const File folder(native, O_RDONLY | O_DIRECTORY);
   if (!folder.isOpen()) return false;
   // Some file systems cannot do it for folders, and say so with EINVAL.
-  return fsync(folder.descriptor()) == 0 || errno == EINVAL;
+  return syncFile(folder) || errno == EINVAL;
 }
 
 // The file that a rename has to replace: a symbolic link stays and its target is replaced.
@@ -92,7 +96,7 @@ bool writeTemporary(const std::string& path, const struct stat* old, std::string
     if (fchown(file.descriptor(), old->st_uid, old->st_gid) != 0) errno = 0;
     if (fchmod(file.descriptor(), old->st_mode & 07777) != 0) return false;
   }
-  return file.writeAll(bytes) && fsync(file.descriptor()) == 0 && file.close();
+  return file.writeAll(bytes) && syncFile(file) && file.close();
 }
 
 }  // namespace

@@ -70,6 +70,7 @@ namespace files {
 std::string nativeApplicationFolder() { return sim::folder().path; }
 bool writingFails(const std::string& path) { return sim::contains(path, sim::world().failingWrites); }
 bool readingFails(const std::string& path) { return sim::contains(path, sim::world().failingReads); }
+bool flushesToDisk() { return false; }
 
 }  // namespace files
 }  // namespace vornelle

@@ -145,16 +145,18 @@ class Connection final : public Channel, public Polled {
     return ioctl(socket_.get(), FIONREAD, &bytes) == 0 && bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
   }
 
+  // Reads on until nothing is left, not just what waited at first: each read makes room for bytes that the peer's system
+  // has been holding back, and they arrive at once on this machine.
   [[nodiscard]] std::string receive(std::size_t most) override {
-    std::string bytes(std::min(waiting(), most), '\0');
-    std::size_t length = 0;
-    while (length < bytes.size()) {
-      const ssize_t got = recv(socket_.get(), bytes.data() + length, bytes.size() - length, 0);
-      if (got < 0 && errno == EINTR) continue;
-      if (got <= 0) break;
-      length += static_cast<std::size_t>(got);
+    constexpr std::size_t kPiece = 64 * 1024;
+    std::string bytes;
+    while (bytes.size() < most) {
+      const std::size_t before = bytes.size();
+      bytes.resize(std::min(most, before + std::max(waiting(), bytes.empty() ? std::size_t{1} : kPiece)));
+      const ssize_t got = recv(socket_.get(), bytes.data() + before, bytes.size() - before, 0);
+      bytes.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+      if (got == 0 || (got < 0 && errno != EINTR)) break;
     }
-    bytes.resize(length);
     return bytes;
   }
 

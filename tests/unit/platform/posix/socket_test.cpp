@@ -7,6 +7,7 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/events.h"
@@ -112,20 +113,36 @@ TEST_F(PosixSocketTest, MoreDataIsAnnouncedAgain) {
   EXPECT_EQ(socket.getData(), "onetwo");
 }
 
-TEST_F(PosixSocketTest, GetDataBringsAtMost64KiBAtOnce) {
+TEST_F(PosixSocketTest, ARequestSentInOnePieceIsReadInOnePiece) {
+  Peer peer;
+  connected(peer);
+  const std::string request(400000, 'x');
+  peer.send(request);  // more than the receive buffer of a new connection holds
+  ASSERT_TRUE(eventually([&] { return received.size() == request.size(); }));
+  EXPECT_EQ(events, "D0 ");
+}
+
+TEST_F(PosixSocketTest, GetDataBringsAtMost16MiBAtOnceAndDataArrivalComesAgain) {
   Peer peer;
   SocketControl& socket = connected(peer);
-  std::size_t largest = 0;
+  std::size_t total = 0, largest = 0;
   socket.onDataArrival = [&] {
-    const std::string piece = socket.getData();
-    largest = std::max(largest, piece.size());
-    received += piece;
+    const std::size_t size = socket.getData().size();
+    total += size;
+    largest = std::max(largest, size);
   };
-  const std::string sent(200000, 'x');
-  peer.send(sent);
-  pause(50);
-  ASSERT_TRUE(eventually([&] { return received.size() == sent.size(); }));
-  EXPECT_EQ(largest, 64u * 1024);
+  constexpr std::size_t kSize = 40 * 1024 * 1024;
+  std::thread sender([&] {
+    const std::string piece(1024 * 1024, 'x');
+    for (std::size_t sent = 0; sent < kSize;) {
+      const ssize_t got = ::send(peer.descriptor(), piece.data(), std::min(piece.size(), kSize - sent), MSG_NOSIGNAL);
+      if (got <= 0) break;
+      sent += static_cast<std::size_t>(got);
+    }
+  });
+  EXPECT_TRUE(eventually([&] { return total == kSize; })) << total;
+  EXPECT_LE(largest, 16u * 1024 * 1024);
+  sender.join();
 }
 
 TEST_F(PosixSocketTest, AnAnswerThatFillsTheBuffersIsCompletedWhenItHasBeenTaken) {

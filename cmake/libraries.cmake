@@ -19,6 +19,8 @@ endfunction()
 
 if(WIN32)
   platform_library(vornelle_platform win32)
+  # The order of a socket's events is one piece of code on every platform.
+  target_sources(vornelle_platform PRIVATE ${PROJECT_SOURCE_DIR}/platform/shared/socket_control.cpp)
   target_link_libraries(vornelle_platform INTERFACE ws2_32 wininet bcrypt ole32 oleaut32 uuid shell32 comctl32
     comdlg32 advapi32 user32 gdi32 shlwapi)
 else()

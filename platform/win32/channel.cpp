@@ -1,0 +1,252 @@
+// Channels over Windows sockets. The system posts a message to the hidden window when something about a socket changes;
+// the message is only a hint to look again, except that the end of a connection attempt and of the peer's stream are
+// noted when they are reported.
+//
+// A channel that is finished lives on in a list of its own: it sends what is left, tells the peer that nothing more
+// comes, and reads and drops what the peer still sends until that ends too. Closing a socket with unread bytes would
+// reset the connection, and the peer would lose the answer.
+#include "platform/shared/channel.h"
+
+#include <algorithm>
+#include <list>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "platform/events.h"
+#include "platform/win32/event_loop.h"
+#include "platform/win32/winsock.h"
+
+namespace vornelle {
+namespace {
+
+using win32::Socket;
+
+constexpr long kConnectionEvents = FD_READ | FD_WRITE | FD_CLOSE;
+constexpr ULONGLONG kLingerMilliseconds = 5000;  // without any progress
+constexpr int kLingerLookInterval = 1000;
+constexpr int kMostBytesAtOnce = 1 << 20;
+
+class SocketChannel;
+
+struct Channels {
+  std::map<UINT, SocketChannel*> byMessage;
+  std::list<std::unique_ptr<SocketChannel>> finishing;
+  UINT lastMessage = win32::kLastSocketMessage;
+};
+
+// Never destroyed: static sockets outlive this file's statics.
+Channels& channels() {
+  static Channels* const instance = new Channels;
+  return *instance;
+}
+
+UINT unusedMessage() {
+  Channels& all = channels();
+  do {
+    all.lastMessage =
+        all.lastMessage == win32::kLastSocketMessage ? win32::kFirstSocketMessage : all.lastMessage + 1;
+  } while (all.byMessage.contains(all.lastMessage));
+  return all.lastMessage;
+}
+
+class SocketChannel : public Channel {
+ public:
+  SocketChannel(Socket socket, long events, Peer peer)
+      : socket_(std::move(socket)), message_(unusedMessage()), peer_(peer) {
+    channels().byMessage.emplace(message_, this);
+    // Also makes the socket one that never blocks.
+    if (WSAAsyncSelect(socket_.get(), win32::eventWindow(), message_, events) != 0) peer_ = Peer::broken;
+    const BOOL on = TRUE;
+    setsockopt(socket_.get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
+  }
+  ~SocketChannel() override { channels().byMessage.erase(message_); }
+  SocketChannel(const SocketChannel&) = delete;
+  SocketChannel& operator=(const SocketChannel&) = delete;
+
+  [[nodiscard]] int localPort() const override {
+    sockaddr_storage address{};
+    int size = sizeof address;
+    if (getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) return 0;
+    // The port stands in the same place in both kinds of address.
+    return ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
+  }
+
+  [[nodiscard]] std::unique_ptr<Channel> takeConnection() override {
+    Socket connection(::accept(socket_.get(), nullptr, nullptr));
+    if (!connection) return nullptr;
+    SetHandleInformation(reinterpret_cast<HANDLE>(connection.get()), HANDLE_FLAG_INHERIT, 0);
+    return std::make_unique<SocketChannel>(std::move(connection), kConnectionEvents, Peer::open);
+  }
+
+  [[nodiscard]] Peer peer() override {
+    // The end of the stream shows only once everything before it has been read.
+    if (peer_ != Peer::open || waiting() > 0) return peer_;
+    char byte;
+    const int got = recv(socket_.get(), &byte, 1, MSG_PEEK);
+    if (got == 0) peer_ = Peer::finished;
+    if (got < 0 && WSAGetLastError() != WSAEWOULDBLOCK) peer_ = Peer::broken;
+    return peer_;
+  }
+
+  [[nodiscard]] std::size_t waiting() override {
+    u_long size = 0;
+    if (peer_ == Peer::connecting || ioctlsocket(socket_.get(), FIONREAD, &size) != 0) return 0;
+    return size;
+  }
+
+  [[nodiscard]] std::string receive(std::size_t most) override {
+    std::string bytes(std::min(most, waiting()), '\0');
+    if (bytes.empty()) return bytes;
+    const int got = recv(socket_.get(), bytes.data(), static_cast<int>(bytes.size()), 0);
+    bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    return bytes;
+  }
+
+  [[nodiscard]] std::size_t send(std::string_view bytes) override {
+    if (bytes.empty() || peer_ == Peer::connecting || peer_ == Peer::broken) return 0;
+    const int size = static_cast<int>(std::min<std::size_t>(bytes.size(), kMostBytesAtOnce));
+    const int sent = ::send(socket_.get(), bytes.data(), size, 0);
+    if (sent >= 0) return static_cast<std::size_t>(sent);
+    if (WSAGetLastError() != WSAEWOULDBLOCK) peer_ = Peer::broken;
+    return 0;
+  }
+
+  void finish(std::unique_ptr<Channel> self, std::string unsent) override;
+
+  // The system's message. Bytes that the peer sent before it finished stay readable.
+  void note(int event, int error) {
+    if (event == FD_CONNECT) peer_ = error == 0 ? Peer::open : Peer::broken;
+    if (event == FD_CLOSE) peer_ = error == 0 ? Peer::finished : Peer::broken;
+    if (!finishing_) tellOwner();
+  }
+
+  [[nodiscard]] bool finishing() const { return finishing_; }
+  [[nodiscard]] ULONGLONG lastProgress() const { return progress_; }
+  // One step of the way to the end of a finished channel; false at its end.
+  [[nodiscard]] bool finishFurther();
+
+ private:
+  Socket socket_;
+  UINT message_;
+  Peer peer_;
+  bool finishing_ = false;
+  std::string unsent_;
+  bool shutDown_ = false;
+  ULONGLONG progress_ = 0;
+};
+
+// Finished channels whose peer neither reads nor ends.
+void dropStalled();
+
+Timer& lingerTimer() {
+  static Timer* const timer = [] {
+    auto* made = new Timer(kLingerLookInterval, false);
+    made->onTick = dropStalled;
+    return made;
+  }();
+  return *timer;
+}
+
+void SocketChannel::finish(std::unique_ptr<Channel> self, std::string unsent) {
+  finishing_ = true;
+  unsent_ = std::move(unsent);
+  progress_ = GetTickCount64();
+  if (!finishFurther()) return;
+  // The one who calls holds this very channel.
+  channels().finishing.emplace_back(static_cast<SocketChannel*>(self.release()));
+  lingerTimer().setEnabled(true);
+}
+
+bool SocketChannel::finishFurther() {
+  while (!unsent_.empty()) {
+    const std::size_t sent = send(unsent_);
+    if (sent == 0) break;
+    progress_ = GetTickCount64();
+    unsent_.erase(0, sent);
+  }
+  if (unsent_.empty() && !shutDown_) shutDown_ = ::shutdown(socket_.get(), SD_SEND) == 0;
+  while (!receive(static_cast<std::size_t>(kMostBytesAtOnce)).empty()) progress_ = GetTickCount64();
+  const Peer now = peer();
+  return now == Peer::open || (now == Peer::finished && !unsent_.empty());
+}
+
+void dropFinished(SocketChannel* channel) {
+  std::erase_if(channels().finishing, [channel](const auto& entry) { return entry.get() == channel; });
+  if (channels().finishing.empty()) lingerTimer().setEnabled(false);
+}
+
+// See the class; the time is measured from the last byte that moved.
+void dropStalled() {
+  std::vector<SocketChannel*> ended;
+  for (const auto& entry : channels().finishing) {
+    if (!entry->finishFurther() || entry->lastProgress() + kLingerMilliseconds < GetTickCount64()) {
+      ended.push_back(entry.get());
+    }
+  }
+  for (SocketChannel* channel : ended) dropFinished(channel);
+}
+
+struct LoopbackName {
+  sockaddr_storage address{};
+  int size = 0;
+};
+
+LoopbackName loopbackName(LoopbackAddress address, int port) {
+  LoopbackName name;
+  if (address == LoopbackAddress::ipv4) {
+    auto* const v4 = reinterpret_cast<sockaddr_in*>(&name.address);
+    v4->sin_family = AF_INET;
+    v4->sin_port = htons(static_cast<u_short>(port));
+    v4->sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    name.size = sizeof *v4;
+  } else {
+    auto* const v6 = reinterpret_cast<sockaddr_in6*>(&name.address);
+    v6->sin6_family = AF_INET6;
+    v6->sin6_port = htons(static_cast<u_short>(port));
+    v6->sin6_addr.s6_addr[15] = 1;
+    name.size = sizeof *v6;
+  }
+  return name;
+}
+
+int familyOf(LoopbackAddress address) { return address == LoopbackAddress::ipv4 ? AF_INET : AF_INET6; }
+
+}  // namespace
+
+std::unique_ptr<Channel> openListener(LoopbackAddress address, int port) {
+  Socket socket = win32::makeTcpSocket(familyOf(address));
+  if (!socket) return nullptr;
+  // Without it another program could bind the same port and take connections away.
+  const BOOL on = TRUE;
+  setsockopt(socket.get(), SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char*>(&on), sizeof on);
+  const LoopbackName name = loopbackName(address, port);
+  if (bind(socket.get(), reinterpret_cast<const sockaddr*>(&name.address), name.size) != 0) return nullptr;
+  if (listen(socket.get(), SOMAXCONN) != 0) return nullptr;
+  return std::make_unique<SocketChannel>(std::move(socket), FD_ACCEPT, Channel::Peer::open);
+}
+
+std::unique_ptr<Channel> openConnection(LoopbackAddress address, int port) {
+  Socket socket = win32::makeTcpSocket(familyOf(address));
+  if (!socket) return nullptr;
+  const SOCKET handle = socket.get();
+  // Before connect(): it makes the call one that does not wait.
+  auto channel = std::make_unique<SocketChannel>(std::move(socket), kConnectionEvents | FD_CONNECT,
+                                                 Channel::Peer::connecting);
+  const LoopbackName name = loopbackName(address, port);
+  if (connect(handle, reinterpret_cast<const sockaddr*>(&name.address), name.size) != 0 &&
+      WSAGetLastError() != WSAEWOULDBLOCK) {
+    return nullptr;
+  }
+  return channel;
+}
+
+void win32::socketMessage(UINT message, SOCKET, int event, int error) {
+  const auto found = channels().byMessage.find(message);
+  if (found == channels().byMessage.end()) return;  // closed while the message was on its way
+  SocketChannel* const channel = found->second;
+  channel->note(event, error);
+  if (channel->finishing() && !channel->finishFurther()) dropFinished(channel);
+}
+
+}  // namespace vornelle

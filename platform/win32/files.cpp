@@ -1,0 +1,204 @@
+// Files on Windows. Letter case is the file system's own business here. Paths of any length are given to the system with
+// the prefix that lifts its limit of 260 characters.
+#include "platform/files.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <exception>
+
+#include "platform/win32/handle.h"
+#include "platform/win32/text.h"
+
+namespace vornelle {
+namespace {
+
+using win32::Handle;
+using win32::narrow;
+using win32::widen;
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr std::wstring_view kTemporaryStart = L".vornelle-";
+constexpr std::wstring_view kTemporaryEnd = L".tmp";
+// A virus scanner or an indexer holds a file that has just been written open for a moment.
+constexpr int kReplaceTries = 10;
+constexpr DWORD kReplacePause = 20;
+constexpr DWORD kMostAtOnce = 16 * 1024 * 1024;
+
+std::wstring systemPath(const std::string& path) {
+  if (path.find('\0') != std::string::npos) return {};
+  std::wstring wide = widen(path);
+  std::replace(wide.begin(), wide.end(), L'/', L'\\');
+  if (wide.size() < MAX_PATH - 12) return wide;
+  if (wide.starts_with(L"\\\\?\\")) return wide;
+  if (wide.starts_with(L"\\\\")) return L"\\\\?\\UNC" + wide.substr(1);
+  return L"\\\\?\\" + wide;
+}
+
+DWORD attributesOf(const std::string& path) {
+  const std::wstring wide = systemPath(path);
+  return wide.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(wide.c_str());
+}
+
+bool isFile(DWORD attributes) {
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) == 0;
+}
+
+bool writeAll(const Handle& file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto piece = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), kMostAtOnce));
+    DWORD written = 0;
+    if (!WriteFile(file.get(), bytes.data(), piece, &written, nullptr) || written == 0) return false;
+    bytes.remove_prefix(written);
+  }
+  return true;
+}
+
+// Beside the file, in the same folder; short whatever the length of the name.
+std::wstring temporaryPath(const std::wstring& path) {
+  std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
+  const std::size_t name = path.find_last_of(L'\\') + 1;
+  for (const wchar_t c : path.substr(name)) hash = (hash ^ c) * 0x100000001b3;
+  std::wstring result = path.substr(0, name).append(kTemporaryStart);
+  for (int shift = 60; shift >= 0; shift -= 4) result += L"0123456789abcdef"[hash >> shift & 15];
+  return result.append(kTemporaryEnd);
+}
+
+bool writeTemporary(const std::wstring& path, std::string_view bytes) {
+  Handle file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  return file && writeAll(file, bytes) && FlushFileBuffers(file.get()) && file.close();
+}
+
+bool replaceFile(const std::wstring& from, const std::wstring& to) {
+  for (int tries = 1;; ++tries) {
+    if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return true;
+    const DWORD error = GetLastError();
+    if (tries == kReplaceTries || (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED)) return false;
+    Sleep(kReplacePause);
+  }
+}
+
+std::int64_t toMilliseconds(const FILETIME& time) {
+  constexpr std::int64_t kTicksPerMillisecond = 10'000;
+  constexpr std::int64_t kMillisecondsFrom1601To1970 = 11'644'473'600'000;
+  const std::int64_t ticks = static_cast<std::int64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+  return ticks / kTicksPerMillisecond - kMillisecondsFrom1601To1970;
+}
+
+bool endsWithNoCase(std::wstring_view name, std::wstring_view ending) {
+  if (name.size() < ending.size()) return false;
+  const std::wstring_view end = name.substr(name.size() - ending.size());
+  const int size = static_cast<int>(ending.size());
+  return ending.empty() || CompareStringOrdinal(end.data(), size, ending.data(), size, TRUE) == CSTR_EQUAL;
+}
+
+std::wstring programFolder() {
+  std::wstring path(MAX_PATH, L'\0');
+  for (;;) {
+    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    if (length < path.size()) {
+      path.resize(length);
+      break;
+    }
+    path.resize(path.size() * 2);
+  }
+  return path.substr(0, path.find_last_of(L'\\'));
+}
+
+}  // namespace
+
+std::string applicationFolder() {
+  static const std::string folder = win32::narrowPath(programFolder());
+  return folder;
+}
+
+bool fileExists(const std::string& path) { return isFile(attributesOf(path)); }
+
+bool folderExists(const std::string& path) {
+  const DWORD attributes = attributesOf(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool createFolder(const std::string& path) {
+  return CreateDirectoryW(systemPath(path).c_str(), nullptr) || folderExists(path);
+}
+
+std::optional<std::uint64_t> fileLength(const std::string& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data;
+  if (!GetFileAttributesExW(systemPath(path).c_str(), GetFileExInfoStandard, &data)) return std::nullopt;
+  if (!isFile(data.dwFileAttributes)) return std::nullopt;
+  return static_cast<std::uint64_t>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
+}
+
+std::optional<std::string> readFile(const std::string& path) try {
+  if (!fileExists(path)) return std::nullopt;
+  const Handle file(CreateFileW(systemPath(path).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                                FILE_ATTRIBUTE_NORMAL, nullptr));
+  LARGE_INTEGER size;
+  if (!file || !GetFileSizeEx(file.get(), &size)) return std::nullopt;
+  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has grown.
+  std::string content(static_cast<std::size_t>(size.QuadPart) + 1, '\0');
+  std::size_t length = 0;
+  for (;;) {
+    const auto piece = static_cast<DWORD>(std::min<std::size_t>(content.size() - length, kMostAtOnce));
+    DWORD got = 0;
+    if (!ReadFile(file.get(), content.data() + length, piece, &got, nullptr)) return std::nullopt;
+    if (got == 0) break;
+    length += got;
+    if (length == content.size()) content.resize(content.size() * 2);
+  }
+  content.resize(length);
+  return content;
+} catch (const std::exception&) {
+  return std::nullopt;  // more than the memory holds
+}
+
+bool writeFile(const std::string& path, std::string_view bytes) {
+  const std::wstring target = systemPath(path);
+  if (target.empty() || folderExists(path)) return false;
+  const std::wstring temporary = temporaryPath(target);
+  if (writeTemporary(temporary, bytes) && replaceFile(temporary, target)) return true;
+  DeleteFileW(temporary.c_str());
+  return false;
+}
+
+bool appendFile(const std::string& path, std::string_view bytes) {
+  const std::wstring target = systemPath(path);
+  if (target.empty()) return false;
+  Handle file(CreateFileW(target.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                          FILE_ATTRIBUTE_NORMAL, nullptr));
+  LARGE_INTEGER end;
+  if (!file || !SetFilePointerEx(file.get(), {}, &end, FILE_END)) return false;
+  if (!writeAll(file, bytes)) {
+    // Half an entry of a list could mean something else than the whole one.
+    if (SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN)) SetEndOfFile(file.get());
+    return false;
+  }
+  return file.close();
+}
+
+bool deleteFile(const std::string& path) { return DeleteFileW(systemPath(path).c_str()) != FALSE; }
+
+std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view ending) {
+  std::vector<FolderEntry> result;
+  const std::wstring wideEnding = widen(ending);
+  std::string pattern = folder;
+  if (!pattern.ends_with('\\')) pattern += '\\';
+  WIN32_FIND_DATAW entry;
+  // All names, and the ending looked at here: the system's own pattern would also match short names.
+  const HANDLE search = FindFirstFileExW(systemPath(pattern + "*").c_str(), FindExInfoBasic, &entry,
+                                         FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
+  if (search == INVALID_HANDLE_VALUE) return result;
+  do {
+    const std::wstring_view name = entry.cFileName;
+    if (!isFile(entry.dwFileAttributes) || !endsWithNoCase(name, wideEnding)) continue;
+    if (name.starts_with(kTemporaryStart) && name.ends_with(kTemporaryEnd)) continue;
+    // A name that the program could not spell is none of its own files.
+    if (!win32::fitsCodePage(name)) continue;
+    result.push_back({narrow(name), toMilliseconds(entry.ftLastWriteTime)});
+  } while (FindNextFileW(search, &entry));
+  FindClose(search);
+  return result;
+}
+
+}  // namespace vornelle

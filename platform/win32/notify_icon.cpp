@@ -1,0 +1,55 @@
+// The notification icon, with the record in its first form: a tip of 64 characters, no balloon.
+#include <windows.h>
+// After windows.h.
+#include <shellapi.h>
+
+#include <algorithm>
+
+#include "platform/shell.h"
+#include "platform/win32/shell_window.h"
+
+namespace vornelle {
+namespace {
+
+constexpr std::size_t kMostTipCharacters = 63;
+
+bool iconIsUp = false;
+std::string iconTip;
+
+bool tellShell(DWORD command) {
+  NOTIFYICONDATAA record{};
+  record.cbSize = NOTIFYICONDATAA_V1_SIZE;
+  record.hWnd = win32::mainWindow();
+  record.uID = win32::kNotifyIconId;
+  record.uFlags = NIF_MESSAGE | NIF_ICON | NIF_TIP;
+  record.uCallbackMessage = win32::kNotifyIconMessage;
+  record.hIcon = reinterpret_cast<HICON>(GetClassLongPtrW(record.hWnd, GCLP_HICONSM));
+  std::copy(iconTip.begin(), iconTip.end(), record.szTip);
+  return Shell_NotifyIconA(command, &record) != FALSE;
+}
+
+void setTip(const std::string& tip) { iconTip = tip.substr(0, kMostTipCharacters); }
+
+}  // namespace
+
+bool notifyIconAdd(const std::string& tip) {
+  setTip(tip);
+  iconIsUp = true;
+  return tellShell(NIM_ADD);
+}
+
+bool notifyIconModifyTip(const std::string& tip) {
+  setTip(tip);
+  return tellShell(NIM_MODIFY);
+}
+
+bool notifyIconDelete() {
+  iconIsUp = false;
+  return tellShell(NIM_DELETE);
+}
+
+void win32::restoreNotifyIcon() {
+  if (iconIsUp) tellShell(NIM_ADD);
+}
+
+}  // namespace vornelle

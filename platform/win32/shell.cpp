@@ -1,0 +1,103 @@
+#include "platform/shell.h"
+
+#include <windows.h>
+// After windows.h.
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include <cstdint>
+
+#include "platform/files.h"
+#include "platform/win32/handle.h"
+#include "platform/win32/shell_link.h"
+#include "platform/win32/shell_window.h"
+#include "platform/win32/text.h"
+
+namespace vornelle {
+namespace {
+
+HWND theMainWindow = nullptr;
+
+// The folder as the file system itself names it: one name, whatever way leads to it.
+std::wstring finalFolderName(const std::string& folder) {
+  const win32::Handle handle(CreateFileW(win32::widen(folder).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  std::wstring name(32768, L'\0');
+  const DWORD length =
+      handle ? GetFinalPathNameByHandleW(handle.get(), name.data(), static_cast<DWORD>(name.size()), 0) : 0;
+  if (length == 0 || length >= name.size()) return win32::widen(folder);
+  name.resize(length);
+  return name;
+}
+
+// A kernel object's name has at most 260 characters and no backslash, so the folder goes in as a number.
+std::wstring instanceName() {
+  std::wstring folder = finalFolderName(applicationFolder());
+  CharLowerBuffW(folder.data(), static_cast<DWORD>(folder.size()));
+  std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
+  for (const wchar_t c : folder) hash = (hash ^ c) * 0x100000001b3;
+  return L"Local\\Vornelle-" + std::to_wstring(hash);
+}
+
+// The window in front, so that a box opened by a dialog belongs to the dialog.
+HWND messageBoxOwner() {
+  HWND owner = GetActiveWindow();
+  if (!owner) owner = theMainWindow;
+  return owner && IsWindowVisible(owner) ? owner : nullptr;
+}
+
+}  // namespace
+
+namespace win32 {
+
+void setMainWindow(HWND window) { theMainWindow = window; }
+HWND mainWindow() { return theMainWindow; }
+
+}  // namespace win32
+
+void beep() { MessageBeep(MB_OK); }
+
+void messageBox(const std::string& text) {
+  const HWND owner = messageBoxOwner();
+  const UINT modality = owner ? MB_APPLMODAL : MB_TASKMODAL;
+  MessageBoxW(owner, win32::widen(text).c_str(), L"Vornelle", MB_OK | MB_SETFOREGROUND | modality);
+}
+
+bool previousInstanceRunning() {
+  static const bool running = [] {
+    // Held until the process ends.
+    const HANDLE mutex = CreateMutexW(nullptr, FALSE, instanceName().c_str());
+    const DWORD error = GetLastError();
+    return mutex ? error == ERROR_ALREADY_EXISTS : error == ERROR_ACCESS_DENIED;
+  }();
+  return running;
+}
+
+void endProcess() {
+  TerminateProcess(GetCurrentProcess(), 0);
+  for (;;) Sleep(INFINITE);
+}
+
+std::string getSpecialFolderPath(int folderId) {
+  PIDLIST_ABSOLUTE list = nullptr;
+  if (FAILED(SHGetSpecialFolderLocation(theMainWindow, folderId, &list)) || !list) return {};
+  char buffer[MAX_PATH] = {};
+  const bool found = SHGetPathFromIDListA(list, buffer) != FALSE;
+  CoTaskMemFree(list);
+  if (!found) return {};
+  // The shell answers in the system's own code page.
+  wchar_t wide[MAX_PATH] = {};
+  MultiByteToWideChar(CP_ACP, 0, buffer, -1, wide, MAX_PATH);
+  return win32::narrowPath(wide) + "\\";
+}
+
+bool createStartupLink(const std::string& linkName, const std::string& targetPath) {
+  return win32::fCreateShellLink("Startup", linkName, targetPath, "", 1, "$(Programs)");
+}
+
+bool openInBrowser(const std::string& address) {
+  const HINSTANCE result = ShellExecuteA(theMainWindow, nullptr, address.c_str(), nullptr, "C:\\", SW_SHOWNORMAL);
+  return reinterpret_cast<std::intptr_t>(result) > 32;  // up to 32 are error codes
+}
+
+}  // namespace vornelle

@@ -1,0 +1,54 @@
+#include "platform/win32/text.h"
+
+#include <windows.h>
+
+namespace vornelle::win32 {
+namespace {
+
+constexpr UINT kCodePage = 1252;
+
+std::string convert(std::wstring_view text, bool& complete) {
+  complete = true;
+  if (text.empty()) return {};
+  const int length = static_cast<int>(text.size());
+  BOOL replaced = FALSE;
+  const int size =
+      WideCharToMultiByte(kCodePage, WC_NO_BEST_FIT_CHARS, text.data(), length, nullptr, 0, "?", &replaced);
+  std::string result(static_cast<std::size_t>(size), '\0');
+  WideCharToMultiByte(kCodePage, WC_NO_BEST_FIT_CHARS, text.data(), length, result.data(), size, "?", &replaced);
+  complete = !replaced;
+  return result;
+}
+
+}  // namespace
+
+std::wstring widen(std::string_view text) {
+  if (text.empty()) return {};
+  const int length = static_cast<int>(text.size());
+  const int size = MultiByteToWideChar(kCodePage, 0, text.data(), length, nullptr, 0);
+  std::wstring result(static_cast<std::size_t>(size), L'\0');
+  MultiByteToWideChar(kCodePage, 0, text.data(), length, result.data(), size);
+  return result;
+}
+
+std::string narrow(std::wstring_view text) {
+  bool complete;
+  return convert(text, complete);
+}
+
+bool fitsCodePage(std::wstring_view text) {
+  bool complete;
+  static_cast<void>(convert(text, complete));
+  return complete;
+}
+
+std::string narrowPath(const std::wstring& path) {
+  if (fitsCodePage(path)) return narrow(path);
+  const DWORD size = GetShortPathNameW(path.c_str(), nullptr, 0);
+  if (size == 0) return narrow(path);
+  std::wstring shortPath(size, L'\0');
+  shortPath.resize(GetShortPathNameW(path.c_str(), shortPath.data(), size));
+  return narrow(shortPath);
+}
+
+}  // namespace vornelle::win32

@@ -1,0 +1,489 @@
+#include "web/gateway.h"
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/settings.h"
+#include "tests/unit/support.h"
+#include "web/gateway_answer.h"
+#include "web/http_request_parser.h"
+#include "web/listener.h"
+
+namespace vornelle {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+// A plain listener whose answers are the test's: it takes what comes and answers when it is told to.
+class GatewayTest : public SimTest {
+ protected:
+  struct Taken {
+    SocketControl socket;
+    std::string text;
+  };
+
+  GatewayTest() {
+    settings.httpPort = 7000;
+    plain_.onConnectionRequest = [this](SocketControl::RequestId id) {
+      auto taken = std::make_unique<Taken>();
+      ASSERT_TRUE(taken->socket.accept(id));
+      Taken* one = taken.get();
+      one->socket.onDataArrival = [this, one] {
+        one->text += one->socket.getData();
+        ++pieces_;
+        if (automatic_) answer(*one, "<p>" + one->text.substr(0, one->text.find(" HTTP")) + "</p>\r\n");
+      };
+      taken_.push_back(std::move(taken));
+    };
+    EXPECT_TRUE(plain_.listen(LoopbackAddress::ipv4, 7000));
+    gatewayStart();
+  }
+  ~GatewayTest() override { gatewayStop(); }
+
+  static void answer(Taken& one, const std::string& text) {
+    one.socket.onSendComplete = [&one] { one.socket.close(); };
+    ASSERT_TRUE(one.socket.sendData(text));
+  }
+
+  static sim::Client open() {
+    sim::Client client;
+    EXPECT_TRUE(client.connect(LoopbackAddress::ipv6, 7000));
+    return client;
+  }
+
+  static std::string get(const std::string& target, const std::string& furtherFields = "") {
+    return "GET " + target + " HTTP/1.1\r\nHost: localhost:7000\r\n" + furtherFields + "\r\n";
+  }
+
+  static std::string post(const std::string& target, const std::string& body, const std::string& furtherFields = "") {
+    return "POST " + target + " HTTP/1.1\r\nHost: localhost:7000\r\n" + furtherFields +
+           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+  }
+
+  // The answer to one request on a connection of its own.
+  static std::string ask(const std::string& request) {
+    sim::Client client = open();
+    client.send(request);
+    doEvents();
+    return client.received();
+  }
+
+  static std::string body(const std::string& answer) { return answer.substr(answer.find("\r\n\r\n") + 4); }
+
+  std::vector<std::string> requestsTaken() const {
+    std::vector<std::string> lines;
+    for (const auto& one : taken_) lines.push_back(one->text.substr(0, one->text.find(" HTTP")));
+    return lines;
+  }
+
+  bool automatic_ = true;
+  int pieces_ = 0;
+  SocketControl plain_;
+  std::vector<std::unique_ptr<Taken>> taken_;
+};
+
+TEST_F(GatewayTest, AnAnswerCarriesStatusTypeLengthAndSecurityFields) {
+  const std::string answer = ask(get("/displayinbox.htm?s=X"));
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 200 OK\r\n"));
+  EXPECT_THAT(answer, HasSubstr("\r\nContent-Type: text/html; charset=windows-1252\r\n"));
+  EXPECT_THAT(answer, HasSubstr("\r\nContent-Length: " + std::to_string(body(answer).size()) + "\r\n"));
+  EXPECT_THAT(answer, HasSubstr("\r\nCache-Control: no-store\r\n"));
+  EXPECT_THAT(answer, HasSubstr("\r\nX-Content-Type-Options: nosniff\r\n"));
+  EXPECT_THAT(answer, HasSubstr("\r\nReferrer-Policy: no-referrer\r\n"));
+  EXPECT_THAT(answer, HasSubstr("\r\nX-Frame-Options: DENY\r\n"));
+  EXPECT_THAT(answer, HasSubstr("\r\nContent-Security-Policy: default-src 'none'; "));
+  EXPECT_EQ(body(answer), "<p>GET /displayinbox.htm?s=X</p>\r\n");
+}
+
+TEST_F(GatewayTest, TheRequestIsForwardedWholeInOnePiece) {
+  sim::Client client = open();
+  const std::string request = post("/login.cgi", "POP_ACCOUNT=joe&POP_PASSWORD=x&END=1", "Content-Type: text/plain\r\n");
+  for (const char c : request) {
+    client.send(std::string(1, c));
+    doEvents();
+  }
+  ASSERT_EQ(taken_.size(), 1u);
+  EXPECT_EQ(pieces_, 1);
+  EXPECT_THAT(taken_[0]->text, StartsWith("POST /login.cgi HTTP/1.1\r\n"));
+  EXPECT_THAT(taken_[0]->text, EndsWith("\r\n\r\nPOP_ACCOUNT=joe&POP_PASSWORD=x&END=1"));
+  EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 200 OK\r\n"));
+}
+
+TEST_F(GatewayTest, FieldsThatAParameterCouldBeMistakenInAreNotForwarded) {
+  ask(post("/addtolist.cgi", "type=friendlist&", "Cookie: type=stolen&\r\nReferer: http://x/?type=y&\r\n"));
+  ASSERT_EQ(taken_.size(), 1u);
+  EXPECT_THAT(taken_[0]->text, Not(HasSubstr("stolen")));
+  EXPECT_THAT(taken_[0]->text, Not(HasSubstr("Referer")));
+  EXPECT_THAT(taken_[0]->text, HasSubstr("Content-Length: 16\r\n"));
+}
+
+TEST_F(GatewayTest, OneRequestIsInFlightAndTheOthersFollowInOrderOfArrival) {
+  automatic_ = false;
+  std::vector<sim::Client> clients;
+  for (int i = 0; i < 3; ++i) {
+    clients.push_back(open());
+    clients.back().send(get("/" + std::to_string(i)));
+    doEvents();
+  }
+  EXPECT_EQ(requestsTaken(), std::vector<std::string>{"GET /0"});
+  EXPECT_EQ(gatewayState().waiting, 2u);
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(taken_.size(), static_cast<std::size_t>(i) + 1);
+    answer(*taken_.back(), "answer " + std::to_string(i) + "\r\n");
+    doEvents();
+    EXPECT_EQ(body(clients[static_cast<std::size_t>(i)].received()), "answer " + std::to_string(i) + "\r\n");
+  }
+}
+
+TEST_F(GatewayTest, SixtyFourWaitAndOneMoreIsRefusedWith503) {
+  automatic_ = false;
+  std::vector<sim::Client> clients;
+  for (int i = 0; i < 1 + kGatewayQueueLimit + 1; ++i) {
+    clients.push_back(open());
+    clients.back().send(get("/" + std::to_string(i)));
+    doEvents();
+  }
+  EXPECT_EQ(gatewayState().waiting, 64u);
+  EXPECT_THAT(clients.back().received(), StartsWith("HTTP/1.1 503 Service Unavailable\r\n"));
+  EXPECT_THAT(clients[64].received(), IsEmpty());
+}
+
+TEST_F(GatewayTest, ABrowserThatGoesAwayWhileItWaitsIsDroppedFromTheQueue) {
+  automatic_ = false;
+  sim::Client first = open(), second = open(), third = open();
+  first.send(get("/1"));
+  second.send(get("/2"));
+  third.send(get("/3"));
+  doEvents();
+  second.disconnect();
+  doEvents();
+  answer(*taken_.back(), "one\r\n");
+  doEvents();
+  EXPECT_EQ(requestsTaken(), (std::vector<std::string>{"GET /1", "GET /3"}));
+}
+
+TEST_F(GatewayTest, ABrowserThatGoesAwayDuringItsRequestHoldsUpNobody) {
+  automatic_ = false;
+  sim::Client first = open(), second = open();
+  first.send(get("/1"));
+  second.send(get("/2"));
+  doEvents();
+  first.reset();
+  doEvents();
+  // What has begun is finished: the plain listener is not disturbed.
+  EXPECT_EQ(requestsTaken(), std::vector<std::string>{"GET /1"});
+  answer(*taken_.back(), "one\r\n");
+  doEvents();
+  answer(*taken_.back(), "two\r\n");
+  doEvents();
+  EXPECT_EQ(body(second.received()), "two\r\n");
+  EXPECT_EQ(gatewayState().connections, 1u);
+}
+
+TEST_F(GatewayTest, ConnectionsStayOpenForFurtherRequests) {
+  sim::Client client = open();
+  client.send(get("/1"));
+  doEvents();
+  EXPECT_THAT(client.received(), HasSubstr("\r\nConnection: keep-alive\r\n"));
+  client.send(get("/2"));
+  doEvents();
+  EXPECT_THAT(client.received(), EndsWith("<p>GET /2</p>\r\n"));
+  EXPECT_FALSE(client.closedByServer());
+}
+
+TEST_F(GatewayTest, PipelinedRequestsAreAnsweredInOrder) {
+  sim::Client client = open();
+  client.send(get("/1") + post("/2", "a=1&") + get("/3"));
+  doEvents();
+  EXPECT_EQ(requestsTaken(), (std::vector<std::string>{"GET /1", "POST /2", "GET /3"}));
+  const std::string& received = client.received();
+  EXPECT_LT(received.find("<p>GET /1"), received.find("<p>POST /2"));
+  EXPECT_LT(received.find("<p>POST /2"), received.find("<p>GET /3"));
+}
+
+TEST_F(GatewayTest, TheConnectionEndsWhereTheClientWantsItAndFor10) {
+  for (const std::string& request :
+       {get("/", "Connection: close\r\n"), std::string("GET / HTTP/1.0\r\nHost: localhost\r\n\r\n")}) {
+    sim::Client client = open();
+    client.send(request);
+    doEvents();
+    EXPECT_THAT(client.received(), HasSubstr("\r\nConnection: close\r\n")) << request;
+    EXPECT_TRUE(client.closedByServer()) << request;
+  }
+  sim::Client client = open();
+  client.send("GET / HTTP/1.0\r\nHost: localhost\r\nConnection: Keep-Alive\r\n\r\n");
+  doEvents();
+  EXPECT_FALSE(client.closedByServer());
+}
+
+TEST_F(GatewayTest, HeadGetsTheHeaderOfTheGetAnswerAlone) {
+  const std::string answer = ask("HEAD /x HTTP/1.1\r\nHost: localhost\r\n\r\n");
+  EXPECT_EQ(requestsTaken(), std::vector<std::string>{"GET /x"});
+  EXPECT_THAT(answer, HasSubstr("\r\nContent-Length: 15\r\n"));
+  EXPECT_EQ(body(answer), "");
+}
+
+TEST_F(GatewayTest, OtherMethodsAre405) {
+  for (const char* request : {"PUT / HTTP/1.1\r\nHost: localhost\r\n\r\n", "OPTIONS * HTTP/1.1\r\nHost: localhost\r\n\r\n",
+                              "CONNECT localhost:7000 HTTP/1.1\r\nHost: localhost\r\n\r\n",
+                              "get / HTTP/1.1\r\nHost: localhost\r\n\r\n"}) {
+    const std::string answer = ask(request);
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 405 Method Not Allowed\r\n")) << request;
+    EXPECT_THAT(answer, HasSubstr("\r\nAllow: GET, HEAD, POST\r\n")) << request;
+  }
+  EXPECT_THAT(taken_, IsEmpty());
+}
+
+TEST_F(GatewayTest, OnlyThisMachinesOwnNamesAreTaken) {
+  const auto host = [](const std::string& value) { return ask("GET / HTTP/1.1\r\nHost: " + value + "\r\n\r\n"); };
+  for (const char* own : {"localhost", "LocalHost:7000", "127.0.0.1", "127.0.0.1:7000", "[::1]", "[::1]:7000"}) {
+    EXPECT_THAT(host(own), StartsWith("HTTP/1.1 200")) << own;
+  }
+  for (const char* foreign : {"", "evil.example", "localhost.evil.example", "localhost:7001", "localhost:", "127.0.0.1.x",
+                              "[::1", "[::1]x", "192.0.2.1:7000"}) {
+    EXPECT_THAT(host(foreign), StartsWith("HTTP/1.1 421 Misdirected Request\r\n")) << foreign;
+  }
+}
+
+TEST_F(GatewayTest, TheAuthorityOfAnAbsoluteTargetTakesThePlaceOfHost) {
+  EXPECT_THAT(ask("GET http://localhost:7000/x HTTP/1.1\r\nHost: evil.example\r\n\r\n"), StartsWith("HTTP/1.1 200"));
+  EXPECT_EQ(requestsTaken(), std::vector<std::string>{"GET /x"});
+  EXPECT_THAT(ask("GET http://evil.example/x HTTP/1.1\r\nHost: localhost\r\n\r\n"), StartsWith("HTTP/1.1 421"));
+}
+
+TEST_F(GatewayTest, ARequestNeedsExactlyOneHost) {
+  EXPECT_THAT(ask("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(ask("GET / HTTP/1.1\r\nHost: localhost\r\nHost: localhost\r\n\r\n"), StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(ask("GET / HTTP/1.0\r\n\r\n"), StartsWith("HTTP/1.1 421"));
+}
+
+TEST_F(GatewayTest, WhatAnotherSiteCausesIsRefusedButForTheStartPage) {
+  for (const char* site : {"cross-site", "same-site", "Cross-Site"}) {
+    const std::string field = std::string("Sec-Fetch-Site: ") + site + "\r\n";
+    EXPECT_THAT(ask(get("/UNLOADME", field)), StartsWith("HTTP/1.1 403 Forbidden\r\n"));
+    EXPECT_THAT(ask(get("/logout.cgi", field)), StartsWith("HTTP/1.1 403"));
+    EXPECT_THAT(ask(post("/", "x", field)), StartsWith("HTTP/1.1 403"));
+    EXPECT_THAT(ask(get("/?x", field)), StartsWith("HTTP/1.1 200"));
+    EXPECT_THAT(ask(get("/Index.htm", field)), StartsWith("HTTP/1.1 200"));
+  }
+  for (const char* site : {"same-origin", "none"}) {
+    EXPECT_THAT(ask(get("/logout.cgi", std::string("Sec-Fetch-Site: ") + site + "\r\n")), StartsWith("HTTP/1.1 200"));
+  }
+}
+
+TEST_F(GatewayTest, WhereABrowserDoesNotSayTheSiteItsOriginCounts) {
+  for (const char* origin : {"http://evil.example", "null", "https://localhost:7000", "http://localhost:8000"}) {
+    const std::string field = std::string("Origin: ") + origin + "\r\n";
+    EXPECT_THAT(ask(post("/login.cgi", "x", field)), StartsWith("HTTP/1.1 403")) << origin;
+  }
+  EXPECT_THAT(ask(post("/login.cgi", "x", "Origin: http://localhost:7000\r\n")), StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(GatewayTest, APageLoadedAheadOnAGuessDoesNotAct) {
+  EXPECT_THAT(ask(get("/logout.cgi", "Sec-Purpose: prefetch\r\n")), StartsWith("HTTP/1.1 503"));
+  EXPECT_THAT(taken_, IsEmpty());
+}
+
+TEST_F(GatewayTest, WhatIsNoRequestIsAnsweredAndTheConnectionEnds) {
+  sim::Client client = open();
+  client.send("HELLO\r\n\r\n" + get("/never"));
+  doEvents();
+  EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 400 Bad Request\r\n"));
+  EXPECT_TRUE(client.closedByServer());
+  EXPECT_THAT(taken_, IsEmpty());
+}
+
+TEST_F(GatewayTest, ARefusedRequestDoesNotEndTheConnection) {
+  sim::Client client = open();
+  client.send(get("/UNLOADME", "Sec-Fetch-Site: cross-site\r\n") + get("/next"));
+  doEvents();
+  EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 403"));
+  EXPECT_THAT(client.received(), EndsWith("<p>GET /next</p>\r\n"));
+}
+
+TEST_F(GatewayTest, ARequestThatDoesNotGetCompleteIn30SecondsIs408) {
+  sim::Client client = open();
+  client.send("GET / HTTP/1.1\r\n");
+  doEvents();
+  sim::advance(29000);
+  client.send("Host: local");
+  sim::advance(500);
+  EXPECT_THAT(client.received(), IsEmpty());
+  sim::advance(2000);
+  EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 408 Request Timeout\r\n"));
+  EXPECT_TRUE(client.closedByServer());
+}
+
+TEST_F(GatewayTest, ABodyThatDoesNotComeIn30SecondsIs408) {
+  sim::Client client = open();
+  client.send("POST /x HTTP/1.1\r\nHost: localhost\r\nContent-Length: 10\r\n\r\n");
+  sim::advance(32000);
+  EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 408"));
+}
+
+TEST_F(GatewayTest, SpareConnectionsHoldUpNobodyAndAreLeftAlone) {
+  sim::Client spare = open();
+  sim::advance(600000);
+  EXPECT_FALSE(spare.closedByServer());
+  EXPECT_THAT(ask(get("/")), StartsWith("HTTP/1.1 200"));
+  spare.send(get("/late"));
+  doEvents();
+  EXPECT_THAT(spare.received(), StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(GatewayTest, TooManyConnectionsEndTheOneThatHasBeenIdleLongest) {
+  std::vector<sim::Client> clients;
+  for (int i = 0; i < kGatewayConnectionLimit; ++i) {
+    clients.push_back(open());
+    sim::advance(1);
+  }
+  sim::Client oneMore = open();
+  oneMore.send(get("/"));
+  doEvents();
+  EXPECT_THAT(oneMore.received(), StartsWith("HTTP/1.1 200"));
+  EXPECT_TRUE(clients[0].closedByServer());
+  EXPECT_FALSE(clients[1].closedByServer());
+  EXPECT_EQ(gatewayState().connections, static_cast<std::size_t>(kGatewayConnectionLimit));
+}
+
+TEST_F(GatewayTest, AClientThatWaitsForLeaveToSendItsBodyGetsIt) {
+  sim::Client client = open();
+  client.send("POST /x HTTP/1.1\r\nHost: localhost\r\nExpect: 100-continue\r\nContent-Length: 3\r\n\r\n");
+  doEvents();
+  EXPECT_EQ(client.received(), "HTTP/1.1 100 Continue\r\n\r\n");
+  client.send("abc");
+  doEvents();
+  EXPECT_THAT(client.received(), HasSubstr("HTTP/1.1 200 OK\r\n"));
+  EXPECT_THAT(taken_.at(0)->text, EndsWith("\r\n\r\nabc"));
+}
+
+TEST_F(GatewayTest, ARefusalComesInsteadOfTheLeaveToSend) {
+  sim::Client client = open();
+  client.send("POST /x HTTP/1.1\r\nHost: evil.example\r\nExpect: 100-continue\r\nContent-Length: 3\r\n\r\n");
+  doEvents();
+  EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 421"));
+  EXPECT_TRUE(client.closedByServer());
+}
+
+TEST_F(GatewayTest, MessagesAreShownInASandbox) {
+  form1.sessionId = "SESSION";
+  for (const char* target : {"/displayemail.cgi?uidl=1&s=SESSION", "/DisplaySpam.cgi?fn=1.txt&s=SESSION"}) {
+    const std::string answer = ask(get(target));
+    EXPECT_THAT(answer, HasSubstr("\r\nContent-Security-Policy: sandbox")) << target;
+    EXPECT_THAT(answer, HasSubstr("default-src 'none'")) << target;
+    EXPECT_THAT(answer, HasSubstr("img-src data:;")) << target;
+    EXPECT_THAT(answer, Not(HasSubstr("script"))) << target;
+    EXPECT_THAT(answer, Not(HasSubstr("'self'"))) << target;
+  }
+}
+
+TEST_F(GatewayTest, TheLoginPageInPlaceOfAMessageIsNotSandboxed) {
+  form1.sessionId = "SESSION";
+  const std::string answer = ask(get("/displayemail.cgi?uidl=1&s=OLD"));
+  EXPECT_THAT(answer, Not(HasSubstr("sandbox")));
+  EXPECT_THAT(answer, HasSubstr("script-src 'unsafe-inline'"));
+}
+
+TEST_F(GatewayTest, APageThatQuotesAnUnknownPathRunsNoScript) {
+  form1.sessionId = "SESSION";
+  EXPECT_THAT(ask(get("/foo?s=SESSION")), Not(HasSubstr("script-src")));
+}
+
+TEST_F(GatewayTest, TheIconHasItsTypeAlsoUnderTheNameThatBrowsersAskForByThemselves) {
+  EXPECT_THAT(ask(get("/vornelle.ico")), HasSubstr("\r\nContent-Type: image/x-icon\r\n"));
+  EXPECT_THAT(ask(get("/favicon.ico")), HasSubstr("\r\nContent-Type: image/x-icon\r\n"));
+  EXPECT_EQ(requestsTaken(), (std::vector<std::string>{"GET /vornelle.ico", "GET /vornelle.ico"}));
+}
+
+TEST_F(GatewayTest, ALargeAnswerArrivesWhole) {
+  automatic_ = false;
+  sim::Client client = open();
+  client.limitReceiveBuffer(1000);
+  client.send(get("/"));
+  doEvents();
+  const std::string large(3000000, 'x');
+  answer(*taken_.back(), large);
+  doEvents();
+  EXPECT_LE(client.received().size(), 1000u);
+  client.takeMore(10000000);
+  doEvents();
+  EXPECT_EQ(body(client.received()), large);
+}
+
+TEST_F(GatewayTest, AFormOf8MiBIsForwardedWhole) {
+  const std::string form(kMaxBody, 'x');
+  EXPECT_THAT(ask(post("/x", form)), StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(taken_.at(0)->text, EndsWith("\r\n\r\n" + form));
+}
+
+TEST_F(GatewayTest, NoAnswerFromThePlainListenerIs502) {
+  automatic_ = false;
+  sim::Client client = open();
+  client.send(get("/"));
+  doEvents();
+  taken_.back()->socket.close();
+  doEvents();
+  EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 502 Bad Gateway\r\n"));
+
+  plain_.close();
+  EXPECT_THAT(ask(get("/")), StartsWith("HTTP/1.1 502"));
+}
+
+TEST_F(GatewayTest, AnAnswerThatWentToAnotherConnectionIsNotAwaitedForEver) {
+  automatic_ = false;
+  sim::Client client = open(), next = open();
+  client.send(get("/1"));
+  next.send(get("/2"));
+  doEvents();
+  // The plain listener is still at it: no hurry.
+  webServer.activeRequests = 1;
+  sim::advance(120000);
+  EXPECT_THAT(client.received(), IsEmpty());
+  // It has finished, and our connection got nothing.
+  webServer.activeRequests = 0;
+  sim::advance(5000);
+  EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 502"));
+  answer(*taken_.back(), "two\r\n");
+  doEvents();
+  EXPECT_EQ(body(next.received()), "two\r\n");
+}
+
+TEST_F(GatewayTest, AnAnswerWhoseConnectionWasNotClosedIsTakenAsItIs) {
+  automatic_ = false;
+  sim::Client client = open();
+  client.send(get("/1"));
+  doEvents();
+  ASSERT_TRUE(taken_.back()->socket.sendData("whole\r\n"));
+  doEvents();
+  EXPECT_THAT(client.received(), IsEmpty());
+  sim::advance(6000);
+  EXPECT_EQ(body(client.received()), "whole\r\n");
+}
+
+TEST_F(GatewayTest, WithoutIPv6TheProgramRunsWithoutAGateway) {
+  gatewayStop();
+  sim::refuseAddress(LoopbackAddress::ipv6);
+  gatewayStart();
+  sim::Client client;
+  EXPECT_FALSE(client.connect(LoopbackAddress::ipv6, 7000));
+  EXPECT_THAT(sim::shell().messageBoxes, IsEmpty());
+}
+
+TEST(AgreeCharset, MetaTagsOfAMessageSayWhatItsBytesAre) {
+  EXPECT_EQ(agreeCharset("<META charset='utf-8'><p>charset=utf-8"), "<META charset='windows-1252'><p>charset=utf-8");
+  EXPECT_EQ(agreeCharset("<meta http-equiv=\"x\" content=\"text/html; charset = iso-8859-2\">"),
+            "<meta http-equiv=\"x\" content=\"text/html; charset = windows-1252\">");
+  EXPECT_EQ(agreeCharset("<meta charset>"), "<meta charset>");
+  EXPECT_EQ(agreeCharset("<meta charset="), "<meta charset=");
+  EXPECT_EQ(agreeCharset("no tag"), "no tag");
+}
+
+}  // namespace
+}  // namespace vornelle

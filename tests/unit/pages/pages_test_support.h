@@ -2,6 +2,8 @@
 // mailbox.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,6 +36,7 @@ struct Mailbox {
   std::vector<Message> messages;
   bool headersFail = false;  // LIST, UIDL and TOP are refused
   int logons = 0;
+  std::vector<std::string> commands;  // as received, but for the log-on
 
   void add(std::string uidl, std::string from, std::string subject, std::size_t bodySize = 10) {
     std::string source;
@@ -62,6 +65,7 @@ class MailboxServer : public sim::Server {
     const std::string verb = toLower(line.substr(0, line.find(' ')));
     const std::string argument = line.size() > verb.size() ? line.substr(verb.size() + 1) : "";
     const auto number = static_cast<std::size_t>(std::atoi(argument.c_str()));
+    if (verb != "user" && verb != "pass") mailbox_.commands.push_back(line);
     if (verb == "user") {
       out += "+OK\r\n";
     } else if (verb == "pass") {
@@ -82,7 +86,15 @@ class MailboxServer : public sim::Server {
     } else if ((verb == "top" || verb == "retr") && number >= 1 && number <= mailbox_.messages.size()) {
       const std::string& source = mailbox_.messages[number - 1].source;
       out += "+OK\r\n" + (verb == "retr" ? source : source.substr(0, source.find("\r\n\r\n") + 4)) + ".\r\n";
+    } else if (verb == "dele" && number >= 1 && number <= mailbox_.messages.size()) {
+      deleted_.push_back(number - 1);
+      out += "+OK\r\n";
     } else if (verb == "quit") {
+      // Deletions take effect now, from the last one down.
+      std::sort(deleted_.rbegin(), deleted_.rend());
+      for (const std::size_t index : deleted_) {
+        mailbox_.messages.erase(mailbox_.messages.begin() + static_cast<std::ptrdiff_t>(index));
+      }
       out += "+OK bye\r\n";
       closed = true;
     } else {
@@ -92,6 +104,7 @@ class MailboxServer : public sim::Server {
 
   Mailbox& mailbox_;
   std::string pending_;
+  std::vector<std::size_t> deleted_;
 };
 
 inline void serve(Mailbox& mailbox) {

@@ -1,6 +1,7 @@
 #include "pages/message_actions.h"
 
-#include <memory>
+#include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -10,212 +11,251 @@
 #include "core/settings.h"
 #include "core/text.h"
 #include "mail/mail_component.h"
-#include "mail/spambox_store.h"
-#include "pages/message_page.h"
-#include "pages/modSGML.h"
 #include "platform/events.h"
 #include "platform/files.h"
 #include "platform/shell.h"
+#include "pages/template.h"
 
 namespace vornelle {
-
 namespace {
 
-struct CheckedBox {
-  bool restore = false;  // else delete
+// One checked box of the form: what stood in its row when the form arrived.
+struct CheckedRow {
+  bool restore = false;
+  std::int32_t row = 0;
   std::string key;
   std::string sender;
 };
 
-std::string spamPath(const std::string& name) {
-  return applicationFolder() + "\\spam\\" + name;
+int hexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
 }
 
-// A beep and a line in the log, and the page that tells the user.
-std::string refuse(std::string_view logLine, std::string_view pageText) {
-  beep();
-  LogWindowAdd(logLine);
-  return messagePage(pageText);
+// Browsers encode what they find in a link (a blank, a letter beyond ASCII) when they follow it.
+std::string percentDecode(std::string_view text) {
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const int high = text[i] == '%' && i + 2 < text.size() ? hexDigit(text[i + 1]) : -1;
+    const int low = high >= 0 ? hexDigit(text[i + 2]) : -1;
+    if (low >= 0) {
+      decoded += static_cast<char>(high * 16 + low);
+      i += 2;
+    } else {
+      decoded += text[i];
+    }
+  }
+  return decoded;
 }
 
-std::string cannotLogOn() {
-  return refuse("**Cannot log onto POP3 server.", "Cannot log onto POP3 server. Try again later.");
+// Names come from the browser, and keys of an Inbox row from the server: neither may lead out of the SpamBox folder.
+bool isNameInFolder(std::string_view name) {
+  return !name.empty() && name.find_first_of("\\/:") == std::string_view::npos &&
+         name.find('\0') == std::string_view::npos;
 }
 
-// The id as the server spells it: the very one asked for if there is one, else one that differs in letter
-// case only.
-std::optional<std::string> findUidl(const UidlList* list, const std::string& uidl) {
+std::string spamBoxPath(std::string_view fileName) {
+  return applicationFolder().append("\\spam\\").append(fileName);
+}
+
+// The server's own spelling of the unique-id that a page names, letter case ignored; nullopt when it has none such.
+std::optional<std::string> findUidl(const UidlList& list, std::string_view wanted) {
   std::optional<std::string> found;
-  for (int i = 0; list != nullptr && i < list->getCount(); i++) {
-    const std::string* item = list->getItem(i);
-    if (item == nullptr) continue;
-    if (*item == uidl) return *item;
-    if (!found && equalsNoCase(*item, uidl)) found = *item;
+  for (std::int32_t i = 0; i < list.getCount(); ++i) {
+    const std::string& uidl = *list.getItem(i);
+    if (uidl == wanted && !uidl.empty()) return uidl;
+    if (!found && !uidl.empty() && equalsNoCase(uidl, wanted)) found = uidl;
   }
   return found;
 }
 
-std::string bodyAsHtml(const MailMessage& message) {
-  if (message.hasHtmlBody()) return message.getHtmlBody();
-  std::string text = message.hasPlainBody() ? message.getPlainBody() : message.getBodyText(0);
-  return textToHtml(text);
+std::string noSuchMessage() {
+  beep();
+  LogWindowAdd("**Requested email does not exist!");
+  return messagePage("Requested email does not exist!");
 }
 
-// One "name=value" pair; nullopt for a name that is no box, or a row that no page can have had.
-std::optional<CheckedBox> readPair(std::string_view pair) {
-  CheckedBox box;
-  box.restore = pair.starts_with(settings.restorePrefix);
-  if (!box.restore && !pair.starts_with(settings.deletePrefix)) return std::nullopt;
-  const std::string& prefix = box.restore ? settings.restorePrefix : settings.deletePrefix;
-  const std::string_view number = pair.substr(prefix.size(), pair.find('=') - prefix.size());
-  // Only digits: a field that happens to begin with the prefix must not count as row 0.
-  if (number.empty() || number.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
-  const double row = val(number);
-  if (row > kLastRow) return std::nullopt;
-  box.key = form1.rowKey[static_cast<std::size_t>(row)];
-  box.sender = form1.rowSender[static_cast<std::size_t>(row)];
-  return box;
-}
+// The checked boxes of a posted form: "D3=1&R5=1&...&END". What stands in their rows is taken at once, since a page that
+// is built while the first rows are worked through would put other messages under the same numbers. Only names that are
+// a prefix and plain digits count: another field must never be taken for a row.
+std::vector<CheckedRow> checkedRows(std::string_view rest) {
+  std::vector<CheckedRow> rows;
+  const std::size_t end = findNoCase(rest, "&END");
+  if (end == std::string_view::npos || end == 0) return rows;
+  rest = rest.substr(0, end);
+  while (!rest.empty()) {
+    const std::string_view pair = rest.substr(0, rest.find('&'));
+    rest.remove_prefix(std::min(rest.size(), pair.size() + 1));
 
-// The checked boxes in the order of the form; none without its submit button or without "&END" behind them.
-std::vector<CheckedBox> checkedBoxes(std::string_view request) {
-  std::size_t submit = findNoCase(request, "SUBMIT3=DELETE&");
-  if (submit == std::string_view::npos) submit = findNoCase(request, "SUBMIT3=RESTORE-DELETE&");
-  if (submit == std::string_view::npos) return {};
-  std::string_view rest = request.substr(request.find('&', submit) + 1);
-  std::vector<CheckedBox> boxes;
-  for (;;) {
-    const std::size_t end = findNoCase(rest, "&END");
-    if (end == std::string_view::npos || end == 0) return boxes;
-    const std::size_t next = rest.find('&');
-    if (const auto box = readPair(rest.substr(0, next))) boxes.push_back(*box);
-    rest.remove_prefix(next + 1);
+    const bool isDelete = pair.starts_with(settings.deletePrefix);
+    const bool isRestore = !isDelete && pair.starts_with(settings.restorePrefix);
+    const std::size_t equals = pair.find('=');
+    if ((!isDelete && !isRestore) || equals == std::string_view::npos) continue;
+    const std::size_t prefix = isDelete ? settings.deletePrefix.size() : settings.restorePrefix.size();
+    const std::string_view digits = pair.substr(prefix, equals - prefix);
+    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string_view::npos) continue;
+    const double number = val(digits);
+    if (number > kLastRow) continue;
+    const auto row = static_cast<std::int32_t>(number);
+    const auto index = static_cast<std::size_t>(row);
+    rows.push_back({isRestore, row, form1.rowKey[index], form1.rowSender[index]});
   }
+  return rows;
 }
 
-void deleteMail(const CheckedBox& box) {
-  LogWindowAdd("Delete mail from " + box.sender);
-  if (currentMail) currentMail->popDeleteMessage(box.key);
+void deleteFromInbox(const CheckedRow& row) {
+  LogWindowAdd("Delete mail from " + row.sender);
+  // A task that began during the yield may have taken the component away; then nothing is deleted.
+  if (currentMail) currentMail->popDeleteMessage(row.key);
 }
 
-void deleteSavedSpam(const CheckedBox& box) {
-  if (!fileExists(spamPath(box.key))) {
-    LogWindowAdd("Problem deleting spam file " + box.key + ".txt");
+void deleteFromSpamBox(const CheckedRow& row) {
+  const std::string path = spamBoxPath(row.key + ".txt");
+  if (!isNameInFolder(row.key) || !fileExists(path)) {
+    LogWindowAdd("Problem deleting spam file " + row.key + ".txt");
     return;
   }
-  LogWindowAdd("Delete spam from " + box.sender);
-  if (!deleteSpam(box.key)) LogWindowAdd("Problem deleting spam file " + box.key + ".txt");
+  LogWindowAdd("Delete spam from " + row.sender);
+  if (!deleteFile(path)) LogWindowAdd("Problem deleting spam file " + row.key + ".txt");
 }
 
-struct Outgoing {
+// What is sent, and who it is from.
+struct RestoredText {
   std::string sender;
   std::string text;
 };
 
-// Up to the first line with "UIDL:" inside it (the header "X-UIDL:" that servers add), the last "From:" line
-// gives the sender. That line itself goes out empty.
-Outgoing outgoingMessage(std::string_view source) {
-  Outgoing message;
-  bool inSearch = true;
+// Until the first line with "UIDL:" behind its first character (a header field such as "X-UIDL:"), each "From:" line
+// names the sender anew. That line is sent empty, and nothing behind it is looked at.
+RestoredText restoredText(std::string_view source) {
+  RestoredText restored;
+  bool looking = true;
   for (const std::string& line : splitLines(source)) {
-    if (inSearch && line.find("UIDL:", 1) != std::string::npos) {
-      inSearch = false;
-    } else {
-      if (inSearch && startsWithNoCase(line, "From:")) message.sender = trim(line.substr(line.find(':') + 1));
-      message.text += line;
+    if (looking) {
+      const std::size_t uidl = line.find("UIDL:");
+      if (uidl != std::string::npos && uidl > 0) {
+        looking = false;
+        restored.text += kCrLf;
+        continue;
+      }
+      if (startsWithNoCase(line, "From:")) restored.sender = trim(std::string_view(line).substr(5));
     }
-    message.text += kCrLf;
+    restored.text += line;
+    restored.text += kCrLf;
   }
-  return message;
-}
-
-// False when the server asks for a log-on and refuses it.
-bool openSmtp() {
-  currentMail = std::make_unique<MailComponent>();
-  currentMail->setSmtpServer(settings.SMTP_SERVER);
-  currentMail->setTimeoutSeconds(settings.mailTimeoutSeconds);
-  if (!currentMail->smtpConnect()) {
-    beep();
-    LogWindowAdd("**Cannot connect to SMTP server!");  // and on: the steps below find out for themselves
-  }
-  if (settings.SMTP_USER.empty()) return true;
-  bool loggedIn = false;
-  if (currentMail) {
-    currentMail->setSmtpUser(settings.SMTP_USER);
-    currentMail->setSmtpPassword(settings.SMTP_PASSWORD);
-    currentMail->setSmtpAuthMethod("LOGIN");
-    loggedIn = currentMail->smtpLogin();
-  }
-  if (!loggedIn) {
-    beep();
-    LogWindowAdd("**Cannot log onto SMTP server!");
-  }
-  return loggedIn;
+  return restored;
 }
 
 }  // namespace
 
 std::string showMessage(const std::string& uidl) {
-  std::string page;
+  // 1. Log on.
   if (!newPopComponent().popConnect()) {
-    page = cannotLogOn();
-  } else if (const auto found = findUidl(currentMail->popGetUidls().get(), uidl); !found) {
-    page = refuse("**Requested email does not exist!", "Requested email does not exist!");
-  } else if (const auto message = currentMail->popGetMessage(*found)) {
-    page = bodyAsHtml(*message);
-  } else {
-    page = cannotLogOn();  // the session broke off
+    beep();
+    LogWindowAdd("**Cannot log onto POP3 server.");
+    currentMail.reset();
+    return messagePage("Cannot log onto POP3 server. Try again later.");
   }
+
+  // 2. Look for the message.
+  const std::unique_ptr<UidlList> list = currentMail->popGetUidls();
+  std::optional<std::string> found;
+  if (list) found = findUidl(*list, uidl);
+  if (list && !found) found = findUidl(*list, percentDecode(uidl));
+
+  // 3. and 4. Fetch it and take the best body.
+  const std::unique_ptr<MailMessage> message = found ? currentMail->popGetMessage(*found) : nullptr;
   currentMail.reset();
-  return page;
+  if (!message) return noSuchMessage();
+  if (message->hasHtmlBody()) return message->getHtmlBody();
+  std::string text = message->hasPlainBody() ? message->getPlainBody() : message->getBodyText(0);
+  return textToHtml(text);
 }
 
 std::string showSpam(const std::string& fileName) {
-  if (fileName.find_first_of("\\/") != std::string::npos) return "";  // the SpamBox has no folders below it
-  const auto file = readFile(applicationFolder() + "\\spam\\" + fileName);
-  if (!file) return "";
+  std::optional<std::string> source;
+  if (isNameInFolder(fileName)) source = readFile(spamBoxPath(fileName));
+  if (!source) {
+    const std::string decoded = percentDecode(fileName);
+    if (isNameInFolder(decoded)) source = readFile(spamBoxPath(decoded));
+  }
   std::string text;
-  for (const std::string& line : splitLines(*file)) text.append(line).append(kCrLf);
+  for (const std::string& line : splitLines(source.value_or(""))) text.append(line).append(kCrLf);
   return textToHtml(text);
 }
 
 void deleteChecked(std::string_view box) {
-  const bool inbox = equalsNoCase(box, "INBOX");
-  const std::vector<CheckedBox> boxes = checkedBoxes(form1.requestText);
-  if (boxes.empty()) return;
+  // 1. The checked boxes stand behind the button that was pressed.
+  const std::string_view request = form1.requestText;
+  std::size_t button = findNoCase(request, "SUBMIT3=DELETE&");
+  if (button == std::string_view::npos) button = findNoCase(request, "SUBMIT3=RESTORE-DELETE&");
+  if (button == std::string_view::npos) return;
+  const std::vector<CheckedRow> rows = checkedRows(request.substr(request.find('&', button) + 1));
+
+  // 2. The Inbox is on the server.
+  const bool inbox = box == "INBOX";
   if (inbox) {
-    MailComponent& mail = newPopComponent();
-    mail.setSmtpServer(settings.SMTP_SERVER);
-    if (!mail.popConnect()) {
+    MailComponent& component = newPopComponent();
+    component.setSmtpServer(settings.SMTP_SERVER);
+    if (!component.popConnect()) {
       beep();
       LogWindowAdd("**Cannot log onto POP3 server!");
       currentMail.reset();
       return;
     }
   }
-  for (const CheckedBox& checked : boxes) {
+
+  // 3. Row by row. A message that was to be restored first and could not be is not deleted behind it.
+  std::vector<std::int32_t> notRestored;
+  for (const CheckedRow& row : rows) {
     doEvents();
-    if (checked.restore) {
-      restoreSpam(spamPath(checked.key));
+    if (row.restore) {
+      if (!isNameInFolder(row.key) || !restoreSpam(spamBoxPath(row.key + ".txt"))) notRestored.push_back(row.row);
+    } else if (std::find(notRestored.begin(), notRestored.end(), row.row) != notRestored.end()) {
+      LogWindowAdd("**Not deleted, since it could not be restored: " + row.key + ".txt");
     } else if (inbox) {
-      deleteMail(checked);
+      deleteFromInbox(row);
     } else {
-      deleteSavedSpam(checked);
+      deleteFromSpamBox(row);
     }
   }
+
+  // 4. The deletions take effect when the session ends.
   if (inbox) currentMail.reset();
 }
 
-void restoreSpam(const std::string& path) {
-  if (openSmtp()) {
-    const auto file = readFile(path);
-    const Outgoing message = outgoingMessage(file.value_or(""));
-    // A file that cannot be read is not sent as an empty message.
-    const bool sent = file && currentMail &&
-                      currentMail->smtpSendRaw(message.sender, settings.EMAIL_ADDRESS, message.text) == 1;
-    LogWindowAdd((sent ? "Restore msg from " : "Problem restoring msg from ") + message.sender + " to InBox");
+bool restoreSpam(const std::string& path) {
+  // 1. and 2. Connect, and log on where there is a user.
+  currentMail = std::make_unique<MailComponent>();
+  currentMail->setSmtpServer(settings.SMTP_SERVER);
+  if (!currentMail->smtpConnect()) {
+    beep();
+    LogWindowAdd("**Cannot connect to SMTP server!");
+    currentMail.reset();
+    return false;
   }
+  if (!settings.SMTP_USER.empty()) {
+    currentMail->setSmtpAuthMethod("LOGIN");
+    currentMail->setSmtpUser(settings.SMTP_USER);
+    currentMail->setSmtpPassword(settings.SMTP_PASSWORD);
+    if (!currentMail->smtpLogin()) {
+      beep();
+      LogWindowAdd("**Cannot log onto SMTP server!");
+      currentMail.reset();
+      return false;
+    }
+  }
+
+  // 3. and 4. Read and send. A file that cannot be read is not sent as an empty message.
+  const std::optional<std::string> source = readFile(path);
+  const RestoredText restored = restoredText(source.value_or(""));
+  const bool sent =
+      source && currentMail->smtpSendRaw(restored.sender, settings.EMAIL_ADDRESS, restored.text) == 1;
   currentMail.reset();
+  LogWindowAdd((sent ? "Restore msg from " : "Problem restoring msg from ") + restored.sender + " to InBox");
+  return sent;
 }
 
 }  // namespace vornelle

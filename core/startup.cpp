@@ -16,6 +16,7 @@
 #include "platform/events.h"
 #include "platform/files.h"
 #include "platform/shell.h"
+#include "web/gateway.h"
 #include "web/listener.h"
 #include "web/session.h"
 
@@ -87,6 +88,7 @@ void Form1_Load() {
   assignConstants();
   configLoad();
   listenerStart();
+  if (listenerPort() != 0) gatewayStart();
   if (settings.START_MINIMIZED) windowResized(WindowState::minimized);
   form1.LogWindow.setText(startBanner());
   if (!templatesExist()) {

@@ -1,0 +1,151 @@
+// Mail goes back from the SpamBox to the mailbox through a real Postfix, and nowhere through one that refuses; the
+// settings page's test of the mail servers.
+
+import assert from 'node:assert/strict';
+import { after, before, beforeEach, describe, test } from 'node:test';
+
+import { redirectTarget } from '../support/bare_http.mjs';
+import { Dovecot } from '../support/dovecot.mjs';
+import { Application } from '../support/harness.mjs';
+import { MailServer } from '../support/mailserver.mjs';
+import { friendly, spam } from '../support/mails.mjs';
+import { Postfix } from '../support/postfix.mjs';
+import { until } from '../support/tools.mjs';
+
+const checked = (...boxes) => `SUBMIT3=RESTORE-DELETE&${boxes.map((box) => `${box}=1&`).join('')}END=1`;
+
+// The row of the SpamBox page (the newest is 0) whose subject contains the text.
+async function rowOf(app, text) {
+  const page = await app.get('/displayspambox.htm?s={s}');
+  const row = page.split("<tr class='tableBGcolor2'>").find((part) => part.includes(text));
+  assert.ok(row, `no row with ${text} in ${page}`);
+  return /<input name='R(\d+)'/.exec(row)[1];
+}
+
+describe('with postfix', () => {
+  let dovecot;
+  let postfix;
+  let app;
+  before(async () => {
+    dovecot = await Dovecot.start({ messages: [friendly('kept'), spam('one', 'body\r\n.lead\r\n.\r\n..\r\nend\r\n'), spam('two')] });
+    postfix = await Postfix.start(dovecot);
+    app = await Application.start({ settings: {
+      POP_SERVER: `127.0.0.1:${dovecot.port}`, SMTP_SERVER: `127.0.0.1:${postfix.port}`,
+      SMTP_USER: 'joe', SMTP_PASSWORD: 'secret', EMAIL_ADDRESS: `joe@${postfix.domain}`,
+    } });
+    await app.login();
+    await app.filterMail();
+  });
+  beforeEach(() => app.login());
+  after(async () => {
+    await app?.stop();
+    await postfix?.stop();
+    await dovecot?.stop();
+  });
+
+  test('TheSettingsTestLogsOn', async () => {
+    const page = await app.post('/configupdate.cgi?s={s}', 'CHECK_MIN=30&END=1');
+    assert.equal(redirectTarget(page), `config.htm?s=${app.sessionId}`);
+    assert.doesNotMatch(page, /alert/);
+  });
+
+  test('TheSettingsTestTellsAWrongSmtpPassword', async () => {
+    const page = await app.post('/configupdate.cgi?s={s}', 'SMTP_PASSWORD=wrong&END=1');
+    assert.match(page, /alert\('Cannot log onto SMTP Server!'\);window/);
+    assert.doesNotMatch(page, /POP3/);
+    assert.doesNotMatch(await app.post('/configupdate.cgi?s={s}', 'SMTP_PASSWORD=secret&END=1'), /alert/);
+  });
+
+  test('ARestoredMessageIsInTheMailboxAgain', async () => {
+    assert.equal(dovecot.messages().length, 1);
+    const row = await rowOf(app, 'one');
+    const page = await app.post('/deleterestore.cgi?s={s}', checked(`R${row}`));
+    assert.equal(redirectTarget(page), `displayspambox.htm?s=${app.sessionId}`);
+    assert.ok(app.events().includes('Restore msg from Sam <sam@spam-one.example> to InBox'), app.log());
+    const mails = await until(() => dovecot.messages().length === 2 && dovecot.messages(), `delivery\n${postfix.log()}`);
+    const back = mails.map((message) => message.toString('latin1').replaceAll('\r\n', '\n')).find((m) => m.includes('spam-one'));
+    // The file's closing line end travels with it.
+    const sent = spam('one', 'body\r\n.lead\r\n.\r\n..\r\nend\r\n').toString('latin1').replaceAll('\r\n', '\n') + '\n';
+    assert.ok(back.endsWith(sent), back);
+    assert.match(back, /^Return-Path: <sam@spam-one\.example>$/m);
+    assert.equal(Object.keys(app.spamBox()).length, 2, 'the SpamBox keeps its file');
+  });
+
+  test('AFriendsRestoredMailSurvivesTheNextRun', async () => {
+    const before = dovecot.messages().length;
+    const row = await rowOf(app, 'two');
+    await app.post('/deleterestore.cgi?s={s}', checked(`R${row}`));
+    await until(() => dovecot.messages().length === before + 1, 'delivery');
+    await app.post('/add2white.cgi?s={s}', 'ADDTOLIST=spam-two.example&END=1');
+    await app.filterMail();
+    assert.ok(dovecot.messages().some((message) => message.includes('spam-two')));
+  });
+
+  test('ADeletedFileIsGone', async () => {
+    const count = Object.keys(app.spamBox()).length;
+    const row = await rowOf(app, 'two');
+    await app.post('/deleterestore.cgi?s={s}', checked(`D${row}`));
+    assert.ok(app.events().includes('Delete spam from Sam <sam@spam-two.example>'));
+    assert.equal(Object.keys(app.spamBox()).length, count - 1);
+  });
+});
+
+describe('with a scripted server', { concurrency: 4 }, () => {
+  async function restoreThrough(smtp, settings, check) {
+    const server = await MailServer.start({ messages: [spam('one', 'body\r\n.lead\r\n.\r\nend\r\n')], smtp });
+    const app = await Application.start({ settings: {
+      POP_SERVER: `127.0.0.1:${server.popPort}`, SMTP_SERVER: `127.0.0.1:${server.smtpPort}`, ...settings } });
+    try {
+      await app.login();
+      await app.filterMail();
+      const file = Object.values(app.spamBox())[0];
+      await app.get('/displayspambox.htm?s={s}');
+      const page = await app.post('/deleterestore.cgi?s={s}', checked('R0'));
+      assert.equal(redirectTarget(page), `displayspambox.htm?s=${app.sessionId}`);
+      assert.deepEqual(Object.values(app.spamBox()), [file], 'the SpamBox keeps its file whatever happened');
+      assert.ok(await app.isServing());
+      await check(app, server, file);
+    } finally {
+      await app.stop();
+      await server.stop();
+    }
+  }
+  const logOn = { SMTP_USER: 'joe', SMTP_PASSWORD: 'secret' };
+  const restored = 'Restore msg from Sam <sam@spam-one.example> to InBox';
+  const problem = 'Problem restoring msg from Sam <sam@spam-one.example> to InBox';
+
+  for (const [what, smtp, settings] of [
+    ['WithALogOn', {}, logOn],
+    ['WithoutALogOnWhereNoUserIsSet', { user: undefined }, {}],
+    ['ThroughAServerThatKnowsOnlyHelo', { user: undefined, lacks: ['EHLO'] }, {}],
+  ]) {
+    test(`AMessageIsRestoredByteForByte${what}`, () => restoreThrough(smtp, settings, (app, server, file) => {
+      assert.ok(app.events().includes(restored), app.log());
+      assert.equal(server.delivered.length, 1);
+      assert.deepEqual(server.delivered[0].data, file);
+      assert.deepEqual([server.delivered[0].from, server.delivered[0].to], ['sam@spam-one.example', ['joe@home.example']]);
+      assert.equal(server.smtp.count('QUIT'), 1);
+      assert.equal(server.smtp.count('AUTH'), settings === logOn ? 1 : 0);
+    }));
+  }
+
+  test('AnUnreachableServerIsLogged', () => restoreThrough({}, { SMTP_SERVER: '127.0.0.1:1' },
+    (app) => assert.ok(app.events().includes('**Cannot connect to SMTP server!'))));
+  test('AWrongPasswordIsLogged', () => restoreThrough({}, { ...logOn, SMTP_PASSWORD: 'wrong' }, (app, server) => {
+    assert.ok(app.events().includes('**Cannot log onto SMTP server!'));
+    assert.equal(server.delivered.length, 0);
+  }));
+  for (const verb of ['GREETING', 'AUTH', 'AUTH-USER', 'AUTH-PASSWORD', 'MAIL', 'RCPT', 'DATA', 'BODY']) {
+    for (const fault of [{ error: true }, { cut: true }, { cut: 'middle' }]) {
+      const [kind] = Object.entries(fault)[0];
+      const title = fault.cut === 'middle' ? `ALineCutInTheMiddleOfTheAnswerTo${verb}` : `${kind === 'cut' ? 'ALineCutAt' : 'ARefused'}${verb}`;
+      test(`${title}IsLoggedAsAFailure`, () => restoreThrough({ faults: [{ verb, ...fault }] }, logOn, (app) => {
+        const events = app.events();
+        assert.ok(!events.includes(restored), app.log());
+        assert.ok(events.some((event) => event === problem || /^\*\*Cannot (connect to|log onto) SMTP server!$/.test(event)));
+      }));
+    }
+  }
+  test('ABrokenQuitDoesNotMakeASentMessageUnsent', () => restoreThrough({ faults: [{ verb: 'QUIT', cut: true }] }, logOn,
+    (app) => assert.ok(app.events().includes(restored))));
+});

@@ -1,0 +1,81 @@
+// A server or a browser that falls silent holds the program up for its 30 seconds and no longer, and costs no mail.
+// These waits are real, so they all run side by side.
+
+import assert from 'node:assert/strict';
+import net from 'node:net';
+import { describe, test } from 'node:test';
+
+import { faultRun } from '../support/fault_run.mjs';
+import { Application } from '../support/harness.mjs';
+import { largeMailbox } from '../support/mails.mjs';
+import { until } from '../support/tools.mjs';
+
+// About 30 seconds for one wait; a slow machine may take longer, a program that does not wait is faster.
+function assertOneWait(start) {
+  const seconds = (Date.now() - start) / 1000;
+  assert.ok(seconds > 25 && seconds < 50, `${seconds} s`);
+}
+
+describe('a silent server', { concurrency: 20 }, () => {
+  const stalled = (fault, check, options) => () => {
+    const start = Date.now();
+    return faultRun({ pop: { faults: [fault] }, milliseconds: 120000, ...options }, (run) => {
+      assertOneWait(start);
+      check?.(run);
+    });
+  };
+  const notLoggedOn = ({ line }) => assert.match(line, /^\*\*Cannot log onto POP3 server\./);
+  test('AtItsGreeting', stalled({ verb: 'GREETING', stall: true }, notLoggedOn));
+  test('AtPass', stalled({ verb: 'PASS', stall: true }, notLoggedOn));
+  test('InTheMiddleOfList', stalled({ verb: 'LIST', stall: 'middle' }));
+  test('InTheMiddleOfUidl', stalled({ verb: 'UIDL', stall: 'middle' }));
+  test('InTheMiddleOfTop', stalled({ verb: 'TOP', nth: 2, stall: 'middle' }));
+  test('InTheMiddleOfAMessage', stalled({ verb: 'RETR', nth: 2, stall: 'middle' }));
+  test('JustBeforeTheEndOfAMessage', stalled({ verb: 'RETR', nth: 1, stall: -1 }));
+  test('AtDele', stalled({ verb: 'DELE', nth: 2, stall: true }));
+  test('AtQuit', stalled({ verb: 'QUIT', stall: true }));
+  test('AtCapaOfALargeMailbox', stalled({ verb: 'CAPA', stall: true },
+    ({ line }) => assert.match(line, /^Mail filtered:  10 msgs\.  30 spam\.$/), { messages: largeMailbox() }));
+});
+
+describe('a silent browser', { concurrency: 20 }, () => {
+  const knock = (port, text = '') => {
+    const socket = net.connect(port, '127.0.0.1');
+    socket.received = '';
+    socket.on('data', (data) => { socket.received += data.toString('latin1'); });
+    socket.on('error', () => {});
+    if (text) socket.write(text);
+    return socket;
+  };
+
+  // Every silent connection keeps its handler waiting; at 99 of them the next request is not accepted.
+  test('TheHundredthRequestAtATimeIsDroppedAndTheNextAfterTheWaitIsServed', async () => {
+    const app = await Application.start();
+    const silent = [];
+    try {
+      for (let i = 0; i < 99; i++) {
+        const socket = knock(app.port);
+        silent.push(socket);
+        await new Promise((resolve) => socket.once('connect', resolve));
+      }
+      await assert.rejects(app.get('/', { milliseconds: 3000 }));
+      await until(() => app.get('/', { milliseconds: 2000 }).then(() => true, () => false), 'an answer', 60000);
+    } finally {
+      for (const socket of silent) socket.destroy();
+      await app.stop();
+    }
+  });
+
+  test('AMethodOtherThanGetAndPostIsNeverAnswered', async () => {
+    const app = await Application.start();
+    try {
+      const sockets = ['HEAD / HTTP/1.0\r\n\r\n', 'get / HTTP/1.0\r\n\r\n', 'GET /index.htm'].map((t) => knock(app.port, t));
+      await new Promise((resolve) => setTimeout(resolve, 33000));
+      for (const socket of sockets) assert.equal(socket.received, '');
+      assert.ok(await app.isServing());
+      for (const socket of sockets) socket.destroy();
+    } finally {
+      await app.stop();
+    }
+  });
+});

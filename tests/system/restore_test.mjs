@@ -6,13 +6,12 @@ import { after, before, beforeEach, describe, test } from 'node:test';
 
 import { redirectTarget } from '../support/bare_http.mjs';
 import { Dovecot } from '../support/dovecot.mjs';
+import { boxesForm, settingsForm } from '../support/forms.mjs';
 import { Application } from '../support/harness.mjs';
 import { MailServer } from '../support/mailserver.mjs';
 import { friendly, spam } from '../support/mails.mjs';
 import { Postfix } from '../support/postfix.mjs';
 import { until } from '../support/tools.mjs';
-
-const checked = (...boxes) => `SUBMIT3=RESTORE-DELETE&${boxes.map((box) => `${box}=1&`).join('')}END=1`;
 
 // The row of the SpamBox page (the newest is 0) whose subject contains the text.
 async function rowOf(app, text) {
@@ -44,22 +43,22 @@ describe('with postfix', () => {
   });
 
   test('TheSettingsTestLogsOn', async () => {
-    const page = await app.post('/configupdate.cgi?s={s}', 'CHECK_MIN=30&END=1');
+    const page = await app.post('/configupdate.cgi?s={s}', settingsForm());
     assert.equal(redirectTarget(page), `config.htm?s=${app.sessionId}`);
     assert.doesNotMatch(page, /alert/);
   });
 
   test('TheSettingsTestTellsAWrongSmtpPassword', async () => {
-    const page = await app.post('/configupdate.cgi?s={s}', 'SMTP_PASSWORD=wrong&END=1');
+    const page = await app.post('/configupdate.cgi?s={s}', settingsForm({ SMTP_PASSWORD: 'wrong' }));
     assert.match(page, /alert\('Cannot log onto SMTP Server!'\);window/);
     assert.doesNotMatch(page, /POP3/);
-    assert.doesNotMatch(await app.post('/configupdate.cgi?s={s}', 'SMTP_PASSWORD=secret&END=1'), /alert/);
+    assert.doesNotMatch(await app.post('/configupdate.cgi?s={s}', settingsForm({ SMTP_PASSWORD: 'secret' })), /alert/);
   });
 
   test('ARestoredMessageIsInTheMailboxAgain', async () => {
     assert.equal(dovecot.messages().length, 1);
     const row = await rowOf(app, 'one');
-    const page = await app.post('/deleterestore.cgi?s={s}', checked(`R${row}`));
+    const page = await app.post('/deleterestore.cgi?s={s}', boxesForm(`R${row}`));
     assert.equal(redirectTarget(page), `displayspambox.htm?s=${app.sessionId}`);
     assert.ok(app.events().includes('Restore msg from Sam <sam@spam-one.example> to InBox'), app.log());
     const mails = await until(() => dovecot.messages().length === 2 && dovecot.messages(), `delivery\n${postfix.log()}`);
@@ -74,7 +73,7 @@ describe('with postfix', () => {
   test('AFriendsRestoredMailSurvivesTheNextRun', async () => {
     const before = dovecot.messages().length;
     const row = await rowOf(app, 'two');
-    await app.post('/deleterestore.cgi?s={s}', checked(`R${row}`));
+    await app.post('/deleterestore.cgi?s={s}', boxesForm(`R${row}`));
     await until(() => dovecot.messages().length === before + 1, 'delivery');
     await app.post('/add2white.cgi?s={s}', 'ADDTOLIST=spam-two.example&END=1');
     await app.filterMail();
@@ -84,7 +83,7 @@ describe('with postfix', () => {
   test('ADeletedFileIsGone', async () => {
     const count = Object.keys(app.spamBox()).length;
     const row = await rowOf(app, 'two');
-    await app.post('/deleterestore.cgi?s={s}', checked(`D${row}`));
+    await app.post('/deleterestore.cgi?s={s}', boxesForm(`D${row}`));
     assert.ok(app.events().includes('Delete spam from Sam <sam@spam-two.example>'));
     assert.equal(Object.keys(app.spamBox()).length, count - 1);
   });
@@ -100,7 +99,7 @@ describe('with a scripted server', { concurrency: 4 }, () => {
       await app.filterMail();
       const file = Object.values(app.spamBox())[0];
       await app.get('/displayspambox.htm?s={s}');
-      const page = await app.post('/deleterestore.cgi?s={s}', checked('R0'));
+      const page = await app.post('/deleterestore.cgi?s={s}', boxesForm('R0'));
       assert.equal(redirectTarget(page), `displayspambox.htm?s=${app.sessionId}`);
       assert.deepEqual(Object.values(app.spamBox()), [file], 'the SpamBox keeps its file whatever happened');
       assert.ok(await app.isServing());

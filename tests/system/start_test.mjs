@@ -26,7 +26,8 @@ describe('start', { concurrency: 3 }, () => {
     await app.run();
     for (const list of ['friendlist', 'subjectlist', 'enemylist']) assert.equal(app.read(`data/${list}.txt`), '');
     assert.ok(fs.statSync(app.path('spam')).isDirectory());
-    assert.match(app.log(), /^\[\d\d-\d\d-\d\d \d\d:\d\d [AP]M\] Creating spam subdirectory\.\.\.\r\n$/);
+    assert.match(app.log(), /^\[\d\d-\d\d-\d\d \d\d:\d\d [AP]M\] Creating spam subdirectory\.\.\.\r\n/);
+    assert.deepEqual(app.events(), ['Creating spam subdirectory...', 'Test mode on. Spam will not be removed from InBox.']);
     assert.ok(app.port >= 7000);
     assert.ok(!app.exists('Vornelle.ini'), 'settings are written at the end, not at the start');
     await app.close();

@@ -51,7 +51,7 @@ LeadingNumber parseLeadingNumber(std::string_view text) {
   at += digits;
   if (at < text.size() && text[at] == '.') {
     const std::size_t decimals = countDigits(text, at + 1);
-    if (digits + decimals > 0) at += 1 + decimals;
+    at += 1 + decimals;
     digits += decimals;
   }
   if (digits == 0) return {};

@@ -394,6 +394,7 @@ TEST_F(SettingsFile, RangeChecksClampAndRoundHalvesToEven) {
   EXPECT_EQ(configCkCHECK_MIN("10.5"), 10);
   EXPECT_EQ(configCkCHECK_MIN("11.5"), 12);
   EXPECT_EQ(configCkCHECK_MIN("60.4"), 60);
+  EXPECT_EQ(configCkCHECK_MIN("60.9"), 60);
   EXPECT_EQ(configCkCHECK_MIN("1e9"), 60);
   EXPECT_EQ(configCkCHECK_MIN(""), 10);
   EXPECT_EQ(configCkSESSION_MIN("9"), 10);

@@ -1,0 +1,213 @@
+#include "desktop/dlgImport.h"
+
+#include "tests/unit/support.h"
+
+namespace vornelle {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class Import : public SimTest {
+ protected:
+  Import() { dialog.txtFieldPos = "2"; }
+
+  bool load(std::string_view content) {
+    makeFile("\\addresses.csv", content);
+    return LoadButtonClick(dialog, [] { return inFolder("\\addresses.csv"); });
+  }
+  static void putFriends(std::string_view content) { makeFile("\\data\\friendlist.txt", content); }
+  static std::string friends() { return contentOf("\\data\\friendlist.txt"); }
+  void import(std::string list) {
+    dialog.txtImportList = std::move(list);
+    sim::shell().messageBoxes.clear();
+    ImportButtonClick(dialog);
+  }
+  static std::vector<std::string>& boxes() { return sim::shell().messageBoxes; }
+
+  DlgImport dialog;
+};
+
+// ---- Load File ----
+
+TEST_F(Import, ADialogStartsWithCommasAndTheFirstField) {
+  const DlgImport fresh;
+  EXPECT_TRUE(fresh.OptComma);
+  EXPECT_EQ(fresh.txtFieldPos, "1");
+  EXPECT_EQ(fresh.txtImportList, "");
+}
+
+TEST_F(Import, TakesTheFieldAtThePosition) {
+  EXPECT_TRUE(load("Bob Smith,bob.smith at example\r\nAnn,ann@example.com,x\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "bob.smith at example\r\nann@example.com\r\n");
+}
+
+TEST_F(Import, TabsSeparateFieldsWhenTheyAreChosen) {
+  dialog.OptComma = false;
+  EXPECT_TRUE(load("Smith, Bob\tbob@example.com\tx\r\nonly,commas\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "bob@example.com\r\n");
+}
+
+TEST_F(Import, TheLastFieldAndTheFirstOneCanBeTaken) {
+  dialog.txtFieldPos = "3";
+  EXPECT_TRUE(load("a,b,c\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "c\r\n");
+  dialog.txtFieldPos = "1";
+  EXPECT_TRUE(load("a,b,c\r\nd\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "a\r\nd\r\n");
+}
+
+TEST_F(Import, ALineWithFewerFieldsGivesNothing) {
+  dialog.txtFieldPos = "3";
+  EXPECT_TRUE(load("a,b\r\n\r\na,b,\r\na,b, \r\na,b,\"\"\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "");
+}
+
+TEST_F(Import, BlanksAroundAFieldAndDoubleQuotesAreRemoved) {
+  EXPECT_TRUE(load("x, \"bob@example.com\" ,y\r\nx,\" ann o'hara \"\r\nx,a\"b\"c\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "bob@example.com\r\nann o'hara\r\nabc\r\n");
+}
+
+TEST_F(Import, TheMarkOfAUtf8ExportIsNotPartOfTheFirstField) {
+  dialog.txtFieldPos = "1";
+  EXPECT_TRUE(
+      load("\xEF\xBB\xBF"
+           "bob@example.com,Bob\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "bob@example.com\r\n");
+}
+
+TEST_F(Import, LoadingReplacesTheList) {
+  dialog.txtImportList = "old\r\n";
+  EXPECT_TRUE(load("x,new\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "new\r\n");
+}
+
+TEST_F(Import, CancellingOrAMissingFileChangesNothing) {
+  dialog.txtImportList = "old\r\n";
+  EXPECT_FALSE(LoadButtonClick(dialog, [] { return std::string(); }));
+  EXPECT_FALSE(LoadButtonClick(dialog, [] { return inFolder("\\missing.csv"); }));
+  EXPECT_EQ(dialog.txtImportList, "old\r\n");
+  EXPECT_THAT(boxes(), IsEmpty());
+}
+
+TEST_F(Import, AFileThatCannotBeReadGivesAnEmptyList) {
+  dialog.txtImportList = "old\r\n";
+  sim::failReadsOf("addresses.csv");
+  EXPECT_TRUE(load("x,y\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "");
+}
+
+TEST_F(Import, APositionThatIsNoNumberOfOneOrMoreLoadsNothing) {
+  dialog.txtImportList = "old\r\n";
+  for (const char* position : {"", "x", "0", "-1", "2nd", "0.4", "99999999999"}) {
+    dialog.txtFieldPos = position;
+    boxes().clear();
+    bool asked = false;
+    EXPECT_FALSE(LoadButtonClick(dialog, [&] {
+      asked = true;
+      return std::string();
+    })) << position;
+    EXPECT_FALSE(asked) << position;
+    EXPECT_THAT(boxes(), ElementsAre("Field position takes a whole number of 1 or more.")) << position;
+  }
+  EXPECT_EQ(dialog.txtImportList, "old\r\n");
+}
+
+// ---- Import ----
+
+TEST_F(Import, AnEmptyListShowsTheTwoLineMessageAndChangesNothing) {
+  putFriends("Bob\r\n\r\n");
+  import("");
+  EXPECT_THAT(boxes(), ElementsAre("There are no addresses to import.\r\nPlease import a file first."));
+  EXPECT_EQ(friends(), "Bob\r\n\r\n");
+}
+
+TEST_F(Import, IntoAnEmptyFriendListWritesLowerCaseAndSorted) {
+  putFriends("");
+  import("Zoe@Example.com\r\nbob@EXAMPLE.com\r\n  Ann@example.com  \r\n\r\n   \r\n");
+  EXPECT_EQ(friends(), "ann@example.com\r\nbob@example.com\r\nzoe@example.com\r\n");
+  EXPECT_THAT(boxes(), ElementsAre("3 addresses added. 0 skipped as duplicate."));
+}
+
+TEST_F(Import, IntoAMissingFriendListCreatesIt) {
+  import("bob@example.com");
+  EXPECT_EQ(friends(), "bob@example.com\r\n");
+}
+
+TEST_F(Import, AnAddressInAnotherLetterCaseIsADuplicate) {
+  putFriends("Bob@Example.com\r\n");
+  import("bob@example.com\r\nBOB@EXAMPLE.COM\r\nann@x\r\nAnn@X\r\n");
+  EXPECT_THAT(boxes(), ElementsAre("1 addresses added. 3 skipped as duplicate."));
+  EXPECT_EQ(friends(), "ann@x\r\nbob@example.com\r\n");
+}
+
+TEST_F(Import, TheFileIsWrittenLowerCaseSortedAndWithoutBlankLines) {
+  putFriends("Zoe\r\n\r\n  \r\nann\r\n\xC4rger\r\n");
+  import("mid");
+  EXPECT_EQ(friends(), "ann\r\nmid\r\nzoe\r\n\xE4rger\r\n");
+}
+
+TEST_F(Import, BlanksOfFileLinesAreKept) {
+  putFriends(" bob@x \r\n");
+  import("bob@x");
+  EXPECT_EQ(friends(), " bob@x \r\nbob@x\r\n");
+  EXPECT_THAT(boxes(), ElementsAre("1 addresses added. 0 skipped as duplicate."));
+}
+
+TEST_F(Import, AListOfBlanksOnlyAddsNothing) {
+  putFriends("bob\r\n");
+  import("  \r\n");
+  EXPECT_THAT(boxes(), ElementsAre("0 addresses added. 0 skipped as duplicate."));
+  EXPECT_EQ(friends(), "bob\r\n");
+}
+
+std::string numbered(int count) {
+  std::string lines;
+  for (int i = 0; i < count; ++i) lines += "entry" + std::to_string(100000 + i) + "\r\n";
+  return lines;
+}
+
+TEST_F(Import, AListThatTheFilterCannotUseWholeIsSaidInTheLog) {
+  putFriends(numbered(9999));
+  import("new1");
+  EXPECT_EQ(form1.LogWindow.text(), "");
+  import("new2");
+  EXPECT_THAT(form1.LogWindow.text(),
+              HasSubstr("**FriendList holds 10001 entries, the filter uses the first 10000\r\n"));
+  EXPECT_THAT(boxes(), ElementsAre("1 addresses added. 0 skipped as duplicate."));
+}
+
+TEST_F(Import, TheListTakes20001EntriesAndLosesNoneBeyond) {
+  putFriends(numbered(20000));
+  import("new1");
+  EXPECT_THAT(boxes(), ElementsAre("1 addresses added. 0 skipped as duplicate."));
+  const std::string full = friends();
+  EXPECT_EQ(full.size(), numbered(20000).size() + 6);
+  import("new2\r\nnew3");
+  EXPECT_THAT(boxes(),
+              ElementsAre("The FriendList cannot hold more than 20001 entries. Nothing was imported."));
+  EXPECT_TRUE(friends() == full);
+  import("new1");
+  EXPECT_THAT(boxes(), ElementsAre("0 addresses added. 1 skipped as duplicate."));
+}
+
+TEST_F(Import, AFriendListThatCannotBeReadIsNotRewritten) {
+  putFriends("bob\r\n");
+  sim::failReadsOf("friendlist.txt");
+  import("ann");
+  sim::failReadsOf("");
+  EXPECT_THAT(boxes(), ElementsAre("The FriendList file cannot be read. Nothing was imported."));
+  EXPECT_EQ(friends(), "bob\r\n");
+}
+
+TEST_F(Import, AFriendListThatCannotBeWrittenStaysAndTheUserIsTold) {
+  putFriends("bob\r\n");
+  sim::failWritesTo("friendlist.txt");
+  import("ann");
+  EXPECT_THAT(boxes(), ElementsAre("The FriendList file cannot be written. Nothing was imported."));
+  EXPECT_EQ(friends(), "bob\r\n");
+}
+
+}  // namespace
+}  // namespace vornelle

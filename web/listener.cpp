@@ -27,6 +27,7 @@ constexpr std::int32_t kLastPort = 65535;
 struct Element {
   SocketControl socket;
   int sendsUnderWay = 0;  // their SendComplete events are still to come
+  bool peerGone = false;  // everything that it had sent has been read
 };
 
 // Never destroyed: the event loop may be gone before it would be its turn.
@@ -54,7 +55,7 @@ void releaseIfDone(std::int32_t index) {
   if (index == 0 || index >= webServer.socketIndex) return;
   const Element* const old = element(index);
   if (!old) return;
-  const bool gone = old->socket.peerClosed() && old->sendsUnderWay == 0;
+  const bool gone = old->peerGone && old->sendsUnderWay == 0;
   if (gone || !old->socket.isOpen()) sckWS().erase(index);
 }
 
@@ -80,12 +81,17 @@ void sckWS_SendComplete(std::int32_t index) {
   releaseIfDone(index);
 }
 
+void sckWS_Close(std::int32_t index) {
+  if (Element* const left = element(index)) left->peerGone = true;
+  releaseIfDone(index);
+}
+
 bool loadAndAccept(std::int32_t index, SocketControl::RequestId request) {
   if (index > kLastElement) return false;
   SocketControl& socket = sckWS()[index].socket;
   socket.onDataArrival = [index] { sckWS_DataArrival(index); };
   socket.onSendComplete = [index] { sckWS_SendComplete(index); };
-  socket.onClose = [index] { releaseIfDone(index); };
+  socket.onClose = [index] { sckWS_Close(index); };
   return socket.accept(request);
 }
 
@@ -98,11 +104,11 @@ bool requestIsPending() {
   return !form1.requestPath.empty() && answeredRequest != requestNumber();
 }
 
-// Nobody is left to be answered on that connection. (One that has sent its request and then gone has a path
-// pending.)
+// Nobody is left to be answered on that connection, and no request will come on it. Past the last index there
+// has never been a connection.
 bool peerHasGone(std::int32_t index) {
   const Element* const asking = element(index);
-  return asking && asking->socket.isOpen() && asking->socket.peerClosed();
+  return asking ? asking->peerGone : index <= kLastElement;
 }
 
 void waitForRequest(std::int32_t index) {
@@ -171,6 +177,10 @@ void listenerStart() {
 int listenerPort() {
   const Element* const listener = element(0);
   return listener ? listener->socket.localPort() : 0;
+}
+
+std::size_t loadedConnections() {
+  return sckWS().size() - sckWS().count(0);
 }
 
 void resetWebServer() {

@@ -13,6 +13,7 @@
 // The wait lets the next ConnectionRequest in, whose handler then runs nested in the first one.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -35,6 +36,9 @@ void listenerStart();
 
 // The port that is listened on; 0: none.
 [[nodiscard]] int listenerPort();
+
+// The connections that hold an element now, closed ones that await their release included.
+[[nodiscard]] std::size_t loadedConnections();
 
 // Closes and forgets all elements and puts the server's values back to what they are before listenerStart().
 // For tests.

@@ -32,7 +32,8 @@ int statusOf(const std::string& text) {
 }
 
 TEST(HttpRequestParser, ReadsLineFieldsAndBody) {
-  const Parsed parsed = parse("POST /login.cgi?x=1 HTTP/1.1\r\nHost: localhost:7000\r\nContent-Length: 5\r\n\r\na=1&bNEXT");
+  const Parsed parsed =
+      parse("POST /login.cgi?x=1 HTTP/1.1\r\nHost: localhost:7000\r\nContent-Length: 5\r\n\r\na=1&bNEXT");
   ASSERT_EQ(parsed.result, Result::complete);
   EXPECT_EQ(parsed.request.method, "POST");
   EXPECT_EQ(parsed.request.target, "/login.cgi?x=1");
@@ -43,7 +44,8 @@ TEST(HttpRequestParser, ReadsLineFieldsAndBody) {
 }
 
 TEST(HttpRequestParser, ARequestSplitAtAnyByteReadsTheSame) {
-  const std::string text = "\r\nPOST /a?b HTTP/1.1\r\nHost: [::1]\r\nContent-Length: 3\r\n\r\nxyzGET / HTTP/1.0\r\n\r\n";
+  const std::string text =
+      "\r\nPOST /a?b HTTP/1.1\r\nHost: [::1]\r\nContent-Length: 3\r\n\r\nxyzGET / HTTP/1.0\r\n\r\n";
   for (std::size_t split = 0; split <= text.size(); ++split) {
     HttpRequestParser parser;
     std::string buffer;
@@ -140,7 +142,9 @@ TEST(HttpRequestParser, ATransferCodingNeedsALengthInstead) {
   EXPECT_EQ(statusOf("POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n"), 411);
 }
 
-TEST(HttpRequestParser, AnotherMajorVersionIs505) { EXPECT_EQ(statusOf("PRI / HTTP/2.0\r\n\r\n"), 505); }
+TEST(HttpRequestParser, AnotherMajorVersionIs505) {
+  EXPECT_EQ(statusOf("PRI / HTTP/2.0\r\n\r\n"), 505);
+}
 
 TEST(HttpRequestParser, AnUnknownExpectationIs417) {
   EXPECT_EQ(statusOf("GET / HTTP/1.1\r\nExpect: wonders\r\n\r\n"), 417);
@@ -191,7 +195,8 @@ TEST(HttpRequestParser, WantsToBeToldToContinueOnceAndOnlyWhileItsBodyIsMissing)
 }
 
 TEST(HttpRequestParser, ListsAreSearchedByTokenWithoutRegardToCase) {
-  const HttpRequest request = parse("GET / HTTP/1.1\r\nConnection: keep-alive , Close\r\nConnection: x\r\n\r\n").request;
+  const HttpRequest request =
+      parse("GET / HTTP/1.1\r\nConnection: keep-alive , Close\r\nConnection: x\r\n\r\n").request;
   EXPECT_TRUE(request.listHolds("connection", "close"));
   EXPECT_TRUE(request.listHolds("connection", "X"));
   EXPECT_FALSE(request.listHolds("connection", "clos"));

@@ -57,10 +57,10 @@ TEST_F(RequestTest, ALaterPieceOfABodyReplacesTheTextAndLeavesThePath) {
 }
 
 TEST_F(RequestTest, OddLinesAreTakenByPlainTextSearch) {
-  EXPECT_EQ(pathOf("GET  / HTTP/1.0"), " /");          // the second blank belongs to the target
-  EXPECT_EQ(pathOf("GETaway bar"), "away");            // no "GET " at all
-  EXPECT_EQ(pathOf("GETX GET /x HTTP/1.0"), "/x");     // the first "GET " is the later one
-  EXPECT_EQ(pathOf("POST  x y"), "");                  // the target ends where it begins
+  EXPECT_EQ(pathOf("GET  / HTTP/1.0"), " /");       // the second blank belongs to the target
+  EXPECT_EQ(pathOf("GETaway bar"), "away");         // no "GET " at all
+  EXPECT_EQ(pathOf("GETX GET /x HTTP/1.0"), "/x");  // the first "GET " is the later one
+  EXPECT_EQ(pathOf("POST  x y"), "");               // the target ends where it begins
 }
 
 TEST_F(RequestTest, EveryPathThatIsReadHasANumberOfItsOwn) {
@@ -87,7 +87,8 @@ TEST_F(RequestParamTest, AValueThatNoAmpersandFollowsCannotBeRead) {
 }
 
 TEST_F(RequestParamTest, TheFirstOccurrenceWinsWhereverItStands) {
-  form1.requestText = "POST /x?type=line& HTTP/1.1\r\nReferer: http://h/?item=header&\r\n\r\ntype=body&item=body&";
+  form1.requestText =
+      "POST /x?type=line& HTTP/1.1\r\nReferer: http://h/?item=header&\r\n\r\ntype=body&item=body&";
   EXPECT_EQ(requestParam("type"), "line");
   EXPECT_EQ(requestParam("item"), "header");
 }

@@ -1,0 +1,244 @@
+#include "web/config_update.h"
+
+#include <memory>
+#include <vector>
+
+#include "mail/mail_component.h"
+#include "tests/unit/web/web_test_support.h"
+
+namespace vornelle {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+// A mail server that answers every line with the same good reply and keeps what it was sent.
+class Obliging : public sim::Server {
+ public:
+  Obliging(std::string greeting, std::string reply, std::vector<std::string>& lines)
+      : greeting_(std::move(greeting)), reply_(std::move(reply)), lines_(lines) {}
+  void onConnect(std::string& out) override { out += greeting_; }
+  void onData(std::string_view bytes, std::string& out) override {
+    pending_ += bytes;
+    for (std::size_t end; (end = pending_.find("\r\n")) != std::string::npos; pending_.erase(0, end + 2)) {
+      lines_.push_back(pending_.substr(0, end));
+      out += replyTo(lines_.back());
+    }
+  }
+
+ private:
+  std::string replyTo(const std::string& line) const {
+    if (reply_.starts_with("+")) return reply_;
+    if (line.starts_with("EHLO")) return "250-smtp.example\r\n250 AUTH LOGIN\r\n";
+    if (line.starts_with("QUIT")) return "221 bye\r\n";
+    if (line.starts_with("AUTH LOGIN") || line == "bWU=") return "334 more\r\n";
+    if (line == "cHc=") return "235 welcome\r\n";
+    return reply_;
+  }
+  std::string greeting_, reply_, pending_;
+  std::vector<std::string>& lines_;
+};
+
+class ConfigUpdateTest : public WebTest {
+ protected:
+  ConfigUpdateTest() { logIn(); }
+
+  static std::string post(std::string_view fields) {
+    return postWithSession("configupdate.cgi", std::string(fields) + "&END=1");
+  }
+
+  void servePop() {
+    sim::addServer("pop.example", 110,
+                   [this] { return std::make_unique<Obliging>("+OK\r\n", "+OK\r\n", popLines); });
+  }
+  void serveSmtp() {
+    sim::addServer("smtp.example", 25,
+                   [this] { return std::make_unique<Obliging>("220 hi\r\n", "250 ok\r\n", smtpLines); });
+  }
+
+  static std::string answer(std::string_view alerts) {
+    return "<script language='Javascript'>" + std::string(alerts) +
+           "window.location='config.htm?s=" + kSessionId + "'</script>\r\n";
+  }
+
+  std::vector<std::string> popLines, smtpLines;
+};
+
+TEST_F(ConfigUpdateTest, EveryPostedSettingIsStoredAndSaved) {
+  EXPECT_EQ(post("ACTIVE=1&TEST_MODE=1&NEW_WINDOW=TRUE&MAX_LINK_SIZE_ON=TRUE&HTTP_PORT_CFG=8080&CHECK_MIN=20&"
+                 "SESSION_MIN=25&EMAIL_ADDRESS=joe@home.example&POP_SERVER=&POP_ACCOUNT=joe&POP_PASSWORD=pw&"
+                 "SMTP_SERVER=&SMTP_USER=me&SMTP_PASSWORD=pw2&MAX_SPAM_SIZE=200&MAX_LINK_SIZE=300&"
+                 "MESSAGES_PER_PAGE=25"),
+            answer(""));
+  EXPECT_EQ(
+      contentOf("\\Vornelle.ini"),
+      "EMAIL_ADDRESS=joe@home.example\r\nSMTP_SERVER=\r\nSMTP_USER=me\r\nSMTP_PASSWORD=pw2\r\nPOP_SERVER=\r\n"
+      "POP_ACCOUNT=joe\r\nPOP_PASSWORD=pw\r\nHTTP_PORT_CFG=8080\r\nCHECK_MIN=20\r\nSESSION_MIN=25\r\n"
+      "MAX_SPAM_SIZE=200\r\nMAX_LINK_SIZE=300\r\nMESSAGES_PER_PAGE=25\r\nNEW_WINDOW=TRUE\r\n"
+      "MAX_LINK_SIZE_ON=TRUE\r\nACTIVATE_START=TRUE\r\nSTART_MINIMIZED=FALSE\r\nTEST_MODE=TRUE\r\n");
+  EXPECT_EQ(settings.httpPort, 7000);  // takes effect at the next start
+  EXPECT_EQ(sim::connectionsMade(), 0);
+  EXPECT_EQ(sim::shell().beeps, 0);
+}
+
+TEST_F(ConfigUpdateTest, BoxesThatAreNotPostedAreOff) {
+  form1.ckActive.setChecked(true);
+  form1.ckTestMode.setChecked(true);
+  settings.NEW_WINDOW = settings.MAX_LINK_SIZE_ON = true;
+  post("CHECK_MIN=20");
+  EXPECT_FALSE(form1.ckActive.checked());
+  EXPECT_FALSE(form1.ckTestMode.checked());
+  EXPECT_FALSE(settings.NEW_WINDOW);
+  EXPECT_FALSE(settings.MAX_LINK_SIZE_ON);
+}
+
+TEST_F(ConfigUpdateTest, BoxesAreFoundInAnyLetterCaseAnywhereInTheText) {
+  post("active=1&test_mode=1&new_window=true&max_link_size_on=True");
+  EXPECT_TRUE(form1.ckActive.checked());
+  EXPECT_TRUE(form1.ckTestMode.checked());
+  EXPECT_TRUE(settings.NEW_WINDOW);
+  EXPECT_TRUE(settings.MAX_LINK_SIZE_ON);
+}
+
+TEST_F(ConfigUpdateTest, SettingASwitchRunsItsClickHandlerWhenItChanges) {
+  int active = 0, testMode = 0;
+  form1.ckActive.onClick = [&] { ++active; };
+  form1.ckTestMode.onClick = [&] { ++testMode; };
+  post("ACTIVE=1&CHECK_MIN=20");
+  EXPECT_EQ(active, 1);
+  EXPECT_EQ(testMode, 0);
+  post("ACTIVE=1&CHECK_MIN=20");
+  EXPECT_EQ(active, 1);
+}
+
+TEST_F(ConfigUpdateTest, EmptyValuesChangeNothing) {
+  settings.HTTP_PORT_CFG = "7777";
+  settings.CHECK_MIN = 11;
+  settings.EMAIL_ADDRESS = "me@home.example";
+  settings.POP_ACCOUNT = "joe";
+  settings.POP_PASSWORD = "secret";
+  settings.MESSAGES_PER_PAGE = 12;
+  post(
+      "HTTP_PORT_CFG=&CHECK_MIN=&SESSION_MIN=&EMAIL_ADDRESS=&POP_SERVER=&POP_ACCOUNT=&POP_PASSWORD=&"
+      "SMTP_SERVER=&SMTP_USER=&SMTP_PASSWORD=&MAX_SPAM_SIZE=&MAX_LINK_SIZE=&MESSAGES_PER_PAGE=");
+  EXPECT_EQ(settings.HTTP_PORT_CFG, "7777");
+  EXPECT_EQ(settings.CHECK_MIN, 11);
+  EXPECT_EQ(settings.SESSION_MIN, 30);
+  EXPECT_EQ(settings.EMAIL_ADDRESS, "me@home.example");
+  EXPECT_EQ(settings.POP_ACCOUNT, "joe");
+  EXPECT_EQ(settings.POP_PASSWORD, "secret");
+  EXPECT_EQ(settings.MAX_SPAM_SIZE, 150);
+  EXPECT_EQ(settings.MAX_LINK_SIZE, 150);
+  EXPECT_EQ(settings.MESSAGES_PER_PAGE, 12);
+}
+
+TEST_F(ConfigUpdateTest, AMaskedPasswordKeepsTheOldOne) {
+  settings.POP_PASSWORD = "secret";
+  settings.SMTP_PASSWORD = "secret2";
+  post("POP_PASSWORD=******&SMTP_PASSWORD=*******");
+  EXPECT_EQ(settings.POP_PASSWORD, "secret");
+  EXPECT_EQ(settings.SMTP_PASSWORD, "secret2");
+  post("POP_PASSWORD=new*one&SMTP_PASSWORD=other");
+  EXPECT_EQ(settings.POP_PASSWORD, "secret");
+  EXPECT_EQ(settings.SMTP_PASSWORD, "other");
+}
+
+TEST_F(ConfigUpdateTest, NumbersAreClampedNeverRefused) {
+  post("CHECK_MIN=5&SESSION_MIN=61&MAX_SPAM_SIZE=30001&MAX_LINK_SIZE=x&MESSAGES_PER_PAGE=7");
+  EXPECT_EQ(settings.CHECK_MIN, 10);
+  EXPECT_EQ(settings.SESSION_MIN, 60);
+  EXPECT_EQ(settings.MAX_SPAM_SIZE, 30000);
+  EXPECT_EQ(settings.MAX_LINK_SIZE, 10);
+}
+
+TEST_F(ConfigUpdateTest, MessagesPerPageHasNoRangeAndWhatIsNoNumberLeavesIt) {
+  post("MESSAGES_PER_PAGE=0");
+  EXPECT_EQ(settings.MESSAGES_PER_PAGE, 0);
+  post("MESSAGES_PER_PAGE=-3");
+  EXPECT_EQ(settings.MESSAGES_PER_PAGE, -3);
+  for (const char* const value : {"x", "40000", "1x"}) {
+    post("MESSAGES_PER_PAGE=" + std::string(value));
+    EXPECT_EQ(settings.MESSAGES_PER_PAGE, -3) << value;
+  }
+}
+
+TEST_F(ConfigUpdateTest, ValuesAreStoredAsTheyWereSent) {
+  post("EMAIL_ADDRESS=joe%40home.example&POP_ACCOUNT=a+b");
+  EXPECT_EQ(settings.EMAIL_ADDRESS, "joe%40home.example");
+  EXPECT_EQ(settings.POP_ACCOUNT, "a+b");
+}
+
+TEST_F(ConfigUpdateTest, AFieldThatNothingFollowsKeepsTheOldValue) {
+  settings.EMAIL_ADDRESS = "old";
+  answerTo("POST /configupdate.cgi?s=" + kSessionId + " HTTP/1.1\r\n\r\nEMAIL_ADDRESS=new");
+  EXPECT_EQ(settings.EMAIL_ADDRESS, "old");
+}
+
+TEST_F(ConfigUpdateTest, AFieldThatWasNotPostedTakesTheTextBeforeTheFirstAmpersand) {
+  answerTo("POST /configupdate.cgi?" + kSessionId + "& HTTP/1.1\r\n\r\nEND=1");
+  EXPECT_EQ(settings.SMTP_USER, "figupdate.cgi?" + kSessionId);  // what follows the first nine characters
+}
+
+TEST_F(ConfigUpdateTest, SavingStartsTheCountersAgain) {
+  form1.minutesSinceCheck = 5;
+  form1.sessionMinutesUsed = 6;
+  post("CHECK_MIN=20");
+  EXPECT_EQ(form1.minutesSinceCheck, 0);
+  EXPECT_EQ(form1.sessionMinutesUsed, 0);
+}
+
+TEST_F(ConfigUpdateTest, WithBothServersInReachThereIsNoAlert) {
+  servePop();
+  serveSmtp();
+  EXPECT_EQ(
+      post("POP_SERVER=pop.example&POP_ACCOUNT=joe&POP_PASSWORD=secret&SMTP_SERVER=smtp.example&SMTP_USER=me&"
+           "SMTP_PASSWORD=pw"),
+      answer(""));
+  EXPECT_THAT(popLines, Contains("USER joe"));
+  EXPECT_THAT(popLines, Contains("PASS secret"));
+  EXPECT_THAT(smtpLines, Contains(StartsWith("AUTH LOGIN")));
+  EXPECT_THAT(smtpLines, Contains("cHc="));  // "pw"
+  EXPECT_EQ(sim::shell().beeps, 0);
+  EXPECT_EQ(currentMail, nullptr);
+}
+
+TEST_F(ConfigUpdateTest, WithoutAnSmtpUserTheServersGreetingIsEnough) {
+  serveSmtp();
+  settings.SMTP_SERVER = "smtp.example";
+  settings.SMTP_PASSWORD = "pw";
+  // Every field that is not posted would take other text.
+  EXPECT_EQ(post("SMTP_SERVER=smtp.example&SMTP_USER=&POP_SERVER=&POP_ACCOUNT=&POP_PASSWORD="), answer(""));
+  EXPECT_THAT(smtpLines, Not(Contains(StartsWith("AUTH"))));
+  EXPECT_EQ(sim::connectionsMade(), 1);
+}
+
+TEST_F(ConfigUpdateTest, AServerThatCannotBeLoggedOnToGivesABeepAndAnAlert) {
+  constexpr const char* kPopAlert = "alert('Cannot log onto POP3 Server!');";
+  constexpr const char* kSmtpAlert = "alert('Cannot log onto SMTP Server!');";
+  serveSmtp();
+  EXPECT_EQ(post("POP_SERVER=pop.example&SMTP_SERVER=smtp.example&SMTP_USER="), answer(kPopAlert));
+  EXPECT_EQ(sim::shell().beeps, 1);
+
+  sim::removeServer("smtp.example", 25);
+  EXPECT_EQ(post("POP_SERVER=pop.example&SMTP_SERVER=smtp.example&SMTP_USER="),
+            answer(std::string(kPopAlert) + kSmtpAlert));
+  EXPECT_EQ(sim::shell().beeps, 3);
+
+  servePop();
+  EXPECT_EQ(post("POP_SERVER=pop.example&SMTP_SERVER=smtp.example&SMTP_USER="), answer(kSmtpAlert));
+  EXPECT_EQ(sim::shell().beeps, 4);
+  EXPECT_EQ(currentMail, nullptr);
+}
+
+TEST_F(ConfigUpdateTest, TheSettingsStaySavedWhateverTheTestsFind) {
+  post("POP_SERVER=pop.example&SMTP_SERVER=smtp.example&EMAIL_ADDRESS=me@home.example");
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("POP_SERVER=pop.example\r\n"));
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), StartsWith("EMAIL_ADDRESS=me@home.example\r\n"));
+}
+
+}  // namespace
+}  // namespace vornelle

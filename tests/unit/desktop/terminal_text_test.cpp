@@ -1,0 +1,31 @@
+#include "desktop/terminal_text.h"
+
+#include <gtest/gtest.h>
+
+namespace vornelle {
+namespace {
+
+TEST(TerminalText, LineEndsBecomeLineFeeds) {
+  EXPECT_EQ(toTerminalText("a\r\nb\r\n\r\n"), "a\nb\n\n");
+  EXPECT_EQ(toTerminalText("a\nb"), "a\nb");
+}
+
+TEST(TerminalText, LettersOfTheCodePageBecomeUtf8) {
+  EXPECT_EQ(toTerminalText("Gr\xFC\xDF"
+                           "e \xA9"),
+            "Gr\xC3\xBC\xC3\x9F"
+            "e \xC2\xA9");
+  EXPECT_EQ(toTerminalText("\x80 5 \x96 \x8A\x9F"), "\xE2\x82\xAC 5 \xE2\x80\x93 \xC5\xA0\xC5\xB8");
+}
+
+TEST(TerminalText, ControlCharactersNeverReachTheTerminal) {
+  EXPECT_EQ(toTerminalText("\x1B[2J"), "?[2J");
+  EXPECT_EQ(toTerminalText("a\rb\b\x7F\tc"), "a?b??\tc");
+  EXPECT_EQ(toTerminalText(std::string_view("\0\x07", 2)), "??");
+  for (const char undefined : {'\x81', '\x8D', '\x8F', '\x90', '\x9D'}) {
+    EXPECT_EQ(toTerminalText(std::string_view(&undefined, 1)), "?");
+  }
+}
+
+}  // namespace
+}  // namespace vornelle

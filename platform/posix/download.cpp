@@ -17,11 +17,11 @@ namespace vornelle {
 namespace {
 
 constexpr int kTimeAllTold = 2000;  // milliseconds
-constexpr std::size_t kLongestHeader = 64 * 1024;
-constexpr std::size_t kLongestBody = 64 * 1024;
+constexpr std::size_t kLongestHeader = std::size_t{64} * 1024;
+constexpr std::size_t kLongestBody = std::size_t{64} * 1024;
 
 struct Address {
-  std::string host;  // as connected to
+  std::string host;       // as connected to
   std::string authority;  // as named in the request: with the port, and the brackets of an IPv6 address
   int port = 80;
   std::string path;  // with the query, from its "/" on
@@ -30,7 +30,8 @@ struct Address {
 std::optional<int> toPort(std::string_view digits) {
   int port = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
-  if (error != std::errc() || end != digits.data() + digits.size() || port < 1 || port > 65535) return std::nullopt;
+  if (error != std::errc() || end != digits.data() + digits.size() || port < 1 || port > 65535)
+    return std::nullopt;
   return port;
 }
 
@@ -65,8 +66,8 @@ std::optional<Address> parse(std::string_view url) {
   return result;
 }
 
-// The proxy that the environment names, unless it excludes the host. HTTP_PROXY in capitals is not looked at: programs
-// started by a web server get it from the visitor.
+// The proxy that the environment names, unless it excludes the host. HTTP_PROXY in capitals is not looked at:
+// programs started by a web server get it from the visitor.
 std::optional<Address> proxyFor(const std::string& host) {
   const char* const proxy = std::getenv("http_proxy");
   if (!proxy || !*proxy) return std::nullopt;
@@ -96,7 +97,8 @@ std::size_t bodyStart(const std::string& answer) {
 
 bool says200(std::string_view answer) {
   // "HTTP/1.1 200 OK"
-  return answer.starts_with("HTTP/") && answer.substr(0, answer.find_first_of("\r\n")).find(" 200") == answer.find(' ');
+  return answer.starts_with("HTTP/") &&
+         answer.substr(0, answer.find_first_of("\r\n")).find(" 200") == answer.find(' ');
 }
 
 std::size_t contentLength(std::string_view header) {
@@ -123,12 +125,15 @@ std::string downloadUrl(const std::string& url) {
   const Address& connected = proxy ? *proxy : *target;
 
   const std::int64_t end = monotonicMilliseconds() + kTimeAllTold;
-  const auto left = [end] { return static_cast<int>(std::max<std::int64_t>(end - monotonicMilliseconds(), 0)); };
+  const auto left = [end] {
+    return static_cast<int>(std::max<std::int64_t>(end - monotonicMilliseconds(), 0));
+  };
   const std::unique_ptr<NetStream> stream = openNetStream(connected.host, connected.port, kTimeAllTold);
   if (!stream) return "";
-  const std::string request = "GET " + (proxy ? "http://" + target->authority : "") + target->path +
-                              " HTTP/1.0\r\nHost: " + target->authority +
-                              "\r\nUser-Agent: VB OpenUrl\r\nPragma: no-cache\r\nCache-Control: no-cache\r\n\r\n";
+  const std::string request =
+      "GET " + (proxy ? "http://" + target->authority : "") + target->path +
+      " HTTP/1.0\r\nHost: " + target->authority +
+      "\r\nUser-Agent: VB OpenUrl\r\nPragma: no-cache\r\nCache-Control: no-cache\r\n\r\n";
   if (!stream->write(request, left())) return "";
 
   std::string answer;
@@ -136,7 +141,8 @@ std::string downloadUrl(const std::string& url) {
   std::size_t most = kLongestHeader;
   std::array<char, 2048> chunk;
   while (answer.size() < most) {
-    const std::optional<std::size_t> got = stream->read(chunk.data(), std::min(chunk.size(), most - answer.size()), left());
+    const std::optional<std::size_t> got =
+        stream->read(chunk.data(), std::min(chunk.size(), most - answer.size()), left());
     if (!got || *got == 0) break;
     answer.append(chunk.data(), *got);
     if (start == std::string::npos && (start = bodyStart(answer)) != std::string::npos) {

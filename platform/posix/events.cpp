@@ -122,7 +122,9 @@ void waitReady(std::optional<std::int64_t> nextTick) {
 
 }  // namespace loop
 
-std::int64_t utcNow() { return std::time(nullptr); }
+std::int64_t utcNow() {
+  return std::time(nullptr);
+}
 
 std::int64_t monotonicMilliseconds() {
   timespec now{};
@@ -139,13 +141,14 @@ LocalTime toLocalTime(std::int64_t utcSeconds) {
 }
 
 std::string amPmDesignator(bool afternoon) {
-  const std::string none = afternoon ? "PM" : "AM";
+  std::string none = afternoon ? "PM" : "AM";
   const locale_t user = newlocale(LC_TIME_MASK, "", nullptr);
   if (!user) return none;
   std::string designator = nl_langinfo_l(afternoon ? PM_STR : AM_STR, user);
   freelocale(user);
   // The character set of the locale is not the program's.
-  const bool plain = std::all_of(designator.begin(), designator.end(), [](char c) { return c > ' ' && c < 0x7F; });
+  const bool plain =
+      std::all_of(designator.begin(), designator.end(), [](char c) { return c > ' ' && c < 0x7F; });
   return designator.empty() || !plain ? none : designator;
 }
 

@@ -33,7 +33,8 @@ class TcpStream final : public NetStream {
  public:
   explicit TcpStream(Descriptor socket) : socket_(std::move(socket)) {}
 
-  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int timeoutMilliseconds) override {
+  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size,
+                                                int timeoutMilliseconds) override {
     const std::int64_t until = monotonicMilliseconds() + timeoutMilliseconds;
     while (true) {
       const ssize_t got = recv(socket_.get(), buffer, size, 0);
@@ -65,7 +66,8 @@ class TcpStream final : public NetStream {
 };
 
 Descriptor connectTo(const addrinfo& address, std::int64_t until) {
-  Descriptor socket(::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, address.ai_protocol));
+  Descriptor socket(
+      ::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, address.ai_protocol));
   if (!socket.isOpen()) return {};
   if (connect(socket.get(), address.ai_addr, address.ai_addrlen) != 0) {
     if (errno != EINPROGRESS || !waitFor(socket.get(), POLLOUT, until)) return {};

@@ -1,8 +1,9 @@
 // TCP on the loopback interface.
 //
-// A connection that the program closes lingers: (1) what is unsent is sent as the peer takes it, (2) the sending side is
-// shut down, (3) input is read and dropped until the peer closes, because a close with unread input would send a reset,
-// and a reset can take the answer out of the peer's hands before it has read it. Each step has its limit.
+// A connection that the program closes lingers: (1) what is unsent is sent as the peer takes it, (2) the
+// sending side is shut down, (3) input is read and dropped until the peer closes, because a close with unread
+// input would send a reset, and a reset can take the answer out of the peer's hands before it has read it.
+// Each step has its limit.
 #include "platform/posix/network.h"
 
 #include <arpa/inet.h>
@@ -28,10 +29,10 @@
 namespace vornelle {
 namespace {
 
-constexpr std::int64_t kLongestDrain = 2000;              // milliseconds from the shutdown, when all has arrived
-constexpr std::int64_t kLongestStandstill = 30000;        // milliseconds for a peer that takes nothing
-constexpr std::size_t kMostDrained = 16 * 1024 * 1024;    // bytes
-constexpr std::int64_t kAcceptRetry = 100;                // milliseconds, when the system has no room
+constexpr std::int64_t kLongestDrain = 2000;        // milliseconds from the shutdown, when all has arrived
+constexpr std::int64_t kLongestStandstill = 30000;  // milliseconds for a peer that takes nothing
+constexpr std::size_t kMostDrained = std::size_t{16} * 1024 * 1024;  // bytes
+constexpr std::int64_t kAcceptRetry = 100;              // milliseconds, when the system has no room
 
 class Listener;
 
@@ -145,10 +146,10 @@ class Connection final : public Channel, public Polled {
     return ioctl(socket_.get(), FIONREAD, &bytes) == 0 && bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
   }
 
-  // Reads on until nothing is left, not just what waited at first: each read makes room for bytes that the peer's system
-  // has been holding back, and they arrive at once on this machine.
+  // Reads on until nothing is left, not just what waited at first: each read makes room for bytes that the
+  // peer's system has been holding back, and they arrive at once on this machine.
   [[nodiscard]] std::string receive(std::size_t most) override {
-    constexpr std::size_t kPiece = 64 * 1024;
+    constexpr std::size_t kPiece = std::size_t{64} * 1024;
     std::string bytes;
     while (bytes.size() < most) {
       const std::size_t before = bytes.size();
@@ -197,7 +198,8 @@ class Connection final : public Channel, public Polled {
       lastProgress_ = now;
     }
     const bool peerFinished = drain();
-    const std::int64_t deadline = lastProgress_ + (shutDown_ && allTaken() ? kLongestDrain : kLongestStandstill);
+    const std::int64_t deadline =
+        lastProgress_ + (shutDown_ && allTaken() ? kLongestDrain : kLongestStandstill);
     if (broken_ || (shutDown_ && peerFinished) || drained_ > kMostDrained || now >= deadline) {
       net().lingering.erase(this);
       return;
@@ -296,7 +298,8 @@ std::unique_ptr<Channel> openListener(LoopbackAddress address, int port) {
   setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   if (address == LoopbackAddress::ipv6) setsockopt(socket.get(), IPPROTO_IPV6, IPV6_V6ONLY, &on, sizeof on);
   const SocketAddress local(address, port);
-  if (bind(socket.get(), local.get(), local.length) != 0 || ::listen(socket.get(), SOMAXCONN) != 0) return nullptr;
+  if (bind(socket.get(), local.get(), local.length) != 0 || ::listen(socket.get(), SOMAXCONN) != 0)
+    return nullptr;
   auto listener = std::make_unique<Listener>(std::move(socket));
   if (!listener->start()) return nullptr;
   return listener;

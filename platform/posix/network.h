@@ -1,4 +1,5 @@
-// What the event loop has to do for connections that the program has closed and for listeners that could not accept.
+// What the event loop has to do for connections that the program has closed and for listeners that could not
+// accept.
 #pragma once
 
 #include <cstdint>

@@ -58,8 +58,10 @@ void pollDescriptors(std::optional<std::int64_t> until) {
   std::array<epoll_event, 256> events;
   int timeout = millisecondsUntil(until);
   while (true) {
-    // An interruption by a signal is no reason to wake up: its handler has written into a pipe that is watched.
-    const int count = epoll_wait(poller().epoll.get(), events.data(), static_cast<int>(events.size()), timeout);
+    // An interruption by a signal is no reason to wake up: its handler has written into a pipe that is
+    // watched.
+    const int count =
+        epoll_wait(poller().epoll.get(), events.data(), static_cast<int>(events.size()), timeout);
     for (int i = 0; i < count; ++i) {
       const auto found = poller().watched.find(events[static_cast<std::size_t>(i)].data.u64);
       if (found != poller().watched.end()) found->second->happened();

@@ -1,4 +1,5 @@
-// What the thread sleeps on: one epoll instance, edge-triggered, so that input which nobody reads wakes nobody twice.
+// What the thread sleeps on: one epoll instance, edge-triggered, so that input which nobody reads wakes
+// nobody twice.
 #pragma once
 
 #include <cstdint>
@@ -27,8 +28,8 @@ class Polled {
   int descriptor_ = -1;
 };
 
-// Sleeps until something happens to a watched descriptor or the time (of monotonicMilliseconds()) has come, then tells
-// the objects; a time that has passed does not sleep, none sleeps without end.
+// Sleeps until something happens to a watched descriptor or the time (of monotonicMilliseconds()) has come,
+// then tells the objects; a time that has passed does not sleep, none sleeps without end.
 void pollDescriptors(std::optional<std::int64_t> until);
 
 }  // namespace vornelle

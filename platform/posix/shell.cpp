@@ -11,8 +11,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <climits>
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -26,8 +26,8 @@ namespace {
 
 enum class Mark { taken, notTaken, impossible };
 
-// A lock on the folder itself needs no file in it, holds for a folder that cannot be written, and ends with the process,
-// however that ends.
+// A lock on the folder itself needs no file in it, holds for a folder that cannot be written, and ends with
+// the process, however that ends.
 Mark lockFolder(const Descriptor& folder) {
   if (flock(folder.get(), LOCK_EX | LOCK_NB) == 0) return Mark::taken;
   return errno == EWOULDBLOCK ? Mark::notTaken : Mark::impossible;
@@ -41,17 +41,20 @@ Mark takeName(const Descriptor& folder, Descriptor& socket) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   // The leading NUL of sun_path makes it a name outside every file system.
-  const int length = std::snprintf(address.sun_path + 1, sizeof address.sun_path - 1, "vornelle-%llx-%llx-%u",
-                                   static_cast<unsigned long long>(status.st_dev),
-                                   static_cast<unsigned long long>(status.st_ino), static_cast<unsigned>(getuid()));
-  const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + static_cast<std::size_t>(length));
+  const int length =
+      std::snprintf(address.sun_path + 1, sizeof address.sun_path - 1, "vornelle-%llx-%llx-%u",
+                    static_cast<unsigned long long>(status.st_dev),
+                    static_cast<unsigned long long>(status.st_ino), static_cast<unsigned>(getuid()));
+  const auto size =
+      static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + static_cast<std::size_t>(length));
   if (bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), size) == 0) return Mark::taken;
   return errno == EADDRINUSE ? Mark::notTaken : Mark::impossible;
 }
 
 bool anotherCopyRuns() {
   // Both stay open until the process ends.
-  static Descriptor folder(open(files::nativeApplicationFolder().append("/").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  static Descriptor folder(
+      open(files::nativeApplicationFolder().append("/").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   static Descriptor socket;
   if (!folder.isOpen()) return false;
   Mark mark = lockFolder(folder);
@@ -107,9 +110,15 @@ std::string nativeApplicationFolder() {
   return folder;
 }
 
-bool writingFails(const std::string& /*path*/) { return false; }
-bool readingFails(const std::string& /*path*/) { return false; }
-bool flushesToDisk() { return true; }
+bool writingFails(const std::string& /*path*/) {
+  return false;
+}
+bool readingFails(const std::string& /*path*/) {
+  return false;
+}
+bool flushesToDisk() {
+  return true;
+}
 
 }  // namespace files
 
@@ -130,18 +139,29 @@ void endProcess() {
   _exit(0);
 }
 
-std::string getSpecialFolderPath(int /*folderId*/) { return ""; }
-bool createStartupLink(const std::string& /*linkName*/, const std::string& /*targetPath*/) { return false; }
+std::string getSpecialFolderPath(int /*folderId*/) {
+  return "";
+}
+bool createStartupLink(const std::string& /*linkName*/, const std::string& /*targetPath*/) {
+  return false;
+}
 
 bool openInBrowser(const std::string& address) {
-  // Only where there is a screen to show it on; and nothing that the opener could take for an option or a file.
+  // Only where there is a screen to show it on; and nothing that the opener could take for an option or a
+  // file.
   if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) return false;
   if (!address.starts_with("http://") && !address.starts_with("https://")) return false;
   return startDetached("xdg-open", address.c_str());
 }
 
-bool notifyIconAdd(const std::string& /*tip*/) { return false; }
-bool notifyIconModifyTip(const std::string& /*tip*/) { return false; }
-bool notifyIconDelete() { return false; }
+bool notifyIconAdd(const std::string& /*tip*/) {
+  return false;
+}
+bool notifyIconModifyTip(const std::string& /*tip*/) {
+  return false;
+}
+bool notifyIconDelete() {
+  return false;
+}
 
 }  // namespace vornelle

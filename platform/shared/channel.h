@@ -1,5 +1,5 @@
-// One end of a connection, or a listener, as a platform provides it below SocketControl. Nothing here blocks and nothing
-// here calls a handler.
+// One end of a connection, or a listener, as a platform provides it below SocketControl. Nothing here blocks
+// and nothing here calls a handler.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +11,8 @@
 
 namespace vornelle {
 
-// Told by the platform that something about its channel has changed: bytes or a connection arrived, room for sending,
-// the peer has finished, the connection stands or broke.
+// Told by the platform that something about its channel has changed: bytes or a connection arrived, room for
+// sending, the peer has finished, the connection stands or broke.
 class ChannelOwner {
  public:
   virtual ~ChannelOwner() = default;
@@ -31,12 +31,13 @@ class Channel {
   // A listener's next waiting connection; null when there is none.
   [[nodiscard]] virtual std::unique_ptr<Channel> takeConnection() { return nullptr; }
 
-  [[nodiscard]] virtual Peer peer() = 0;             // as of now
-  [[nodiscard]] virtual std::size_t waiting() = 0;   // bytes that receive() would find
+  [[nodiscard]] virtual Peer peer() = 0;            // as of now
+  [[nodiscard]] virtual std::size_t waiting() = 0;  // bytes that receive() would find
   [[nodiscard]] virtual std::string receive(std::size_t most) = 0;
   // How many of the bytes were taken. 0 where there is no room, and where the connection is broken.
   [[nodiscard]] virtual std::size_t send(std::string_view bytes) = 0;
-  // Called in place of a plain destruction: the unsent bytes follow as the peer takes them, then the stream ends.
+  // Called in place of a plain destruction: the unsent bytes follow as the peer takes them, then the stream
+  // ends.
   virtual void finish(std::unique_ptr<Channel> self, std::string unsent) = 0;
 
   std::weak_ptr<ChannelOwner> owner;

@@ -24,9 +24,13 @@ State& state() {
 
 namespace loop {
 
-void post(std::function<void()> event) { state().posted.push_back(std::move(event)); }
+void post(std::function<void()> event) {
+  state().posted.push_back(std::move(event));
+}
 
-void clearPosted() { state().posted.clear(); }
+void clearPosted() {
+  state().posted.clear();
+}
 
 bool serveOne() {
   collectReady();

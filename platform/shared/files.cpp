@@ -25,7 +25,8 @@ constexpr mode_t kNewFolderMode = 0700;
 
 class File {
  public:
-  File(const std::string& path, int flags, mode_t mode = 0) : descriptor_(open(path.c_str(), flags | O_CLOEXEC, mode)) {}
+  File(const std::string& path, int flags, mode_t mode = 0)
+      : descriptor_(open(path.c_str(), flags | O_CLOEXEC, mode)) {}
   ~File() {
     if (descriptor_ >= 0) ::close(descriptor_);
   }
@@ -131,8 +132,10 @@ std::optional<std::string> readFile(const std::string& path) try {
   // Without O_NONBLOCK the opening of a named pipe would wait for a writer.
   const File file(*native, O_RDONLY | O_NONBLOCK);
   struct stat status;
-  if (!file.isOpen() || fstat(file.descriptor(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has grown.
+  if (!file.isOpen() || fstat(file.descriptor(), &status) != 0 || !S_ISREG(status.st_mode))
+    return std::nullopt;
+  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
+  // grown.
   std::string content(static_cast<std::size_t>(status.st_size) + 1, '\0');
   std::size_t length = 0;
   while (true) {
@@ -155,12 +158,14 @@ bool writeFile(const std::string& path, std::string_view bytes) {
   if (!native) return false;
   const std::string target = replacedFile(*native);
   const std::string folder = parentOf(target);
-  const std::string temporary = folder + "/" + files::temporaryName(std::string_view(target).substr(target.rfind('/') + 1));
+  const std::string temporary =
+      folder + "/" + files::temporaryName(std::string_view(target).substr(target.rfind('/') + 1));
   struct stat old;
   const bool replaces = stat(target.c_str(), &old) == 0;
   if (replaces && !S_ISREG(old.st_mode)) return false;
 
-  if (!writeTemporary(temporary, replaces ? &old : nullptr, bytes) || rename(temporary.c_str(), target.c_str()) != 0) {
+  if (!writeTemporary(temporary, replaces ? &old : nullptr, bytes) ||
+      rename(temporary.c_str(), target.c_str()) != 0) {
     unlink(temporary.c_str());
     return false;
   }
@@ -200,7 +205,8 @@ std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view 
     if (!files::endsWithNoCase(name, ending) || files::isTemporaryName(name)) continue;
     struct stat status;
     if (fstatat(dirfd(entries), entry->d_name, &status, 0) != 0 || !S_ISREG(status.st_mode)) continue;
-    const std::int64_t milliseconds = status.st_mtim.tv_sec * std::int64_t{1000} + status.st_mtim.tv_nsec / 1000000;
+    const std::int64_t milliseconds =
+        status.st_mtim.tv_sec * std::int64_t{1000} + status.st_mtim.tv_nsec / 1000000;
     result.push_back({std::string(name), milliseconds});
   }
   closedir(entries);

@@ -57,7 +57,8 @@ std::string applicationFolder() {
 namespace files {
 
 bool sameName(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return lower(x) == lower(y); });
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lower(x) == lower(y); });
 }
 
 bool endsWithNoCase(std::string_view name, std::string_view ending) {
@@ -69,7 +70,8 @@ std::optional<std::string> nativePath(const std::string& path) {
   const std::string root = applicationFolder();
   std::string native;
   std::size_t at = 0;
-  if (path.starts_with(root) && (path.size() == root.size() || kSeparators.find(path[root.size()]) != kSeparators.npos)) {
+  if (path.starts_with(root) &&
+      (path.size() == root.size() || kSeparators.find(path[root.size()]) != kSeparators.npos)) {
     native = nativeApplicationFolder();
     at = root.size();
   }

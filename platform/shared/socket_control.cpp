@@ -1,9 +1,10 @@
-// SocketControl on top of a platform's channels: which event a socket has next, in which order, and how often.
+// SocketControl on top of a platform's channels: which event a socket has next, in which order, and how
+// often.
 //
-// A socket that may have an event stands in one queue, once. serveSocketEvent() takes the first, looks what its next
-// event is at that moment, puts it back to the end of the queue and runs the handler; a socket without an event leaves
-// the queue until its channel reports something. So every socket gets its turn, and whatever a handler does to any
-// socket is seen by the next look.
+// A socket that may have an event stands in one queue, once. serveSocketEvent() takes the first, looks what
+// its next event is at that moment, puts it back to the end of the queue and runs the handler; a socket
+// without an event leaves the queue until its channel reports something. So every socket gets its turn, and
+// whatever a handler does to any socket is seen by the next look.
 #include <deque>
 #include <map>
 #include <set>
@@ -16,7 +17,7 @@
 namespace vornelle {
 namespace {
 
-constexpr std::size_t kMostAtOnce = 16 * 1024 * 1024;
+constexpr std::size_t kMostAtOnce = std::size_t{16} * 1024 * 1024;
 
 struct Sockets {
   std::deque<std::weak_ptr<SocketControl::Impl>> queue;
@@ -47,14 +48,15 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
   std::unique_ptr<Channel> channel;
   bool queued = false;
 
-  std::size_t announced = 0;  // bytes waiting when DataArrival came last; above that there is more to announce
+  std::size_t announced =
+      0;  // bytes waiting when DataArrival came last; above that there is more to announce
 
-  std::string outgoing;            // not yet handed over
-  std::deque<std::size_t> sends;   // for each sendData in `outgoing`: its bytes that are not yet handed over
-  std::size_t sendsCompleted = 0;  // SendComplete events to serve
+  std::string outgoing;             // not yet handed over
+  std::deque<std::size_t> sends;    // for each sendData in `outgoing`: its bytes that are not yet handed over
+  std::size_t sendsCompleted = 0;   // SendComplete events to serve
   bool dataBeforeComplete = false;  // a DataArrival has come between since a SendComplete is due
 
-  bool lost = false;         // the connection could not be made, or broke
+  bool lost = false;  // the connection could not be made, or broke
   bool peerFinished = false;
   bool closeServed = false;
 
@@ -239,16 +241,22 @@ bool SocketControl::sendData(std::string_view bytes) {
   return true;
 }
 
-void SocketControl::close() { impl_->close(); }
+void SocketControl::close() {
+  impl_->close();
+}
 
 bool SocketControl::peerClosed() const {
   if (impl_->state == Impl::State::connected || impl_->state == Impl::State::connecting) impl_->lookAtPeer();
   return impl_->lost || impl_->peerFinished;
 }
 
-bool SocketControl::isOpen() const { return impl_->state != Impl::State::closed; }
+bool SocketControl::isOpen() const {
+  return impl_->state != Impl::State::closed;
+}
 
-int SocketControl::localPort() const { return impl_->channel ? impl_->channel->localPort() : 0; }
+int SocketControl::localPort() const {
+  return impl_->channel ? impl_->channel->localPort() : 0;
+}
 
 namespace loop {
 

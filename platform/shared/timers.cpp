@@ -1,5 +1,5 @@
-// Timers. A tick that is late keeps its timer's rhythm: the periods that were missed are left out, the next tick comes at
-// the next whole period.
+// Timers. A tick that is late keeps its timer's rhythm: the periods that were missed are left out, the next
+// tick comes at the next whole period.
 #include <algorithm>
 #include <vector>
 
@@ -69,7 +69,9 @@ void Timer::setEnabled(bool enabled) {
   restart();
 }
 
-void Timer::restart() { start(this); }
+void Timer::restart() {
+  start(this);
+}
 
 namespace loop {
 

@@ -60,17 +60,29 @@ void freshApplicationFolder() {
   folder().make();
 }
 
-void failWritesTo(const std::string& part) { world().failingWrites = part; }
-void failReadsOf(const std::string& part) { world().failingReads = part; }
+void failWritesTo(const std::string& part) {
+  world().failingWrites = part;
+}
+void failReadsOf(const std::string& part) {
+  world().failingReads = part;
+}
 
 }  // namespace sim
 
 namespace files {
 
-std::string nativeApplicationFolder() { return sim::folder().path; }
-bool writingFails(const std::string& path) { return sim::contains(path, sim::world().failingWrites); }
-bool readingFails(const std::string& path) { return sim::contains(path, sim::world().failingReads); }
-bool flushesToDisk() { return false; }
+std::string nativeApplicationFolder() {
+  return sim::folder().path;
+}
+bool writingFails(const std::string& path) {
+  return sim::contains(path, sim::world().failingWrites);
+}
+bool readingFails(const std::string& path) {
+  return sim::contains(path, sim::world().failingReads);
+}
+bool flushesToDisk() {
+  return false;
+}
 
 }  // namespace files
 }  // namespace vornelle

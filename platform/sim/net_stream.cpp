@@ -1,4 +1,5 @@
-// NetStream to the scripted servers. A server answers at once; a wait for bytes that never come uses up its time-out.
+// NetStream to the scripted servers. A server answers at once; a wait for bytes that never come uses up its
+// time-out.
 #include "platform/net_stream.h"
 
 #include <algorithm>
@@ -14,7 +15,8 @@ class Stream : public NetStream {
  public:
   explicit Stream(std::unique_ptr<Server> server) : server_(std::move(server)) { server_->onConnect(sent_); }
 
-  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int timeoutMilliseconds) override {
+  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size,
+                                                int timeoutMilliseconds) override {
     if (server_->broken) return std::nullopt;
     if (!sent_.empty()) {
       const std::size_t count = std::min(size, sent_.size());
@@ -45,9 +47,13 @@ void addServer(const std::string& host, int port, std::function<std::unique_ptr<
   world().servers[{host, port}] = std::move(factory);
 }
 
-void removeServer(const std::string& host, int port) { world().servers.erase({host, port}); }
+void removeServer(const std::string& host, int port) {
+  world().servers.erase({host, port});
+}
 
-int connectionsMade() { return world().connectionsMade; }
+int connectionsMade() {
+  return world().connectionsMade;
+}
 
 }  // namespace sim
 

@@ -141,7 +141,8 @@ constexpr int kNearPort = 49152;
 std::unique_ptr<Channel> openListener(LoopbackAddress address, int port) {
   sim::World& world = sim::world();
   const sim::Endpoint endpoint{address, port};
-  if (world.refused.contains(address) || world.occupied.contains(endpoint) || world.listeners.contains(endpoint)) {
+  if (world.refused.contains(address) || world.occupied.contains(endpoint) ||
+      world.listeners.contains(endpoint)) {
     return nullptr;
   }
   return std::make_unique<sim::ListenerChannel>(address, port);
@@ -183,8 +184,12 @@ bool Client::connect(LoopbackAddress address, int port) {
   return true;
 }
 
-void Client::send(std::string_view bytes) { impl_->end->send(bytes); }
-void Client::finishSending() { impl_->end->finishSending(); }
+void Client::send(std::string_view bytes) {
+  impl_->end->send(bytes);
+}
+void Client::finishSending() {
+  impl_->end->finishSending();
+}
 void Client::disconnect() {
   impl_->end->disconnect();
   impl_->connected = false;
@@ -194,8 +199,12 @@ void Client::reset() {
   impl_->connected = false;
 }
 
-const std::string& Client::received() const { return impl_->end->arrived; }
-bool Client::closedByServer() const { return impl_->end->peerFinished || impl_->end->broken; }
+const std::string& Client::received() const {
+  return impl_->end->arrived;
+}
+bool Client::closedByServer() const {
+  return impl_->end->peerFinished || impl_->end->broken;
+}
 
 void Client::limitReceiveBuffer(std::size_t bytes) {
   impl_->firstRoom = bytes;
@@ -214,8 +223,12 @@ void Client::takeMore(std::size_t bytes) {
   }
 }
 
-void occupyPort(LoopbackAddress address, int port) { world().occupied.insert({address, port}); }
-void refuseAddress(LoopbackAddress address) { world().refused.insert(address); }
+void occupyPort(LoopbackAddress address, int port) {
+  world().occupied.insert({address, port});
+}
+void refuseAddress(LoopbackAddress address) {
+  world().refused.insert(address);
+}
 
 int listeningPort(LoopbackAddress address) {
   for (const auto& [endpoint, listener] : world().listeners) {

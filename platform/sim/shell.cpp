@@ -9,7 +9,9 @@
 
 namespace vornelle {
 
-sim::Shell& sim::shell() { return world().shell; }
+sim::Shell& sim::shell() {
+  return world().shell;
+}
 
 LocalTime toLocalTime(std::int64_t utcSeconds) {
   const auto time = static_cast<std::time_t>(utcSeconds);
@@ -22,7 +24,9 @@ std::string amPmDesignator(bool afternoon) {
   return afternoon ? sim::shell().pmDesignator : sim::shell().amDesignator;
 }
 
-void beep() { ++sim::shell().beeps; }
+void beep() {
+  ++sim::shell().beeps;
+}
 
 void messageBox(const std::string& text) {
   sim::shell().messageBoxes.push_back(text);
@@ -30,9 +34,13 @@ void messageBox(const std::string& text) {
   if (whileOpen) whileOpen(text);
 }
 
-bool previousInstanceRunning() { return sim::shell().previousInstance; }
+bool previousInstanceRunning() {
+  return sim::shell().previousInstance;
+}
 
-void endProcess() { throw sim::ProcessEnded(); }
+void endProcess() {
+  throw sim::ProcessEnded();
+}
 
 std::string getSpecialFolderPath(int folderId) {
   constexpr int kStartupFolder = 7;

@@ -16,7 +16,8 @@ namespace {
 
 constexpr std::int64_t kFirstUtc = 1794707700;  // 2026-11-15 01:55:00
 constexpr std::uint64_t kFirstRandom = 2026;
-// A loop that waits for what never comes is kept going by the program's timers. Nothing waits this long on purpose.
+// A loop that waits for what never comes is kept going by the program's timers. Nothing waits this long on
+// purpose.
 constexpr std::int64_t kLongestWait = std::int64_t{7} * 24 * 60 * 60 * 1000;
 
 void setToStart(World& world) {
@@ -56,9 +57,13 @@ void reset() {
   freshApplicationFolder();
 }
 
-void setUtc(std::int64_t seconds) { world().utcAtStart = seconds * 1000 - elapsedMilliseconds(); }
+void setUtc(std::int64_t seconds) {
+  world().utcAtStart = seconds * 1000 - elapsedMilliseconds();
+}
 
-std::int64_t elapsedMilliseconds() { return world().now - world().started; }
+std::int64_t elapsedMilliseconds() {
+  return world().now - world().started;
+}
 
 void advance(int milliseconds) {
   const std::int64_t end = world().now + milliseconds;
@@ -85,7 +90,9 @@ void requestTermination() {
   });
 }
 
-void setRandomSeed(std::uint64_t seed) { world().random = seed; }
+void setRandomSeed(std::uint64_t seed) {
+  world().random = seed;
+}
 
 }  // namespace sim
 
@@ -102,11 +109,13 @@ void collectReady() {
 void waitReady(std::optional<std::int64_t> /*nextTick*/) {
   sim::World& world = sim::world();
   const std::optional<std::int64_t> stop = sim::nextStop();
-  if (!stop) throw sim::Deadlock("waitEvents(): no timer runs and no step is scripted, so no event can ever come");
+  if (!stop)
+    throw sim::Deadlock("waitEvents(): no timer runs and no step is scripted, so no event can ever come");
   if (*stop <= world.now) return;
   world.idleMoves += *stop - world.now;
   if (world.idleMoves > sim::kLongestWait) {
-    throw sim::Deadlock("waitEvents(): waited for seven virtual days, and only the program's own timers went on");
+    throw sim::Deadlock(
+        "waitEvents(): waited for seven virtual days, and only the program's own timers went on");
   }
   world.now = *stop;
 }
@@ -121,7 +130,9 @@ void setTerminationHandler(std::function<void()> handler) {
   sim::world().terminationHandler = std::move(handler);
 }
 
-std::int64_t monotonicMilliseconds() { return sim::world().now; }
+std::int64_t monotonicMilliseconds() {
+  return sim::world().now;
+}
 
 std::int64_t utcNow() {
   const std::int64_t milliseconds = sim::world().utcAtStart + sim::elapsedMilliseconds();

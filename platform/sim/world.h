@@ -1,4 +1,5 @@
-// What the parts of the simulated platform share: the virtual clock, the scripted steps, the in-memory network.
+// What the parts of the simulated platform share: the virtual clock, the scripted steps, the in-memory
+// network.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +25,7 @@ struct End {
   std::size_t room = kUnlimited;  // how many more bytes it takes
   bool peerFinished = false;
   bool broken = false;
-  bool gone = false;      // nobody reads here any more
+  bool gone = false;       // nobody reads here any more
   bool finishing = false;  // closed, ends when `unsent` has been taken
   std::string unsent;
   std::weak_ptr<End> peer;
@@ -52,7 +53,7 @@ using Endpoint = std::pair<LoopbackAddress, int>;
 struct World {
   // Clock. Both count milliseconds; `now` never goes back, not even with reset().
   std::int64_t now = 1;
-  std::int64_t started = 1;  // `now` at reset()
+  std::int64_t started = 1;     // `now` at reset()
   std::int64_t utcAtStart = 0;  // milliseconds since 1970 when `now` was `started`
   std::int64_t idleMoves = 0;   // virtual time that waits have used up since the test last did something
 

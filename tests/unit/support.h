@@ -30,7 +30,9 @@ class SimTest : public testing::Test {
   }
 
   // Its whole content; "(missing)" where there is none.
-  static std::string contentOf(std::string_view path) { return readFile(inFolder(path)).value_or("(missing)"); }
+  static std::string contentOf(std::string_view path) {
+    return readFile(inFolder(path)).value_or("(missing)");
+  }
 };
 
 }  // namespace vornelle

@@ -36,13 +36,16 @@ class DownloadTest : public testing::Test {
 };
 
 TEST_F(DownloadTest, TheBodyOfAnOrdinaryAnswerIsBrought) {
-  EXPECT_EQ(download("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n\r\nNews\r\n\r\nof today"), "News\r\n\r\nof today");
+  EXPECT_EQ(download("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n\r\nNews\r\n\r\nof today"),
+            "News\r\n\r\nof today");
   EXPECT_THAT(request, StartsWith("GET /message.txt HTTP/1.0\r\nHost: 127.0.0.1:"));
   EXPECT_THAT(request, HasSubstr("\r\nUser-Agent: VB OpenUrl\r\n"));
   EXPECT_THAT(request, HasSubstr("\r\nPragma: no-cache\r\n"));
 }
 
-TEST_F(DownloadTest, BareLineFeedsEndAHeaderToo) { EXPECT_EQ(download("HTTP/1.0 200 OK\n\nNews"), "News"); }
+TEST_F(DownloadTest, BareLineFeedsEndAHeaderToo) {
+  EXPECT_EQ(download("HTTP/1.0 200 OK\n\nNews"), "News");
+}
 
 TEST_F(DownloadTest, ContentLengthEndsTheBody) {
   EXPECT_EQ(download("HTTP/1.0 200 OK\r\ncontent-length: 4\r\n\r\nNews and more"), "News");
@@ -99,7 +102,10 @@ TEST_F(DownloadTest, TheProxyIsAskedForTheWholeAddress) {
   });
   setenv("http_proxy", ("http://127.0.0.1:" + std::to_string(proxy.port) + "/").c_str(), 1);
   EXPECT_EQ(downloadUrl("http://vornelle.example:8080/message.txt?x=1#part"), "through the proxy");
-  EXPECT_THAT(request, StartsWith("GET http://vornelle.example:8080/message.txt?x=1 HTTP/1.0\r\nHost: vornelle.example:8080\r\n"));
+  EXPECT_THAT(
+      request,
+      StartsWith(
+          "GET http://vornelle.example:8080/message.txt?x=1 HTTP/1.0\r\nHost: vornelle.example:8080\r\n"));
 }
 
 TEST_F(DownloadTest, ExcludedHostsAreAskedWithoutTheProxy) {

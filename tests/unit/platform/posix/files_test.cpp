@@ -1,9 +1,9 @@
 #include "platform/files.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -36,7 +36,8 @@ class FilesTest : public testing::Test {
 
   [[nodiscard]] std::vector<std::string> namesOnDisk() const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(native)) names.push_back(entry.path().filename());
+    for (const auto& entry : std::filesystem::directory_iterator(native))
+      names.push_back(entry.path().filename());
     return names;
   }
 

@@ -69,7 +69,8 @@ class Peer {
   bool connect(int port, int receiveBuffer = 0) {
     close();
     descriptor_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (receiveBuffer > 0) setsockopt(descriptor_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
+    if (receiveBuffer > 0)
+      setsockopt(descriptor_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
     const sockaddr_in address = loopback(port);
     return ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
   }

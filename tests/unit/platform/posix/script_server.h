@@ -16,7 +16,8 @@ class ScriptServer {
     listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = loopback(0);
     socklen_t length = sizeof address;
-    if (bind(listener_, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(listener_, 5) != 0) return;
+    if (bind(listener_, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(listener_, 5) != 0)
+      return;
     getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length);
     port = ntohs(address.sin_port);
     thread_ = std::thread([this, script = std::move(script)] {
@@ -57,6 +58,8 @@ inline std::string readUntil(int connection, std::string_view end) {
   return text;
 }
 
-inline void waitForEnd(int connection) { (void)readUntil(connection, "never sent by any test"); }
+inline void waitForEnd(int connection) {
+  (void)readUntil(connection, "never sent by any test");
+}
 
 }  // namespace vornelle

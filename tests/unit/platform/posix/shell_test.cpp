@@ -79,7 +79,8 @@ TEST(PosixShellTest, EndProcessLosesNoOutput) {
 TEST(PosixShellTest, AMessageBoxGoesToStandardError) {
   testing::internal::CaptureStderr();
   messageBox("Missing installation files. Please reinstall.");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Vornelle: Missing installation files. Please reinstall.\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Vornelle: Missing installation files. Please reinstall.\n");
 }
 
 TEST(PosixShellTest, ThereIsNoIconAndNoShortcut) {

@@ -135,7 +135,8 @@ TEST_F(PosixSocketTest, GetDataBringsAtMost16MiBAtOnceAndDataArrivalComesAgain) 
   std::thread sender([&] {
     const std::string piece(1024 * 1024, 'x');
     for (std::size_t sent = 0; sent < kSize;) {
-      const ssize_t got = ::send(peer.descriptor(), piece.data(), std::min(piece.size(), kSize - sent), MSG_NOSIGNAL);
+      const ssize_t got =
+          ::send(peer.descriptor(), piece.data(), std::min(piece.size(), kSize - sent), MSG_NOSIGNAL);
       if (got <= 0) break;
       sent += static_cast<std::size_t>(got);
     }

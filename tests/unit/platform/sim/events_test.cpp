@@ -125,8 +125,8 @@ TEST_F(EventsTest, ATickComesInsideItsOwnHandlerOnlyWhenThatYields) {
   Timer timer(1000, true);
   timer.onTick = [&] {
     deepest = std::max(deepest, ++depth);
-    if (++ticks == 1) pause(2500);           // overdue, but not yielding
-    if (ticks == 2) sim::advance(1000);      // yields for a whole period
+    if (++ticks == 1) pause(2500);       // overdue, but not yielding
+    if (ticks == 2) sim::advance(1000);  // yields for a whole period
     --depth;
   };
   sim::advance(1000);
@@ -157,12 +157,13 @@ TEST_F(EventsTest, StepsRunAsEventsAtTheirTime) {
   EXPECT_EQ(sim::elapsedMilliseconds(), 50);
 }
 
-TEST_F(EventsTest, AWaitThatNothingCanEndIsADeadlock) { EXPECT_THROW(waitEvents(), sim::Deadlock); }
+TEST_F(EventsTest, AWaitThatNothingCanEndIsADeadlock) {
+  EXPECT_THROW(waitEvents(), sim::Deadlock);
+}
 
 TEST_F(EventsTest, ALoopThatOnlyTimersKeepGoingIsADeadlock) {
   Timer timer(1000, true);
-  EXPECT_THROW(
-      while (true) waitEvents(), sim::Deadlock);
+  EXPECT_THROW(while (true) waitEvents(), sim::Deadlock);
 }
 
 TEST_F(EventsTest, PauseServesNothing) {

@@ -360,7 +360,9 @@ TEST_F(SocketTest, AnOpenSocketAcceptsListensAndConnectsNotAgain) {
   SocketControl& socket = connected(client);
   EXPECT_FALSE(socket.listen(kIpv4, 7100));
   EXPECT_FALSE(socket.connect(kIpv4, 7000));
-  listener.onConnectionRequest = [&](SocketControl::RequestId request) { EXPECT_FALSE(socket.accept(request)); };
+  listener.onConnectionRequest = [&](SocketControl::RequestId request) {
+    EXPECT_FALSE(socket.accept(request));
+  };
   sim::Client other;
   ASSERT_TRUE(other.connect(kIpv4, 7000));
   doEvents();

@@ -1,0 +1,49 @@
+// The header of a message or of a part of one (RFC 5322), read so that odd mail gives what it can.
+//
+//     Subject: Good news      a field: name, colon, value
+//      for you                a line that starts with a blank goes on with the value
+//     X-Other: 1
+//                             an empty line ends the header
+//
+// - Lines end with CR LF or LF.
+// - A line that is no field and goes on with none is passed over when fields are looked for, so that one
+// broken line
+//   hides nothing. The body starts at the empty line; where there is none, at the first such line.
+// - "From " and ">From " lines at the top, as mail files have them, belong to the header.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vornelle {
+
+// The next line, without its end; `rest` then starts behind it. `rest` must not be empty.
+[[nodiscard]] std::string_view takeLine(std::string_view& rest);
+
+// A view into the source of a message or part.
+class HeaderFields {
+ public:
+  // Finds the header at the start of the text.
+  explicit HeaderFields(std::string_view text);
+
+  // Where the body starts, counted from the start of the text; its length when there is no body.
+  [[nodiscard]] std::size_t bodyStart() const { return bodyStart_; }
+  [[nodiscard]] bool endsWithEmptyLine() const { return endsWithEmptyLine_; }
+
+  // The value of the first field of that name (letter case ignored), unfolded, blanks around it removed, not
+  // decoded.
+  [[nodiscard]] std::optional<std::string> field(std::string_view name) const;
+
+  // The same as Windows-1252 text: encoded words decoded, control characters (tabs aside) become blanks. ""
+  // without the field.
+  [[nodiscard]] std::string fieldText(std::string_view name) const;
+
+ private:
+  std::string_view header_;
+  std::size_t bodyStart_ = 0;
+  bool endsWithEmptyLine_ = false;
+};
+
+}  // namespace vornelle

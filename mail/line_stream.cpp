@@ -1,0 +1,151 @@
+#include "mail/line_stream.h"
+
+#include <cstring>
+
+#include "platform/clock.h"
+#include "platform/net_stream.h"
+
+namespace vornelle {
+
+LineStream::LineStream(std::unique_ptr<NetStream> stream, int timeoutMilliseconds)
+    : stream_(std::move(stream)),
+      timeout_(timeoutMilliseconds),
+      buffer_(std::make_unique<char[]>(kBufferSize)) {}
+
+LineStream::~LineStream() = default;
+
+void LineStream::kill() {
+  stream_.reset();
+  begin_ = end_ = 0;
+}
+
+bool LineStream::send(std::string_view bytes) {
+  if (!alive()) return false;
+  if (!stream_->write(bytes, timeout_)) kill();
+  return alive();
+}
+
+bool LineStream::fill(int timeoutMilliseconds) {
+  if (!alive()) return false;
+  const std::optional<std::size_t> count = stream_->read(buffer_.get(), kBufferSize, timeoutMilliseconds);
+  if (!count || *count == 0) {
+    kill();
+    return false;
+  }
+  begin_ = 0;
+  end_ = *count;
+  return true;
+}
+
+std::optional<std::string> LineStream::readLine() {
+  return readLine(timeout_);
+}
+
+std::optional<std::string> LineStream::readLine(int timeoutMilliseconds) {
+  // The time-out holds for the whole line: a server that sends a byte now and then would hold the program for
+  // days.
+  const std::int64_t deadline = monotonicMilliseconds() + timeoutMilliseconds;
+  std::string line;
+  for (;;) {
+    if (!hasUnread()) {
+      const std::int64_t left = deadline - monotonicMilliseconds();
+      if (left <= 0) kill();
+      if (!fill(static_cast<int>(left))) return std::nullopt;
+    }
+    const char* const start = buffer_.get() + begin_;
+    const auto* const feed = static_cast<const char*>(std::memchr(start, '\n', end_ - begin_));
+    const std::size_t count = feed != nullptr ? static_cast<std::size_t>(feed - start) : end_ - begin_;
+    if (line.size() + count > kLongestAnswerLine) {
+      kill();
+      return std::nullopt;
+    }
+    line.append(start, count);
+    begin_ += count;
+    if (feed == nullptr) continue;
+    ++begin_;
+    const bool carriageReturn = line.ends_with('\r');
+    if (carriageReturn) line.pop_back();
+    if (!firstLineRead_) bareLineFeeds_ = !carriageReturn;
+    firstLineRead_ = true;
+    return line;
+  }
+}
+
+bool LineStream::readText(std::size_t limit, const std::function<void(std::string_view)>& take) {
+  enum class State { lineStart, dot, dotReturn, inLine, afterReturn };
+  State state = State::lineStart;
+  std::size_t taken = 0;
+  const auto give = [&](std::string_view piece) {
+    taken += piece.size();
+    if (taken > limit) {
+      kill();
+    } else if (!piece.empty()) {
+      take(piece);
+    }
+  };
+  // The state behind a character that belongs to the text.
+  const auto after = [&](char c, State before) {
+    if (c == '\n' && (bareLineFeeds_ || before == State::afterReturn)) return State::lineStart;
+    return c == '\r' ? State::afterReturn : State::inLine;
+  };
+  while (hasUnread() || fill(timeout_)) {
+    const std::string_view unread(buffer_.get() + begin_, end_ - begin_);
+    std::size_t pieceStart = 0;  // of what goes out as it stands
+    for (std::size_t i = 0; i < unread.size(); ++i) {
+      const char c = unread[i];
+      switch (state) {
+        case State::lineStart:
+          if (c == '.') {
+            give(unread.substr(pieceStart, i - pieceStart));
+            pieceStart = i + 1;  // held back until it is clear what the dot is
+            state = State::dot;
+          } else {
+            state = after(c, state);
+          }
+          break;
+        case State::dot:
+        case State::dotReturn: {
+          const bool lineFeedAllowed = bareLineFeeds_ || state == State::dotReturn;
+          if (c == '\n' && lineFeedAllowed) {
+            begin_ += i + 1;
+            return alive();
+          }
+          if (c == '\r' && state == State::dot) {
+            pieceStart = i + 1;
+            state = State::dotReturn;
+            break;
+          }
+          if (state == State::dotReturn) {
+            give(".\r");
+            state = after(c, State::afterReturn);
+          } else {
+            if (c != '.') give(".");
+            state = after(c, State::inLine);
+          }
+          pieceStart = i;
+          break;
+        }
+        case State::inLine: {
+          const void* const end =
+              std::memchr(unread.data() + i, bareLineFeeds_ ? '\n' : '\r', unread.size() - i);
+          if (end == nullptr) {
+            i = unread.size() - 1;
+          } else {
+            i = static_cast<std::size_t>(static_cast<const char*>(end) - unread.data());
+            state = after(unread[i], State::inLine);
+          }
+          break;
+        }
+        case State::afterReturn:
+          state = after(c, state);
+          break;
+      }
+    }
+    give(unread.substr(pieceStart));
+    begin_ = end_;
+    if (!alive()) return false;
+  }
+  return false;
+}
+
+}  // namespace vornelle

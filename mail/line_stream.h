@@ -1,0 +1,60 @@
+// What POP3 and SMTP have in common on the wire: commands out, lines and dot-terminated texts in, every wait
+// and every length bounded. After the first failure the stream is dead: every later call fails at once and
+// nothing is sent.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vornelle {
+
+class NetStream;
+
+inline constexpr std::size_t kLongestAnswerLine = 64U << 10;
+
+class LineStream {
+ public:
+  // A null stream is dead from the start.
+  LineStream(std::unique_ptr<NetStream> stream, int timeoutMilliseconds);
+  ~LineStream();
+  LineStream(const LineStream&) = delete;
+  LineStream& operator=(const LineStream&) = delete;
+
+  [[nodiscard]] bool alive() const { return stream_ != nullptr; }
+  void kill();  // closes the connection
+
+  [[nodiscard]] bool send(std::string_view bytes);
+
+  // A line without its end (CR LF, or LF from servers that do not know better). nullopt, and the stream is
+  // dead: it was longer than kLongestAnswerLine, not complete within the time-out, or cut short.
+  [[nodiscard]] std::optional<std::string> readLine();
+  [[nodiscard]] std::optional<std::string> readLine(int timeoutMilliseconds);
+
+  // Reads a text up to the line with a lone dot (RFC 1939, 3) and hands it on in pieces, byte for byte but
+  // for the dots that were stuffed. A dot is taken away only where a second one follows: a server that stuffs
+  // nothing loses nothing. Only CR LF ends a line here, since a lone LF may be part of a message; unless the
+  // server ends its own lines so. False, and the stream is dead: cut short, timed out, or longer than the
+  // limit.
+  [[nodiscard]] bool readText(std::size_t limit, const std::function<void(std::string_view)>& take);
+
+  // Bytes have arrived that no one has read.
+  [[nodiscard]] bool hasUnread() const { return begin_ < end_; }
+
+ private:
+  bool fill(int timeoutMilliseconds);
+
+  static constexpr std::size_t kBufferSize = 32U << 10;
+  std::unique_ptr<NetStream> stream_;
+  int timeout_;
+  std::unique_ptr<char[]> buffer_;
+  std::size_t begin_ = 0, end_ = 0;  // what is unread in the buffer
+  bool firstLineRead_ = false;
+  bool bareLineFeeds_ = false;  // the server's first line ended with LF alone
+};
+
+}  // namespace vornelle

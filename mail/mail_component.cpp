@@ -1,0 +1,206 @@
+#include "mail/mail_component.h"
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+#include "core/settings.h"
+#include "mail/mail_address.h"
+#include "mail/message_parser.h"
+#include "mail/pop3_client.h"
+#include "mail/server_address.h"
+#include "mail/smtp_client.h"
+#include "platform/files.h"
+#include "platform/net_stream.h"
+
+namespace vornelle {
+namespace {
+
+constexpr int kPopPort = 110;
+constexpr int kSmtpPort = 25;
+constexpr std::int16_t kTimeoutSeconds = 30;
+constexpr std::int32_t kSent = 1;
+constexpr std::int32_t kNotSent = 0;
+
+// What one list of headers may hold. No honest field comes near the first; a mailbox full of fields made to
+// fill the memory meets the second.
+constexpr std::size_t kLongestField = 16U << 10;
+constexpr std::size_t kMostHeaderText = 512U << 20;
+
+void cut(std::string& field) {
+  if (field.size() <= kLongestField) return;
+  field.resize(kLongestField);
+  field.shrink_to_fit();
+}
+
+std::function<std::unique_ptr<NetStream>()> connector(const std::string& server, int defaultPort,
+                                                      int timeout) {
+  return [address = parseServerAddress(server, defaultPort), timeout]() -> std::unique_ptr<NetStream> {
+    return address ? openNetStream(address->host, address->port, timeout) : nullptr;
+  };
+}
+
+// Runs a step of the session. Where the memory does not suffice the step fails, and with it the session: who
+// knows how much of an answer has been read.
+template <typename Step>
+auto inSession(Pop3Client& pop, const Step& step) -> decltype(step()) {
+  try {
+    return step();
+  } catch (const std::bad_alloc&) {
+    pop.abandon();
+  } catch (const std::length_error&) {
+    pop.abandon();
+  }
+  return {};
+}
+
+}  // namespace
+
+std::unique_ptr<MailComponent> currentMail;
+
+struct MailComponent::Impl {
+  std::string popServer, popAccount, popPassword;
+  std::string smtpServer, smtpUser, smtpPassword, smtpAuthMethod;
+  std::int16_t timeoutSeconds = kTimeoutSeconds;
+  std::unique_ptr<Pop3Client> pop;
+  std::unique_ptr<SmtpClient> smtp;
+
+  [[nodiscard]] int timeout() const { return std::max<int>(timeoutSeconds, 1) * 1000; }
+};
+
+MailComponent::MailComponent() : impl_(std::make_unique<Impl>()) {}
+MailComponent::~MailComponent() = default;
+
+void MailComponent::setPopServer(std::string host) {
+  impl_->popServer = std::move(host);
+}
+void MailComponent::setPopAccount(std::string account) {
+  impl_->popAccount = std::move(account);
+}
+void MailComponent::setPopPassword(std::string password) {
+  impl_->popPassword = std::move(password);
+}
+void MailComponent::setSmtpServer(std::string host) {
+  impl_->smtpServer = std::move(host);
+}
+void MailComponent::setSmtpUser(std::string user) {
+  impl_->smtpUser = std::move(user);
+}
+void MailComponent::setSmtpPassword(std::string password) {
+  impl_->smtpPassword = std::move(password);
+}
+void MailComponent::setSmtpAuthMethod(std::string method) {
+  impl_->smtpAuthMethod = std::move(method);
+}
+void MailComponent::setTimeoutSeconds(std::int16_t seconds) {
+  impl_->timeoutSeconds = seconds;
+}
+
+// ---- POP3 ----
+
+bool MailComponent::popConnect() {
+  impl_->pop.reset();
+  auto pop = std::make_unique<Pop3Client>(connector(impl_->popServer, kPopPort, impl_->timeout()),
+                                          impl_->popAccount, impl_->popPassword, impl_->timeout());
+  if (!pop->logOn()) return false;
+  impl_->pop = std::move(pop);
+  return true;
+}
+
+std::unique_ptr<HeaderList> MailComponent::popGetHeaderList(int /*option*/) {
+  if (!impl_->pop) return nullptr;
+  return inSession(*impl_->pop, [this]() -> std::unique_ptr<HeaderList> {
+    auto list = std::make_unique<HeaderList>();
+    std::size_t textSize = 0;
+    const auto take = [&](std::size_t place, const MaildropEntry& entry, std::string_view header) {
+      MailMessage message = parseMessageHeader(header);
+      cut(message.from);
+      cut(message.subject);
+      message.size = entry.size;
+      message.uidl = entry.uidl;
+      textSize += message.from.size() + message.subject.size();
+      if (list->messages.size() <= place) list->messages.resize(place + 1);
+      list->messages[place] = std::move(message);
+      return textSize <= kMostHeaderText;
+    };
+    if (!impl_->pop->fetchHeaders(take)) return nullptr;
+    return list;
+  });
+}
+
+std::unique_ptr<MailMessage> MailComponent::popGetMessage(const std::string& uidl) {
+  if (!impl_->pop) return nullptr;
+  return inSession(*impl_->pop, [&]() -> std::unique_ptr<MailMessage> {
+    std::optional<Pop3Client::Message> fetched = impl_->pop->fetchMessage(uidl);
+    if (!fetched) return nullptr;
+    auto message = std::make_unique<MailMessage>(parseMessage(std::move(fetched->text)));
+    message->size = fetched->size;
+    message->uidl = uidl;
+    return message;
+  });
+}
+
+std::unique_ptr<UidlList> MailComponent::popGetUidls() {
+  if (!impl_->pop) return nullptr;
+  return inSession(*impl_->pop, [this]() -> std::unique_ptr<UidlList> {
+    std::optional<std::vector<std::string>> uidls = impl_->pop->fetchUidls();
+    if (!uidls) return nullptr;
+    auto list = std::make_unique<UidlList>();
+    list->uidls = std::move(*uidls);
+    return list;
+  });
+}
+
+bool MailComponent::popDeleteMessage(const std::string& uidl) {
+  return impl_->pop && inSession(*impl_->pop, [&] { return impl_->pop->deleteMessage(uidl); });
+}
+
+// ---- SMTP ----
+
+bool MailComponent::smtpConnect() {
+  impl_->smtp.reset();
+  auto smtp = std::make_unique<SmtpClient>(connector(impl_->smtpServer, kSmtpPort, impl_->timeout()),
+                                           impl_->timeout());
+  if (!smtp->greet()) return false;
+  impl_->smtp = std::move(smtp);
+  return true;
+}
+
+bool MailComponent::smtpLogin() {
+  if (!impl_->smtp && !smtpConnect()) return false;
+  // AUTH LOGIN is the only method there is, whatever name has been stored.
+  return impl_->smtpUser.empty() || impl_->smtp->authenticate(impl_->smtpUser, impl_->smtpPassword);
+}
+
+std::int32_t MailComponent::smtpSendRaw(const std::string& from, const std::string& to,
+                                        const std::string& text) {
+  if (!impl_->smtp) return kNotSent;
+  // A line end in an address would start a command of its own.
+  if ((from + to).find_first_of("\r\n") != std::string::npos) return kNotSent;
+  return impl_->smtp->sendMessage(envelopeAddress(from), envelopeAddress(to), text) ? kSent : kNotSent;
+}
+
+// ---- messages from the disk ----
+
+std::unique_ptr<MailMessage> MailComponent::loadMessageText(std::string text) {
+  return std::make_unique<MailMessage>(parseMessage(std::move(text)));
+}
+
+std::unique_ptr<MailMessage> MailComponent::loadMessageFile(const std::string& path) {
+  std::optional<std::string> text = readFile(path);
+  return text ? loadMessageText(std::move(*text)) : nullptr;
+}
+
+MailComponent& newPopComponent() {
+  // The older session ends first: a server lets only one in at a time.
+  currentMail.reset();
+  currentMail = std::make_unique<MailComponent>();
+  currentMail->setPopServer(settings.POP_SERVER);
+  currentMail->setPopAccount(settings.POP_ACCOUNT);
+  currentMail->setPopPassword(settings.POP_PASSWORD);
+  currentMail->setTimeoutSeconds(kTimeoutSeconds);
+  return *currentMail;
+}
+
+}  // namespace vornelle

@@ -1,0 +1,174 @@
+#include "mail/pop3_client.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/text.h"
+#include "platform/net_stream.h"
+
+namespace vornelle {
+namespace {
+
+constexpr int kLongestCapabilityWait = 10'000;  // milliseconds
+constexpr std::size_t kMostCapabilities = 1000;
+
+// They would end the command and start another.
+bool fitsInCommand(std::string_view argument) {
+  return argument.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
+
+bool isPipelining(std::string_view line) {
+  return equalsNoCase(line.substr(0, line.find(' ')), "PIPELINING");
+}
+
+}  // namespace
+
+Pop3Client::Pop3Client(Connector connector, std::string account, std::string password,
+                       int timeoutMilliseconds)
+    : connector_(std::move(connector)),
+      account_(std::move(account)),
+      password_(std::move(password)),
+      timeout_(timeoutMilliseconds) {}
+
+Pop3Client::~Pop3Client() {
+  // The answer is awaited: until it has come the server may still be deleting.
+  static_cast<void>(ask("QUIT"));
+}
+
+bool Pop3Client::logOn() {
+  return connectAndLogOn();
+}
+
+bool Pop3Client::connectAndLogOn() {
+  if (!fitsInCommand(account_) || !fitsInCommand(password_)) return false;
+  line_.emplace(connector_(), timeout_);
+  unanswered_ = 1;  // the greeting answers the connection
+  const bool loggedOn = readAnswer(timeout_) == Answer::ok && ask("USER " + account_) == Answer::ok &&
+                        ask("PASS " + password_) == Answer::ok;
+  if (!loggedOn) leave();
+  return loggedOn;
+}
+
+// Ends a session in which nothing has happened. Nobody waits for the answer.
+void Pop3Client::leave() {
+  if (unanswered_ == 0) static_cast<void>(line_->send("QUIT\r\n"));
+  line_->kill();
+}
+
+void Pop3Client::abandon() {
+  if (line_) line_->kill();
+}
+
+// ---- commands and answers ----
+
+bool Pop3Client::sendCommands(std::string_view commands, int count) {
+  if (!line_ || !line_->alive()) return false;
+  if (unanswered_ == 0 && line_->hasUnread()) {
+    // More than was asked for: client and server do not mean the same answers any more.
+    line_->kill();
+    return false;
+  }
+  unanswered_ += count;
+  return line_->send(commands);
+}
+
+Pop3Client::Answer Pop3Client::readAnswer(int timeoutMilliseconds) {
+  const std::optional<std::string> line = line_->readLine(timeoutMilliseconds);
+  if (!line) return Answer::dead;
+  --unanswered_;
+  if (startsWithNoCase(*line, "+OK")) return Answer::ok;
+  if (startsWithNoCase(*line, "-ERR")) return Answer::refused;
+  line_->kill();
+  return Answer::dead;
+}
+
+Pop3Client::Answer Pop3Client::ask(const std::string& command) {
+  if (!sendCommands(command + "\r\n", 1)) return Answer::dead;
+  const Answer answer = readAnswer(timeout_);
+  if (answer != Answer::dead) capabilitiesOnTrial_ = false;
+  return answer;
+}
+
+// The lines of an answer up to the one with a lone dot.
+bool Pop3Client::readLines(std::size_t most, const std::function<bool(std::string_view)>& take) {
+  for (std::size_t count = 0; const std::optional<std::string> line = line_->readLine(); ++count) {
+    if (*line == ".") return true;
+    if (count == most || !take(*line)) line_->kill();
+  }
+  return false;
+}
+
+bool Pop3Client::askList() {
+  if (maildrop_) return line_ && line_->alive();
+  if (ask("LIST") != Answer::ok) return false;
+  Maildrop maildrop;
+  if (!readLines(kMostMessages, [&](std::string_view line) { return maildrop.addListLine(line); }))
+    return false;
+  maildrop_ = std::move(maildrop);
+  return true;
+}
+
+// False when the session is dead. Whether the ids are known is another question.
+bool Pop3Client::askUidls() {
+  if (uidlAsked_) return line_ && line_->alive();
+  const Answer answer = ask("UIDL");
+  if (answer == Answer::dead) return false;
+  uidlAsked_ = true;
+  if (answer == Answer::refused) return true;
+  if (!readLines(kMostMessages, [&](std::string_view line) { return maildrop_->addUidlLine(line); }))
+    return false;
+  maildrop_->uidlComplete();
+  return true;
+}
+
+// False when the session is dead.
+bool Pop3Client::askCapabilities() {
+  capabilitiesAllowed_ = false;
+  if (!sendCommands("CAPA\r\n", 1)) return false;
+  capabilitiesOnTrial_ = true;
+  const Answer answer = readAnswer(std::min(timeout_, kLongestCapabilityWait));
+  if (answer != Answer::ok) return answer == Answer::refused;
+  return readLines(kMostCapabilities, [&](std::string_view line) {
+    pipelining_ = pipelining_ || isPipelining(line);
+    return true;
+  });
+}
+
+// ---- single messages ----
+
+std::optional<std::vector<std::string>> Pop3Client::fetchUidls() {
+  if (!askList() || !askUidls() || !maildrop_->knowsUidls()) return std::nullopt;
+  std::vector<std::string> uidls;
+  for (const MaildropEntry& entry : maildrop_->messages()) {
+    if (!entry.uidl.empty()) uidls.push_back(entry.uidl);
+  }
+  return uidls;
+}
+
+std::optional<Pop3Client::Message> Pop3Client::fetchMessage(const std::string& uidl) {
+  if (!askList() || !askUidls()) return std::nullopt;
+  const MaildropEntry* const entry = maildrop_->findToRead(uidl);
+  if (entry == nullptr) return std::nullopt;
+  // Only a whole text takes this back.
+  maildrop_->keep(entry->number, true);
+  if (ask("RETR " + std::to_string(entry->number)) != Answer::ok) return std::nullopt;
+  Message message;
+  message.size = entry->size;
+  // The announced size is a hint at best; memory is taken as the text comes in.
+  if (!line_->readText(kLongestMessage, [&](std::string_view piece) { message.text += piece; }))
+    return std::nullopt;
+  if (message.text.empty()) return std::nullopt;
+  maildrop_->keep(entry->number, false);
+  return message;
+}
+
+bool Pop3Client::deleteMessage(const std::string& uidl) {
+  if (!askList() || !askUidls()) return false;
+  const std::optional<std::int32_t> number = maildrop_->numberToDelete(uidl);
+  if (!number || ask("DELE " + std::to_string(*number)) != Answer::ok) return false;
+  maildrop_->deleted(*number);
+  deletedSomething_ = true;
+  return true;
+}
+
+}  // namespace vornelle

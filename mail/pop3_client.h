@@ -1,0 +1,98 @@
+// The POP3 client (RFC 1939, RFC 2449): one session, from the log-on to QUIT.
+//
+// - After a network or protocol error the session is dead: every later call fails at once and it ends without
+// QUIT, so
+//   that the server deletes nothing.
+// - LIST and UIDL are asked once. A unique-id stands for the message number that it has in this session
+// (maildrop.h).
+// - Headers come with TOP n 1; from servers without TOP with RETR, of which only the header is kept.
+// - From 32 messages on the server is asked (CAPA) whether commands may be pipelined. Servers exist that
+// close the line
+//   at that, or never answer: then the connection is made again, once, and goes on without.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mail/line_stream.h"
+#include "mail/maildrop.h"
+
+namespace vornelle {
+
+class NetStream;
+
+inline constexpr std::size_t kLongestMessage = 512U << 20;
+
+class Pop3Client {
+ public:
+  using Connector = std::function<std::unique_ptr<NetStream>()>;  // null: no connection
+
+  Pop3Client(Connector connector, std::string account, std::string password, int timeoutMilliseconds);
+  ~Pop3Client();  // QUIT, its answer awaited; nothing when the session is dead
+  Pop3Client(const Pop3Client&) = delete;
+  Pop3Client& operator=(const Pop3Client&) = delete;
+
+  // USER and PASS. To be called first, and once.
+  [[nodiscard]] bool logOn();
+
+  // Calls `take` once for every place of the mailbox, in any order, with the message's header as the server
+  // sent it (at most its first 1 MiB). A message whose header cannot be had comes with an empty one and
+  // without its unique-id, so that nobody judges it. When `take` returns false the session fails. False when
+  // not all could be had; what has been taken so far means nothing then.
+  using TakeHeader = std::function<bool(std::size_t place, const MaildropEntry&, std::string_view header)>;
+  [[nodiscard]] bool fetchHeaders(const TakeHeader& take);
+
+  // The unique-ids that the server tells, in mailbox order; nullopt on failure, which includes servers
+  // without UIDL.
+  [[nodiscard]] std::optional<std::vector<std::string>> fetchUidls();
+
+  // The whole message as the server sent it. nullopt, and the message is not deleted in this session: it is
+  // not there, could not be had whole, or is empty.
+  struct Message {
+    std::string text;
+    std::int32_t size = 0;  // as LIST says
+  };
+  [[nodiscard]] std::optional<Message> fetchMessage(const std::string& uidl);
+
+  // Makes the session a dead one.
+  void abandon();
+
+  // DELE. The message is gone when the session has ended with QUIT.
+  [[nodiscard]] bool deleteMessage(const std::string& uidl);
+
+ private:
+  enum class Answer { ok, refused, dead };
+  using Places = std::vector<std::size_t>;  // indexes into what is listed
+
+  bool connectAndLogOn();
+  void leave();
+  bool sendCommands(std::string_view commands, int count);
+  Answer readAnswer(int timeoutMilliseconds);
+  Answer ask(const std::string& command);
+  bool readLines(std::size_t most, const std::function<bool(std::string_view)>& take);
+  bool askList();
+  bool askUidls();
+  bool askCapabilities();
+  bool fetchHeadersOnce(const TakeHeader& take);
+  class HeaderFetch;
+
+  Connector connector_;
+  std::string account_, password_;
+  int timeout_;
+  std::optional<LineStream> line_;
+  std::optional<Maildrop> maildrop_;  // once LIST has been answered
+  int unanswered_ = 0;                // commands
+  bool uidlAsked_ = false;
+  bool deletedSomething_ = false;
+  bool capabilitiesAllowed_ = true;
+  // CAPA has been sent, and no later command has been answered yet: if the session dies now, that is why.
+  bool capabilitiesOnTrial_ = false;
+  bool pipelining_ = false;
+};
+
+}  // namespace vornelle

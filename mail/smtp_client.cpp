@@ -1,0 +1,130 @@
+#include "mail/smtp_client.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+#include "mail/base64.h"
+#include "platform/net_stream.h"
+
+namespace vornelle {
+namespace {
+
+constexpr std::size_t kLongestReply = 64U << 10;
+constexpr std::size_t kPiece = 64U << 10;
+
+// The address literal of this machine as it knows itself (RFC 5321, 4.1.4): a desktop has no name that the
+// world knows.
+constexpr std::string_view kOwnName = "[127.0.0.1]";
+
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+bool hasEightBit(std::string_view text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char c) { return (static_cast<unsigned char>(c) & 0x80U) != 0; });
+}
+
+bool breaksCommand(std::string_view argument) {
+  return argument.find_first_of(std::string_view("\r\n\0<>", 5)) != std::string_view::npos;
+}
+
+}  // namespace
+
+SmtpClient::SmtpClient(const Connector& connector, int timeoutMilliseconds)
+    : line_(connector(), timeoutMilliseconds) {}
+
+SmtpClient::~SmtpClient() {
+  static_cast<void>(ask("QUIT"));
+}
+
+std::optional<SmtpClient::Reply> SmtpClient::readReply() {
+  Reply reply;
+  for (;;) {
+    const std::optional<std::string> line = line_.readLine();
+    if (!line) return std::nullopt;
+    const bool wellFormed = line->size() >= 3 && isDigit((*line)[0]) && isDigit((*line)[1]) &&
+                            isDigit((*line)[2]) &&
+                            (line->size() == 3 || (*line)[3] == ' ' || (*line)[3] == '-');
+    if (!wellFormed || reply.text.size() + line->size() > kLongestReply) {
+      line_.kill();
+      return std::nullopt;
+    }
+    reply.code = ((*line)[0] - '0') * 100 + ((*line)[1] - '0') * 10 + ((*line)[2] - '0');
+    if (line->size() > 3) reply.text.append(*line, 4);
+    reply.text.push_back('\n');
+    if (line->size() == 3 || (*line)[3] == ' ') break;
+  }
+  if (reply.code == 421) line_.kill();  // the server is closing the line
+  return reply;
+}
+
+std::optional<SmtpClient::Reply> SmtpClient::ask(const std::string& command) {
+  if (!line_.send(command + "\r\n")) return std::nullopt;
+  return readReply();
+}
+
+bool SmtpClient::greet() {
+  const std::optional<Reply> greeting = readReply();
+  if (!greeting || !greeting->positive()) return false;
+  const std::optional<Reply> extended = ask("EHLO " + std::string(kOwnName));
+  if (!extended) return false;
+  if (!extended->positive()) {
+    const std::optional<Reply> plain = ask("HELO " + std::string(kOwnName));
+    return plain && plain->positive();
+  }
+  for (const std::string& line : splitLines(extended->text)) {
+    if (equalsNoCase(trim(line), "8BITMIME")) eightBitMime_ = true;
+  }
+  return true;
+}
+
+bool SmtpClient::authenticate(std::string_view user, std::string_view password) {
+  const std::optional<Reply> userAsked = ask("AUTH LOGIN");
+  if (!userAsked || userAsked->code != 334) return false;
+  const std::optional<Reply> passwordAsked = ask(base64Encode(user));
+  if (!passwordAsked || passwordAsked->code != 334) return false;
+  const std::optional<Reply> done = ask(base64Encode(password));
+  return done && done->positive();
+}
+
+bool SmtpClient::sendMessage(std::string_view sender, std::string_view recipient, std::string_view text) {
+  if (breaksCommand(sender) || breaksCommand(recipient) || recipient.empty()) return false;
+  std::string mail = "MAIL FROM:<" + std::string(sender) + ">";
+  if (eightBitMime_ && hasEightBit(text)) mail += " BODY=8BITMIME";
+  const std::optional<Reply> mailTaken = ask(mail);
+  if (!mailTaken || !mailTaken->positive()) return false;
+  const std::optional<Reply> recipientTaken = ask("RCPT TO:<" + std::string(recipient) + ">");
+  std::optional<Reply> dataAwaited;
+  if (recipientTaken && recipientTaken->positive()) dataAwaited = ask("DATA");
+  if (!dataAwaited || dataAwaited->code != 354) {
+    static_cast<void>(ask("RSET"));  // the next message starts afresh
+    return false;
+  }
+  if (!sendText(text)) return false;
+  const std::optional<Reply> taken = readReply();
+  return taken && taken->positive();
+}
+
+// A dot at the start of a line is doubled. Lines that end with a lone LF or CR count as well: some servers
+// take these for line ends, and then a stranger's text could end the message and go on with commands of its
+// own.
+bool SmtpClient::sendText(std::string_view text) {
+  std::string piece;
+  piece.reserve(kPiece + 8);
+  char before = '\n';
+  for (const char c : text) {
+    if (c == '.' && (before == '\n' || before == '\r')) piece.push_back('.');
+    piece.push_back(c);
+    before = c;
+    if (piece.size() >= kPiece) {
+      if (!line_.send(piece)) return false;
+      piece.clear();
+    }
+  }
+  if (!text.empty() && !text.ends_with("\r\n")) piece += "\r\n";
+  piece += ".\r\n";
+  return line_.send(piece);
+}
+
+}  // namespace vornelle

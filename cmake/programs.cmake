@@ -26,6 +26,8 @@ if(desktop_sources)
   set_target_properties(vornelle PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${application_folder})
   if(WIN32)
     set_target_properties(vornelle PROPERTIES WIN32_EXECUTABLE ON)
+    set_source_files_properties(${resource_scripts} PROPERTIES
+      OBJECT_DEPENDS "${PROJECT_SOURCE_DIR}/data/vornelle.ico;${PROJECT_SOURCE_DIR}/desktop/win32/vornelle.manifest")
   endif()
   if(CMAKE_BUILD_TYPE STREQUAL "Release")
     add_custom_command(TARGET vornelle POST_BUILD COMMAND ${CMAKE_STRIP} $<TARGET_FILE:vornelle>)

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <iterator>
+
 #include "desktop/dlgConfig.h"
 #include "desktop/win32/dialog_text.h"
 #include "desktop/win32/keyboard.h"

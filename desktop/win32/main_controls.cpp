@@ -1,6 +1,7 @@
 #include "desktop/win32/main_controls.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "desktop/win32/fonts.h"
 #include "desktop/win32/resource.h"

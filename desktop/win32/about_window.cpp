@@ -1,10 +1,13 @@
 #include "desktop/win32/about_window.h"
 
+#include <memory>
+
 #include <windows.h>
 // After windows.h.
 #include <commctrl.h>
 
 #include "desktop/frmAbout.h"
+#include "desktop/win32/browser_control.h"
 #include "desktop/win32/dialog_text.h"
 #include "desktop/win32/modal.h"
 #include "desktop/win32/resource.h"
@@ -12,6 +15,11 @@
 
 namespace vornelle::win32 {
 namespace {
+
+constexpr UINT_PTR kLoadTimer = 1;
+constexpr UINT kLoadMilliseconds = 2000;
+
+std::unique_ptr<BrowserControl> browser;
 
 // The text as a link control takes it.
 std::string linkControlText() {
@@ -42,21 +50,57 @@ void showLinkControl(HWND dialog) {
   SendMessageW(text, WM_SETFONT, static_cast<WPARAM>(SendMessageW(dialog, WM_GETFONT, 0, 0)), TRUE);
 }
 
+void openLink(const std::string& address) { static_cast<void>(openInBrowser(address)); }
+
 void linkChosen(const NMHDR& header) {
   if (header.idFrom != IDC_ABOUT_TEXT || (header.code != NM_CLICK && header.code != NM_RETURN)) return;
   const auto& link = reinterpret_cast<const NMLINK&>(header);
-  static_cast<void>(openInBrowser(narrow(link.item.szUrl)));
+  openLink(narrow(link.item.szUrl));
+}
+
+// Under Wine the engine behind the control may be missing although the control is there; Wine would then ask the user to
+// download it.
+bool engineAsksToBeInstalled() {
+  const HMODULE system = GetModuleHandleW(L"ntdll.dll");
+  if (!system || !GetProcAddress(system, "wine_get_version")) return false;
+  const HMODULE engine = LoadLibraryW(L"mshtml.dll");
+  if (engine) FreeLibrary(engine);
+  return engine != nullptr;
+}
+
+void showText(HWND dialog) {
+  if (!engineAsksToBeInstalled()) {
+    browser = BrowserControl::create(dialog, textPlace(dialog), frmAboutHtml(), openLink);
+  }
+  if (browser) {
+    SetTimer(dialog, kLoadTimer, kLoadMilliseconds, nullptr);
+  } else {
+    showLinkControl(dialog);
+  }
+}
+
+void loadTimeIsUp(HWND dialog) {
+  KillTimer(dialog, kLoadTimer);
+  if (browser && browser->showsText()) return;
+  browser.reset();
+  showLinkControl(dialog);
 }
 
 INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_INITDIALOG:
       setWindowText(dialog, frmAboutTitle());
-      showLinkControl(dialog);
+      showText(dialog);
       SetFocus(GetDlgItem(dialog, IDOK));
       return FALSE;
     case WM_NOTIFY:
       linkChosen(*reinterpret_cast<const NMHDR*>(lParam));
+      return TRUE;
+    case WM_TIMER:
+      loadTimeIsUp(dialog);
+      return TRUE;
+    case WM_DESTROY:
+      browser.reset();
       return TRUE;
     case WM_COMMAND:
       if (LOWORD(wParam) == IDOK || LOWORD(wParam) == IDCANCEL) closeModal(dialog);

@@ -26,8 +26,8 @@ namespace {
 
 using win32::scaled;
 
-constexpr int kFirstWidth = 560;
-constexpr int kFirstHeight = 360;
+constexpr int kFirstWidth = 640;
+constexpr int kFirstHeight = 400;
 
 HWND window = nullptr;
 win32::MainControls controls;

@@ -38,3 +38,9 @@ if(desktop_sources)
     COMMAND ${CMAKE_COMMAND} -E copy_if_different ${data_files} ${application_folder}/data
     VERBATIM)
 endif()
+
+# What the desktop tests look at the windows with.
+if(WIN32)
+  add_executable(desktop_probe tests/desktop/probe.cpp)
+  target_link_libraries(desktop_probe PRIVATE ole32 shell32 uuid version comctl32)
+endif()

@@ -1,0 +1,296 @@
+// Looks at the windows of other programs for the desktop tests. Reads one command a line from standard input and answers
+// each with one line of JSON:
+//
+//   windows          every visible top-level window with its controls
+//   text HANDLE      the whole text of a window
+//   tips PID         the tool tips of a process: [{"window": HANDLE, "text": "..."}]
+//   menu HANDLE      the entries of a window's menu bar with their places
+//   taskbar          what a task bar tells all windows when it has been started
+//   link PATH        the target of a shell link
+//   version PATH     version information of a program file
+//
+// Started with two arguments it is the test's web browser: it writes its working folder and the second argument, the
+// address, into the file that the first one names.
+#include <windows.h>
+// After windows.h.
+#include <commctrl.h>
+#include <shlobj.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string utf8(const std::wstring& text) {
+  const int length = static_cast<int>(text.size());
+  std::string result(static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr)), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), length, result.data(), static_cast<int>(result.size()), nullptr, nullptr);
+  return result;
+}
+
+std::wstring wide(const std::string& text) {
+  const int length = static_cast<int>(text.size());
+  std::wstring result(static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0)), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, text.data(), length, result.data(), static_cast<int>(result.size()));
+  return result;
+}
+
+std::string quoted(const std::wstring& text) {
+  std::string result = "\"";
+  for (const char c : utf8(text)) {
+    if (c == '"' || c == '\\') {
+      (result += '\\') += c;
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04x", c);
+      result += escape;
+    } else {
+      result += c;
+    }
+  }
+  return result + "\"";
+}
+
+std::string number(long long value) { return std::to_string(value); }
+std::string handleNumber(HWND window) { return number(static_cast<long long>(reinterpret_cast<std::intptr_t>(window))); }
+HWND handleOf(const std::string& text) { return reinterpret_cast<HWND>(static_cast<std::intptr_t>(std::stoll(text))); }
+std::string boolean(bool value) { return value ? "true" : "false"; }
+
+std::string rectangle(const RECT& place) {
+  return "[" + number(place.left) + "," + number(place.top) + "," + number(place.right) + "," + number(place.bottom) + "]";
+}
+
+// Asked of the window itself: what another process holds as a caption is not the text of an edit box.
+std::wstring textOf(HWND window) {
+  DWORD_PTR length = 0;
+  if (!SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, 5000, &length)) return L"<no answer>";
+  std::wstring text(length + 1, L'\0');
+  DWORD_PTR got = 0;
+  if (!SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()), SMTO_ABORTIFHUNG, 5000, &got)) {
+    return L"<no answer>";
+  }
+  text.resize(got);
+  return text;
+}
+
+std::wstring classOf(HWND window) {
+  wchar_t name[256] = {};
+  GetClassNameW(window, name, 256);
+  return name;
+}
+
+DWORD processOf(HWND window) {
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
+  return process;
+}
+
+HWND focusOf(HWND window) {
+  GUITHREADINFO info{};
+  info.cbSize = sizeof info;
+  return GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info) ? info.hwndFocus : nullptr;
+}
+
+std::string describe(HWND window, bool withChildren) {
+  RECT place;
+  GetWindowRect(window, &place);
+  const std::wstring className = classOf(window);
+  const auto style = GetWindowLongPtrW(window, GWL_STYLE);
+  std::wstring text = textOf(window);
+  if (text.size() > 400) text.resize(400);
+  std::string result = "{\"handle\":" + handleNumber(window) + ",\"class\":" + quoted(className) + ",\"text\":" +
+                       quoted(text) + ",\"id\":" + number(GetDlgCtrlID(window)) + ",\"style\":" + number(style) +
+                       ",\"visible\":" + boolean(IsWindowVisible(window)) + ",\"enabled\":" +
+                       boolean(IsWindowEnabled(window)) + ",\"iconic\":" + boolean(IsIconic(window)) +
+                       ",\"focused\":" + boolean(focusOf(window) == window) + ",\"rect\":" + rectangle(place);
+  if (className == L"Button") {
+    result += ",\"checked\":" + boolean(SendMessageW(window, BM_GETCHECK, 0, 0) == BST_CHECKED);
+  }
+  if (withChildren) {
+    result += ",\"pid\":" + number(processOf(window)) + ",\"foreground\":" + boolean(GetForegroundWindow() == window) +
+              ",\"owner\":" + handleNumber(GetWindow(window, GW_OWNER)) + ",\"dpi\":" + number(GetDpiForWindow(window)) +
+              ",\"children\":[";
+    bool first = true;
+    for (HWND child = GetWindow(window, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+      if (!first) result += ",";
+      first = false;
+      result += describe(child, false);
+    }
+    result += "]";
+  }
+  return result + "}";
+}
+
+std::string windows() {
+  std::vector<HWND> found;
+  EnumWindows(
+      [](HWND window, LPARAM list) -> BOOL {
+        const std::wstring name = classOf(window);
+        const bool ours = name == L"VornelleForm1";  // looked at even while it is hidden
+        if ((IsWindowVisible(window) && GetWindow(window, GW_CHILD)) || ours || name == L"tooltips_class32") {
+          if (ours || IsWindowVisible(window)) reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
+        }
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(&found));
+  std::string result = "[";
+  for (const HWND window : found) result += (result.size() > 1 ? "," : "") + describe(window, true);
+  return result + "]";
+}
+
+// The tool tip control works with pointers of its own process.
+class RemoteMemory {
+ public:
+  RemoteMemory(DWORD process, std::size_t size)
+      : process_(OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ | PROCESS_VM_WRITE, FALSE, process)),
+        memory_(process_ ? VirtualAllocEx(process_, nullptr, size, MEM_COMMIT, PAGE_READWRITE) : nullptr) {}
+  ~RemoteMemory() {
+    if (memory_) VirtualFreeEx(process_, memory_, 0, MEM_RELEASE);
+    if (process_) CloseHandle(process_);
+  }
+  RemoteMemory(const RemoteMemory&) = delete;
+  RemoteMemory& operator=(const RemoteMemory&) = delete;
+
+  [[nodiscard]] char* at(std::size_t offset) const { return static_cast<char*>(memory_) + offset; }
+  void write(std::size_t offset, const void* data, std::size_t size) const {
+    WriteProcessMemory(process_, at(offset), data, size, nullptr);
+  }
+  void read(std::size_t offset, void* data, std::size_t size) const {
+    ReadProcessMemory(process_, at(offset), data, size, nullptr);
+  }
+
+ private:
+  HANDLE process_;
+  void* memory_;
+};
+
+std::string tipsOf(HWND control, DWORD process) {
+  constexpr std::size_t kTextAt = 256;
+  constexpr std::size_t kMostCharacters = 200;
+  const RemoteMemory memory(process, kTextAt + kMostCharacters * sizeof(wchar_t));
+  std::string result;
+  const auto count = SendMessageW(control, TTM_GETTOOLCOUNT, 0, 0);
+  for (LRESULT index = 0; index < count; ++index) {
+    TTTOOLINFOW tool{};
+    tool.cbSize = TTTOOLINFOW_V1_SIZE;
+    tool.lpszText = reinterpret_cast<wchar_t*>(memory.at(kTextAt));
+    memory.write(0, &tool, sizeof tool);
+    if (!SendMessageW(control, TTM_ENUMTOOLSW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(memory.at(0)))) continue;
+    memory.read(0, &tool, sizeof tool);
+    tool.lpszText = reinterpret_cast<wchar_t*>(memory.at(kTextAt));
+    memory.write(0, &tool, sizeof tool);
+    SendMessageW(control, TTM_GETTEXTW, kMostCharacters, reinterpret_cast<LPARAM>(memory.at(0)));
+    wchar_t text[kMostCharacters] = {};
+    memory.read(kTextAt, text, sizeof text - sizeof(wchar_t));
+    if (!result.empty()) result += ",";
+    result += "{\"window\":" + number(static_cast<long long>(tool.uId)) + ",\"text\":" + quoted(text) + "}";
+  }
+  return result;
+}
+
+std::string tips(DWORD process) {
+  struct Search {
+    DWORD process;
+    std::vector<HWND> found;
+  } search{process, {}};
+  EnumWindows(
+      [](HWND window, LPARAM parameter) -> BOOL {
+        auto* const wanted = reinterpret_cast<Search*>(parameter);
+        if (processOf(window) == wanted->process && classOf(window) == L"tooltips_class32") wanted->found.push_back(window);
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(&search));
+  std::string result;
+  for (const HWND control : search.found) {
+    const std::string list = tipsOf(control, process);
+    if (!list.empty()) result += (result.empty() ? "" : ",") + list;
+  }
+  return "[" + result + "]";
+}
+
+std::string menu(HWND window) {
+  const HMENU bar = GetMenu(window);
+  std::string result = "[";
+  for (int index = 0; index < GetMenuItemCount(bar); ++index) {
+    wchar_t text[200] = {};
+    GetMenuStringW(bar, static_cast<UINT>(index), text, 200, MF_BYPOSITION);
+    RECT place{};
+    GetMenuItemRect(window, bar, static_cast<UINT>(index), &place);
+    result += std::string(index ? "," : "") + "{\"text\":" + quoted(text) + ",\"rect\":" + rectangle(place) + "}";
+  }
+  return result + "]";
+}
+
+std::string link(const std::wstring& path) {
+  IShellLinkW* shellLink = nullptr;
+  IPersistFile* file = nullptr;
+  wchar_t target[1024] = {};
+  wchar_t arguments[1024] = {};
+  if (SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                                 reinterpret_cast<void**>(&shellLink)))) {
+    shellLink->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&file));
+    if (file && SUCCEEDED(file->Load(path.c_str(), STGM_READ))) {
+      shellLink->GetPath(target, 1024, nullptr, SLGP_RAWPATH);
+      shellLink->GetArguments(arguments, 1024);
+    }
+    if (file) file->Release();
+    shellLink->Release();
+  }
+  return "{\"target\":" + quoted(target) + ",\"arguments\":" + quoted(arguments) + "}";
+}
+
+std::string version(const std::wstring& path) {
+  std::vector<char> data(GetFileVersionInfoSizeW(path.c_str(), nullptr));
+  VS_FIXEDFILEINFO* fixed = nullptr;
+  wchar_t* product = nullptr;
+  UINT size = 0;
+  if (data.empty() || !GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(data.size()), data.data()) ||
+      !VerQueryValueW(data.data(), L"\\", reinterpret_cast<void**>(&fixed), &size)) {
+    return "null";
+  }
+  VerQueryValueW(data.data(), L"\\StringFileInfo\\040904B0\\ProductVersion", reinterpret_cast<void**>(&product), &size);
+  return "{\"file\":[" + number(HIWORD(fixed->dwFileVersionMS)) + "," + number(LOWORD(fixed->dwFileVersionMS)) + "," +
+         number(HIWORD(fixed->dwFileVersionLS)) + "," + number(LOWORD(fixed->dwFileVersionLS)) + "],\"product\":" +
+         quoted(product ? product : L"") + "}";
+}
+
+std::string answer(const std::string& line) {
+  const std::size_t blank = line.find(' ');
+  const std::string command = line.substr(0, blank);
+  const std::string argument = blank == std::string::npos ? "" : line.substr(blank + 1);
+  if (command == "windows") return windows();
+  if (command == "text") return quoted(textOf(handleOf(argument)));
+  if (command == "tips") return tips(static_cast<DWORD>(std::stoul(argument)));
+  if (command == "menu") return menu(handleOf(argument));
+  if (command == "link") return link(wide(argument));
+  if (command == "version") return version(wide(argument));
+  if (command == "taskbar") {
+    return boolean(PostMessageW(HWND_BROADCAST, RegisterWindowMessageW(L"TaskbarCreated"), 0, 0));
+  }
+  return "null";
+}
+
+int recordAddress(const char* file, const char* address) {
+  wchar_t folder[MAX_PATH] = {};
+  GetCurrentDirectoryW(MAX_PATH, folder);
+  std::FILE* const record = std::fopen(file, "ab");
+  if (!record) return 1;
+  std::fprintf(record, "%s %s\n", utf8(folder).c_str(), address);
+  return std::fclose(record);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count == 3) return recordAddress(arguments[1], arguments[2]);
+  CoInitialize(nullptr);
+  std::string line;
+  while (std::getline(std::cin, line)) {
+    while (!line.empty() && (line.back() == '\r' || line.back() == '\n')) line.pop_back();
+    std::cout << answer(line) << std::endl;
+  }
+  return 0;
+}

@@ -379,7 +379,7 @@ TEST_F(FilterRun, SpamWithoutAUniqueIdIsKept) {
 
 TEST_F(FilterRun, ALineCutInAMessageDeletesNothing) {
   for (const char* cutAt :
-       {"RETR 1", "RETR 2", "DELE 1", "DELE 2", "TOP 2 0", "TOP 2 1", "UIDL", "LIST", "STAT"}) {
+       {"RETR 1", "RETR 2", "DELE 1", "DELE 2", "TOP 2", "UIDL", "LIST"}) {
     drop.mails.clear();
     add("id1", "eve@elsewhere.example");
     add("id2", "eve@elsewhere.example");

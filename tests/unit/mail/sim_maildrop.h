@@ -27,7 +27,7 @@ struct SimMaildrop {
   bool uidlUnknown = false;  // the server has no UIDL command
   int sessions = 0;          // that have begun
   int quits = 0;
-  std::string cutAt;  // the connection ends in the middle of the answer to this command line
+  std::string cutAt;  // the connection ends in the middle of the answer to a command line that begins so
   std::function<void(const std::string& commandLine)> onCommand;
 
   // Serves it from then on. The maildrop must outlive the connections.
@@ -55,7 +55,7 @@ class SimMaildropSession : public sim::Server {
       std::string answer;
       execute(line, answer);
       if (drop_.onCommand) drop_.onCommand(line);
-      if (line == drop_.cutAt) {
+      if (!drop_.cutAt.empty() && line.starts_with(drop_.cutAt)) {
         answer.resize(answer.size() / 2);
         closed = true;
       }

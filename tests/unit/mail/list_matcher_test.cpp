@@ -56,7 +56,8 @@ TEST(ListMatcher, AnEntryWithATrailingBlankMatchesOnlySendersWithThatBlank) {
 }
 
 TEST(ListMatcher, AnEntryOfBlanksMatchesNothing) {
-  EXPECT_FALSE(matches({" ", "   ", ""}, "to bob   smith"));
+  EXPECT_FALSE(matches({" ", "   "}, "to bob   smith"));
+  EXPECT_FALSE(matches({""}, "to bob   smith"));
   EXPECT_TRUE(matches({" ", "smith"}, "to bob smith"));
 }
 

@@ -1,0 +1,342 @@
+#include "desktop/dlgConfig.h"
+
+#include <memory>
+#include <set>
+
+#include "core/settings.h"
+#include "mail/mail_component.h"
+#include "tests/unit/support.h"
+
+namespace vornelle {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char *kConnecting = "Vornelle will now attempt to connect to "
+                                    "servers.\nThis may take a few seconds.";
+
+// Answers each line by what it starts with; "-ERR" or "500" for everything
+// else. Keeps what it was told.
+class LineServer : public sim::Server {
+public:
+  using Replies = std::vector<std::pair<std::string, std::string>>;
+  LineServer(std::string greeting, Replies replies,
+             std::vector<std::string> &told)
+      : greeting_(std::move(greeting)), replies_(std::move(replies)),
+        told_(told) {}
+  void onConnect(std::string &out) override { out += greeting_ + "\r\n"; }
+  void onData(std::string_view bytes, std::string &out) override {
+    pending_ += bytes;
+    for (std::size_t end = pending_.find("\r\n"); end != std::string::npos;
+         end = pending_.find("\r\n")) {
+      answer(pending_.substr(0, end), out);
+      pending_.erase(0, end + 2);
+    }
+  }
+
+private:
+  void answer(const std::string &line, std::string &out) {
+    told_.push_back(line);
+    for (const auto &[start, reply] : replies_) {
+      if (!line.starts_with(start))
+        continue;
+      out += reply + "\r\n";
+      return;
+    }
+    out += greeting_.starts_with("+OK") ? "-ERR no\r\n" : "500 no\r\n";
+  }
+
+  std::string greeting_;
+  Replies replies_;
+  std::vector<std::string> &told_;
+  std::string pending_;
+};
+
+class SettingsDialog : public SimTest {
+protected:
+  SettingsDialog() {
+    assignConstants();
+    settings.httpPort = 7000;
+    settings.POP_PASSWORD = "secret";
+    settings.SMTP_PASSWORD = "ab";
+    sim::addServer("pop.example", 110, [this] {
+      return std::make_unique<LineServer>(
+          "+OK hello",
+          LineServer::Replies{{"USER joe", "+OK"},
+                              {"PASS secret", "+OK"},
+                              {"STAT", "+OK 0 0"},
+                              {"QUIT", "+OK"}},
+          toldPop);
+    });
+    sim::addServer("smtp.example", 25, [this] {
+      return std::make_unique<LineServer>(
+          "220 hello",
+          LineServer::Replies{{"EHLO", "250-smtp.example\r\n250 AUTH LOGIN"},
+                              {"AUTH LOGIN", "334 VXNlcm5hbWU6"},
+                              {"c3U=", "334 UGFzc3dvcmQ6"},
+                              {"c3A=", "235 welcome"},
+                              {"QUIT", "221 bye"}},
+          toldSmtp);
+    });
+  }
+
+  static std::vector<std::string> &boxes() { return sim::shell().messageBoxes; }
+  static std::string file() { return contentOf("\\Vornelle.ini"); }
+
+  std::vector<std::string> toldPop;
+  std::vector<std::string> toldSmtp;
+};
+
+// ---- the dialog as it opens ----
+
+TEST_F(SettingsDialog, ShowsEverySettingAndMasksThePasswords) {
+  settings.HTTP_PORT_CFG = "7100";
+  settings.CHECK_MIN = 11;
+  settings.SESSION_MIN = 12;
+  settings.EMAIL_ADDRESS = "joe@example.com";
+  settings.POP_SERVER = "pop.example";
+  settings.POP_ACCOUNT = "joe";
+  settings.SMTP_SERVER = "smtp.example";
+  settings.SMTP_USER = "su";
+  settings.MAX_SPAM_SIZE = 13;
+  settings.MAX_LINK_SIZE = 14;
+  settings.MESSAGES_PER_PAGE = -1;
+  settings.NEW_WINDOW = false;
+  settings.MAX_LINK_SIZE_ON = true;
+  const DlgConfig boxesShown = dlgConfigLoad();
+  EXPECT_EQ(boxesShown.txtHTTP_PORT_CFG, "7100");
+  EXPECT_EQ(boxesShown.txtCHECK_MIN, "11");
+  EXPECT_EQ(boxesShown.txtSESSION_MIN, "12");
+  EXPECT_EQ(boxesShown.txtEMAIL_ADDRESS, "joe@example.com");
+  EXPECT_EQ(boxesShown.txtPOP_SERVER, "pop.example");
+  EXPECT_EQ(boxesShown.txtPOP_ACCOUNT, "joe");
+  EXPECT_EQ(boxesShown.txtPOP_PASSWORD, "******");
+  EXPECT_EQ(boxesShown.txtSMTP_SERVER, "smtp.example");
+  EXPECT_EQ(boxesShown.txtSMTP_USER, "su");
+  EXPECT_EQ(boxesShown.txtSMTP_PASSWORD, "**");
+  EXPECT_EQ(boxesShown.txtMAX_SPAM_SIZE, "13");
+  EXPECT_EQ(boxesShown.txtMAX_LINK_SIZE, "14");
+  EXPECT_EQ(boxesShown.txtMESSAGES_PER_PAGE, "-1");
+  EXPECT_FALSE(boxesShown.ckNEW_WINDOW);
+  EXPECT_TRUE(boxesShown.ckMAX_LINK_SIZE_ON);
+}
+
+TEST_F(SettingsDialog, EveryBoxHasARowAndEveryRowABox) {
+  DlgConfig boxesShown;
+  std::set<const void *> shown;
+  for (const DlgConfigRow &row : kDlgConfigRows) {
+    EXPECT_NE(row.text != nullptr, row.check != nullptr) << row.label;
+    EXPECT_STRNE(row.label, "");
+    if (row.text)
+      shown.insert(&(boxesShown.*row.text));
+    if (row.check)
+      shown.insert(&(boxesShown.*row.check));
+  }
+  EXPECT_EQ(shown.size(), 15u);
+}
+
+// ---- Update ----
+
+TEST_F(SettingsDialog, UpdateStoresAndSavesEveryBox) {
+  const DlgConfig typed = {.txtHTTP_PORT_CFG = "7200",
+                           .txtCHECK_MIN = "21",
+                           .txtSESSION_MIN = "22",
+                           .txtPOP_SERVER = "",
+                           .txtPOP_ACCOUNT = "ann",
+                           .txtPOP_PASSWORD = "new1",
+                           .txtSMTP_SERVER = "",
+                           .txtSMTP_USER = "su",
+                           .txtSMTP_PASSWORD = "new2",
+                           .ckNEW_WINDOW = false,
+                           .txtEMAIL_ADDRESS = " ann@example.com ",
+                           .txtMAX_SPAM_SIZE = "23",
+                           .txtMAX_LINK_SIZE = "24",
+                           .ckMAX_LINK_SIZE_ON = false,
+                           .txtMESSAGES_PER_PAGE = "25"};
+  EXPECT_TRUE(SaveButtonClick(typed).close);
+  EXPECT_EQ(settings.httpPort, 7200);
+  EXPECT_EQ(settings.EMAIL_ADDRESS,
+            " ann@example.com "); // as typed; the file has it trimmed
+  EXPECT_EQ(file(), "EMAIL_ADDRESS=ann@example.com\r\nSMTP_SERVER=\r\nSMTP_"
+                    "USER=su\r\nSMTP_PASSWORD=new2\r\nPOP_SERVER=\r\n"
+                    "POP_ACCOUNT=ann\r\nPOP_PASSWORD=new1\r\nHTTP_PORT_CFG="
+                    "7200\r\nCHECK_MIN=21\r\nSESSION_MIN=22\r\n"
+                    "MAX_SPAM_SIZE=23\r\nMAX_LINK_SIZE=24\r\nMESSAGES_PER_PAGE="
+                    "25\r\nNEW_WINDOW=FALSE\r\n"
+                    "MAX_LINK_SIZE_ON=FALSE\r\nACTIVATE_START=FALSE\r\nSTART_"
+                    "MINIMIZED=FALSE\r\nTEST_MODE=FALSE\r\n");
+}
+
+TEST_F(SettingsDialog, UpdateWithoutChangesKeepsBothPasswords) {
+  EXPECT_TRUE(SaveButtonClick(dlgConfigLoad()).close);
+  EXPECT_EQ(settings.POP_PASSWORD, "secret");
+  EXPECT_EQ(settings.SMTP_PASSWORD, "ab");
+}
+
+TEST_F(SettingsDialog, AnAsteriskAnywhereLeavesThePassword) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtPOP_PASSWORD = "new*one";
+  typed.txtSMTP_PASSWORD = "";
+  static_cast<void>(SaveButtonClick(typed));
+  EXPECT_EQ(settings.POP_PASSWORD, "secret");
+  EXPECT_EQ(settings.SMTP_PASSWORD, "");
+}
+
+TEST_F(SettingsDialog, NumbersAreClampedSilently) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtCHECK_MIN = "5";
+  typed.txtSESSION_MIN = "100";
+  typed.txtMAX_SPAM_SIZE = "much";
+  typed.txtMAX_LINK_SIZE = "99999";
+  EXPECT_TRUE(SaveButtonClick(typed).close);
+  EXPECT_EQ(settings.CHECK_MIN, 10);
+  EXPECT_EQ(settings.SESSION_MIN, 60);
+  EXPECT_EQ(settings.MAX_SPAM_SIZE, 10);
+  EXPECT_EQ(settings.MAX_LINK_SIZE, 30000);
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Settings updated"));
+}
+
+TEST_F(SettingsDialog, PortAndMessagesPerPageAreRounded) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtHTTP_PORT_CFG = "7100.5";
+  typed.txtMESSAGES_PER_PAGE = "15.5";
+  EXPECT_TRUE(SaveButtonClick(typed).close);
+  EXPECT_EQ(settings.httpPort, 7100);
+  EXPECT_EQ(settings.HTTP_PORT_CFG, "7100.5");
+  EXPECT_EQ(settings.MESSAGES_PER_PAGE, 16);
+}
+
+TEST_F(SettingsDialog, APortThatIsNoNumberIsRefusedAndNothingIsStored) {
+  for (const char *port : {"", "web", "70 00", "99999999999"}) {
+    boxes().clear();
+    DlgConfig typed = dlgConfigLoad();
+    typed.txtHTTP_PORT_CFG = port;
+    typed.txtPOP_ACCOUNT = "ann";
+    typed.ckNEW_WINDOW = false;
+    const DlgConfigResult result = SaveButtonClick(typed);
+    EXPECT_FALSE(result.close);
+    EXPECT_TRUE(result.focus == &DlgConfig::txtHTTP_PORT_CFG);
+    EXPECT_THAT(
+        boxes(),
+        ElementsAre("HTTP Port takes a whole number, for example 7000."))
+        << port;
+    EXPECT_EQ(settings.HTTP_PORT_CFG, "7000");
+    EXPECT_EQ(settings.POP_ACCOUNT, "");
+    EXPECT_TRUE(settings.NEW_WINDOW);
+    EXPECT_EQ(file(), "(missing)");
+  }
+}
+
+TEST_F(SettingsDialog,
+       MessagesPerPageThatIsNoNumberIsRefusedAndNothingIsStored) {
+  for (const char *rows : {"", "many", "32768", "-40000"}) {
+    boxes().clear();
+    DlgConfig typed = dlgConfigLoad();
+    typed.txtHTTP_PORT_CFG = "7100";
+    typed.txtMESSAGES_PER_PAGE = rows;
+    const DlgConfigResult result = SaveButtonClick(typed);
+    EXPECT_FALSE(result.close);
+    EXPECT_TRUE(result.focus == &DlgConfig::txtMESSAGES_PER_PAGE);
+    EXPECT_THAT(boxes(), ElementsAre("Messages Per Page takes a whole number "
+                                     "up to 32767, for example 15."))
+        << rows;
+    EXPECT_EQ(settings.HTTP_PORT_CFG, "7000");
+    EXPECT_EQ(settings.httpPort, 7000);
+    EXPECT_EQ(file(), "(missing)");
+  }
+}
+
+// ---- the connection tests ----
+
+TEST_F(SettingsDialog, WithoutServersNothingIsTested) {
+  EXPECT_TRUE(SaveButtonClick(dlgConfigLoad()).close);
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Settings updated"));
+  EXPECT_EQ(sim::connectionsMade(), 0);
+  EXPECT_EQ(sim::shell().beeps, 0);
+}
+
+TEST_F(SettingsDialog, BothServersAreTestedWithTheNewSettings) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtPOP_SERVER = "pop.example";
+  typed.txtPOP_ACCOUNT = "joe";
+  typed.txtSMTP_SERVER = "smtp.example";
+  typed.txtSMTP_USER = "su";
+  typed.txtSMTP_PASSWORD = "sp";
+  EXPECT_TRUE(SaveButtonClick(typed).close);
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Settings updated"));
+  EXPECT_THAT(toldPop, AllOf(testing::Contains("USER joe"),
+                             testing::Contains("PASS secret"),
+                             testing::Contains("QUIT")));
+  EXPECT_THAT(toldSmtp,
+              AllOf(testing::Contains(HasSubstr("EHLO")),
+                    testing::Contains("c3A="), testing::Contains("QUIT")));
+  EXPECT_EQ(currentMail, nullptr);
+}
+
+TEST_F(SettingsDialog, WithoutAnSmtpUserTheServerIsOnlyGreeted) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtSMTP_SERVER = "smtp.example";
+  EXPECT_TRUE(SaveButtonClick(typed).close);
+  EXPECT_THAT(toldSmtp, testing::Not(testing::Contains(HasSubstr("AUTH"))));
+}
+
+TEST_F(SettingsDialog,
+       AFailedPop3LogOnIsSaidAndTheDialogStaysOpenWithTheSettingsSaved) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtPOP_SERVER = "pop.example";
+  typed.txtPOP_ACCOUNT = "joe";
+  typed.txtPOP_PASSWORD = "wrong";
+  std::string fileThen;
+  sim::shell().onMessageBox = [&](const std::string &text) {
+    if (text == kConnecting)
+      fileThen = file();
+  };
+  const DlgConfigResult result = SaveButtonClick(typed);
+  EXPECT_FALSE(result.close);
+  EXPECT_TRUE(result.focus == nullptr);
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto POP3 Server!",
+                                   "Settings updated"));
+  EXPECT_EQ(sim::shell().beeps, 1);
+  EXPECT_THAT(fileThen, HasSubstr("POP_PASSWORD=wrong\r\n"));
+}
+
+TEST_F(SettingsDialog, AFailedSmtpLogOnIsSaid) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtSMTP_SERVER = "smtp.example";
+  typed.txtSMTP_USER = "su";
+  typed.txtSMTP_PASSWORD = "wrong";
+  EXPECT_FALSE(SaveButtonClick(typed).close);
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto SMTP Server!",
+                                   "Settings updated"));
+  EXPECT_EQ(sim::shell().beeps, 1);
+}
+
+TEST_F(SettingsDialog, BothFailuresAreSaidInOrder) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtPOP_SERVER = "nobody.example";
+  typed.txtSMTP_SERVER = "nobody.example";
+  EXPECT_FALSE(SaveButtonClick(typed).close);
+  EXPECT_THAT(boxes(),
+              ElementsAre(kConnecting, "Cannot log onto POP3 Server!",
+                          "Cannot log onto SMTP Server!", "Settings updated"));
+  EXPECT_EQ(sim::shell().beeps, 2);
+}
+
+TEST_F(SettingsDialog, AMailTaskThatTookTheSlotMeanwhileMakesTheTestsFail) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtPOP_SERVER = "pop.example";
+  typed.txtPOP_ACCOUNT = "joe";
+  typed.txtSMTP_SERVER = "smtp.example";
+  sim::shell().onMessageBox = [](const std::string &text) {
+    if (text == kConnecting)
+      currentMail.reset();
+  };
+  EXPECT_FALSE(SaveButtonClick(typed).close);
+  EXPECT_EQ(sim::connectionsMade(), 0);
+}
+
+} // namespace
+} // namespace vornelle

@@ -298,6 +298,15 @@ TEST_F(FilterRun, TheTipIsSetBeforeTheClosingLineIsLogged) {
   EXPECT_EQ(sim::shell().iconAdds, 1);
 }
 
+TEST_F(FilterRun, ALargeMailboxOnAPipeliningServerIsFilteredWhole) {
+  drop.pipelining = true;
+  for (int n = 0; n < 1500; ++n)
+    add("id" + std::to_string(n), n % 2 == 0 ? "eve@elsewhere.example" : "bob@friends.example");
+  mailFilter();
+  EXPECT_EQ(newLog().back(), "Mail filtered:  750 msgs.  750 spam.");
+  EXPECT_EQ(drop.mails.size(), 750u);
+}
+
 TEST_F(FilterRun, UniqueIdsThatDifferInLetterCaseAreBothSavedAndDeleted) {
   add("AB", "eve@elsewhere.example", "first");
   add("ab", "eve@elsewhere.example", "second");
@@ -378,8 +387,7 @@ TEST_F(FilterRun, SpamWithoutAUniqueIdIsKept) {
 }
 
 TEST_F(FilterRun, ALineCutInAMessageDeletesNothing) {
-  for (const char* cutAt :
-       {"RETR 1", "RETR 2", "DELE 1", "DELE 2", "TOP 2", "UIDL", "LIST"}) {
+  for (const char* cutAt : {"RETR 1", "RETR 2", "DELE 1", "DELE 2", "TOP 2", "UIDL", "LIST"}) {
     drop.mails.clear();
     add("id1", "eve@elsewhere.example");
     add("id2", "eve@elsewhere.example");

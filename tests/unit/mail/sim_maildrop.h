@@ -25,6 +25,7 @@ struct SimMaildrop {
   std::vector<SimMail> mails;
   bool logOnRefused = false;
   bool uidlUnknown = false;  // the server has no UIDL command
+  bool pipelining = false;   // CAPA says so
   int sessions = 0;          // that have begun
   int quits = 0;
   std::string cutAt;  // the connection ends in the middle of the answer to a command line that begins so
@@ -77,6 +78,8 @@ class SimMaildropSession : public sim::Server {
       out += "+OK " + std::to_string(mails_.size() - deleted_.size()) + " 1\r\n";
     } else if (verb == "LIST" || (verb == "UIDL" && !drop_.uidlUnknown)) {
       list(verb, out);
+    } else if (verb == "CAPA" && drop_.pipelining) {
+      out += "+OK\r\nTOP\r\nUIDL\r\nPIPELINING\r\n.\r\n";
     } else if (verb == "TOP" && known) {
       const std::string& source = mails_[number - 1].source;
       multiline(source.substr(0, source.find("\r\n\r\n") + 4), out);

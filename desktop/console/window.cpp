@@ -1,4 +1,5 @@
-// The log box's text goes to standard output as it grows. Everything else of the window has no place in a terminal.
+// The log box's text goes to standard output as it grows. Everything else of the window has no place in a
+// terminal.
 #include "desktop/window.h"
 
 #include <cstdio>

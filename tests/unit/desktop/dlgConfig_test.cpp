@@ -15,34 +15,31 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr const char *kConnecting = "Vornelle will now attempt to connect to "
-                                    "servers.\nThis may take a few seconds.";
+constexpr const char* kConnecting =
+    "Vornelle will now attempt to connect to "
+    "servers.\nThis may take a few seconds.";
 
 // Answers each line by what it starts with; "-ERR" or "500" for everything
 // else. Keeps what it was told.
 class LineServer : public sim::Server {
-public:
+ public:
   using Replies = std::vector<std::pair<std::string, std::string>>;
-  LineServer(std::string greeting, Replies replies,
-             std::vector<std::string> &told)
-      : greeting_(std::move(greeting)), replies_(std::move(replies)),
-        told_(told) {}
-  void onConnect(std::string &out) override { out += greeting_ + "\r\n"; }
-  void onData(std::string_view bytes, std::string &out) override {
+  LineServer(std::string greeting, Replies replies, std::vector<std::string>& told)
+      : greeting_(std::move(greeting)), replies_(std::move(replies)), told_(told) {}
+  void onConnect(std::string& out) override { out += greeting_ + "\r\n"; }
+  void onData(std::string_view bytes, std::string& out) override {
     pending_ += bytes;
-    for (std::size_t end = pending_.find("\r\n"); end != std::string::npos;
-         end = pending_.find("\r\n")) {
+    for (std::size_t end = pending_.find("\r\n"); end != std::string::npos; end = pending_.find("\r\n")) {
       answer(pending_.substr(0, end), out);
       pending_.erase(0, end + 2);
     }
   }
 
-private:
-  void answer(const std::string &line, std::string &out) {
+ private:
+  void answer(const std::string& line, std::string& out) {
     told_.push_back(line);
-    for (const auto &[start, reply] : replies_) {
-      if (!line.starts_with(start))
-        continue;
+    for (const auto& [start, reply] : replies_) {
+      if (!line.starts_with(start)) continue;
       out += reply + "\r\n";
       return;
     }
@@ -51,12 +48,12 @@ private:
 
   std::string greeting_;
   Replies replies_;
-  std::vector<std::string> &told_;
+  std::vector<std::string>& told_;
   std::string pending_;
 };
 
 class SettingsDialog : public SimTest {
-protected:
+ protected:
   SettingsDialog() {
     assignConstants();
     settings.httpPort = 7000;
@@ -65,25 +62,22 @@ protected:
     sim::addServer("pop.example", 110, [this] {
       return std::make_unique<LineServer>(
           "+OK hello",
-          LineServer::Replies{{"USER joe", "+OK"},
-                              {"PASS secret", "+OK"},
-                              {"STAT", "+OK 0 0"},
-                              {"QUIT", "+OK"}},
+          LineServer::Replies{
+              {"USER joe", "+OK"}, {"PASS secret", "+OK"}, {"STAT", "+OK 0 0"}, {"QUIT", "+OK"}},
           toldPop);
     });
     sim::addServer("smtp.example", 25, [this] {
-      return std::make_unique<LineServer>(
-          "220 hello",
-          LineServer::Replies{{"EHLO", "250-smtp.example\r\n250 AUTH LOGIN"},
-                              {"AUTH LOGIN", "334 VXNlcm5hbWU6"},
-                              {"c3U=", "334 UGFzc3dvcmQ6"},
-                              {"c3A=", "235 welcome"},
-                              {"QUIT", "221 bye"}},
-          toldSmtp);
+      return std::make_unique<LineServer>("220 hello",
+                                          LineServer::Replies{{"EHLO", "250-smtp.example\r\n250 AUTH LOGIN"},
+                                                              {"AUTH LOGIN", "334 VXNlcm5hbWU6"},
+                                                              {"c3U=", "334 UGFzc3dvcmQ6"},
+                                                              {"c3A=", "235 welcome"},
+                                                              {"QUIT", "221 bye"}},
+                                          toldSmtp);
     });
   }
 
-  static std::vector<std::string> &boxes() { return sim::shell().messageBoxes; }
+  static std::vector<std::string>& boxes() { return sim::shell().messageBoxes; }
   static std::string file() { return contentOf("\\Vornelle.ini"); }
 
   std::vector<std::string> toldPop;
@@ -126,14 +120,12 @@ TEST_F(SettingsDialog, ShowsEverySettingAndMasksThePasswords) {
 
 TEST_F(SettingsDialog, EveryBoxHasARowAndEveryRowABox) {
   DlgConfig boxesShown;
-  std::set<const void *> shown;
-  for (const DlgConfigRow &row : kDlgConfigRows) {
+  std::set<const void*> shown;
+  for (const DlgConfigRow& row : kDlgConfigRows) {
     EXPECT_NE(row.text != nullptr, row.check != nullptr) << row.label;
     EXPECT_STRNE(row.label, "");
-    if (row.text)
-      shown.insert(&(boxesShown.*row.text));
-    if (row.check)
-      shown.insert(&(boxesShown.*row.check));
+    if (row.text) shown.insert(&(boxesShown.*row.text));
+    if (row.check) shown.insert(&(boxesShown.*row.check));
   }
   EXPECT_EQ(shown.size(), 15u);
 }
@@ -159,15 +151,16 @@ TEST_F(SettingsDialog, UpdateStoresAndSavesEveryBox) {
   EXPECT_TRUE(SaveButtonClick(typed).close);
   EXPECT_EQ(settings.httpPort, 7200);
   EXPECT_EQ(settings.EMAIL_ADDRESS,
-            " ann@example.com "); // as typed; the file has it trimmed
-  EXPECT_EQ(file(), "EMAIL_ADDRESS=ann@example.com\r\nSMTP_SERVER=\r\nSMTP_"
-                    "USER=su\r\nSMTP_PASSWORD=new2\r\nPOP_SERVER=\r\n"
-                    "POP_ACCOUNT=ann\r\nPOP_PASSWORD=new1\r\nHTTP_PORT_CFG="
-                    "7200\r\nCHECK_MIN=21\r\nSESSION_MIN=22\r\n"
-                    "MAX_SPAM_SIZE=23\r\nMAX_LINK_SIZE=24\r\nMESSAGES_PER_PAGE="
-                    "25\r\nNEW_WINDOW=FALSE\r\n"
-                    "MAX_LINK_SIZE_ON=FALSE\r\nACTIVATE_START=FALSE\r\nSTART_"
-                    "MINIMIZED=FALSE\r\nTEST_MODE=FALSE\r\n");
+            " ann@example.com ");  // as typed; the file has it trimmed
+  EXPECT_EQ(file(),
+            "EMAIL_ADDRESS=ann@example.com\r\nSMTP_SERVER=\r\nSMTP_"
+            "USER=su\r\nSMTP_PASSWORD=new2\r\nPOP_SERVER=\r\n"
+            "POP_ACCOUNT=ann\r\nPOP_PASSWORD=new1\r\nHTTP_PORT_CFG="
+            "7200\r\nCHECK_MIN=21\r\nSESSION_MIN=22\r\n"
+            "MAX_SPAM_SIZE=23\r\nMAX_LINK_SIZE=24\r\nMESSAGES_PER_PAGE="
+            "25\r\nNEW_WINDOW=FALSE\r\n"
+            "MAX_LINK_SIZE_ON=FALSE\r\nACTIVATE_START=FALSE\r\nSTART_"
+            "MINIMIZED=FALSE\r\nTEST_MODE=FALSE\r\n");
 }
 
 TEST_F(SettingsDialog, UpdateWithoutChangesKeepsBothPasswords) {
@@ -210,7 +203,7 @@ TEST_F(SettingsDialog, PortAndMessagesPerPageAreRounded) {
 }
 
 TEST_F(SettingsDialog, APortThatIsNoNumberIsRefusedAndNothingIsStored) {
-  for (const char *port : {"", "web", "70 00", "99999999999"}) {
+  for (const char* port : {"", "web", "70 00", "99999999999"}) {
     boxes().clear();
     DlgConfig typed = dlgConfigLoad();
     typed.txtHTTP_PORT_CFG = port;
@@ -219,10 +212,7 @@ TEST_F(SettingsDialog, APortThatIsNoNumberIsRefusedAndNothingIsStored) {
     const DlgConfigResult result = SaveButtonClick(typed);
     EXPECT_FALSE(result.close);
     EXPECT_TRUE(result.focus == &DlgConfig::txtHTTP_PORT_CFG);
-    EXPECT_THAT(
-        boxes(),
-        ElementsAre("HTTP Port takes a whole number, for example 7000."))
-        << port;
+    EXPECT_THAT(boxes(), ElementsAre("HTTP Port takes a whole number, for example 7000.")) << port;
     EXPECT_EQ(settings.HTTP_PORT_CFG, "7000");
     EXPECT_EQ(settings.POP_ACCOUNT, "");
     EXPECT_TRUE(settings.NEW_WINDOW);
@@ -230,9 +220,8 @@ TEST_F(SettingsDialog, APortThatIsNoNumberIsRefusedAndNothingIsStored) {
   }
 }
 
-TEST_F(SettingsDialog,
-       MessagesPerPageThatIsNoNumberIsRefusedAndNothingIsStored) {
-  for (const char *rows : {"", "many", "32768", "-40000"}) {
+TEST_F(SettingsDialog, MessagesPerPageThatIsNoNumberIsRefusedAndNothingIsStored) {
+  for (const char* rows : {"", "many", "32768", "-40000"}) {
     boxes().clear();
     DlgConfig typed = dlgConfigLoad();
     typed.txtHTTP_PORT_CFG = "7100";
@@ -267,12 +256,10 @@ TEST_F(SettingsDialog, BothServersAreTestedWithTheNewSettings) {
   typed.txtSMTP_PASSWORD = "sp";
   EXPECT_TRUE(SaveButtonClick(typed).close);
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Settings updated"));
-  EXPECT_THAT(toldPop, AllOf(testing::Contains("USER joe"),
-                             testing::Contains("PASS secret"),
+  EXPECT_THAT(toldPop, AllOf(testing::Contains("USER joe"), testing::Contains("PASS secret"),
                              testing::Contains("QUIT")));
-  EXPECT_THAT(toldSmtp,
-              AllOf(testing::Contains(HasSubstr("EHLO")),
-                    testing::Contains("c3A="), testing::Contains("QUIT")));
+  EXPECT_THAT(toldSmtp, AllOf(testing::Contains(HasSubstr("EHLO")), testing::Contains("c3A="),
+                              testing::Contains("QUIT")));
   EXPECT_EQ(currentMail, nullptr);
 }
 
@@ -283,22 +270,19 @@ TEST_F(SettingsDialog, WithoutAnSmtpUserTheServerIsOnlyGreeted) {
   EXPECT_THAT(toldSmtp, testing::Not(testing::Contains(HasSubstr("AUTH"))));
 }
 
-TEST_F(SettingsDialog,
-       AFailedPop3LogOnIsSaidAndTheDialogStaysOpenWithTheSettingsSaved) {
+TEST_F(SettingsDialog, AFailedPop3LogOnIsSaidAndTheDialogStaysOpenWithTheSettingsSaved) {
   DlgConfig typed = dlgConfigLoad();
   typed.txtPOP_SERVER = "pop.example";
   typed.txtPOP_ACCOUNT = "joe";
   typed.txtPOP_PASSWORD = "wrong";
   std::string fileThen;
-  sim::shell().onMessageBox = [&](const std::string &text) {
-    if (text == kConnecting)
-      fileThen = file();
+  sim::shell().onMessageBox = [&](const std::string& text) {
+    if (text == kConnecting) fileThen = file();
   };
   const DlgConfigResult result = SaveButtonClick(typed);
   EXPECT_FALSE(result.close);
   EXPECT_TRUE(result.focus == nullptr);
-  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto POP3 Server!",
-                                   "Settings updated"));
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto POP3 Server!", "Settings updated"));
   EXPECT_EQ(sim::shell().beeps, 1);
   EXPECT_THAT(fileThen, HasSubstr("POP_PASSWORD=wrong\r\n"));
 }
@@ -309,8 +293,7 @@ TEST_F(SettingsDialog, AFailedSmtpLogOnIsSaid) {
   typed.txtSMTP_USER = "su";
   typed.txtSMTP_PASSWORD = "wrong";
   EXPECT_FALSE(SaveButtonClick(typed).close);
-  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto SMTP Server!",
-                                   "Settings updated"));
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto SMTP Server!", "Settings updated"));
   EXPECT_EQ(sim::shell().beeps, 1);
 }
 
@@ -319,9 +302,8 @@ TEST_F(SettingsDialog, BothFailuresAreSaidInOrder) {
   typed.txtPOP_SERVER = "nobody.example";
   typed.txtSMTP_SERVER = "nobody.example";
   EXPECT_FALSE(SaveButtonClick(typed).close);
-  EXPECT_THAT(boxes(),
-              ElementsAre(kConnecting, "Cannot log onto POP3 Server!",
-                          "Cannot log onto SMTP Server!", "Settings updated"));
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto POP3 Server!",
+                                   "Cannot log onto SMTP Server!", "Settings updated"));
   EXPECT_EQ(sim::shell().beeps, 2);
 }
 
@@ -330,13 +312,12 @@ TEST_F(SettingsDialog, AMailTaskThatTookTheSlotMeanwhileMakesTheTestsFail) {
   typed.txtPOP_SERVER = "pop.example";
   typed.txtPOP_ACCOUNT = "joe";
   typed.txtSMTP_SERVER = "smtp.example";
-  sim::shell().onMessageBox = [](const std::string &text) {
-    if (text == kConnecting)
-      currentMail.reset();
+  sim::shell().onMessageBox = [](const std::string& text) {
+    if (text == kConnecting) currentMail.reset();
   };
   EXPECT_FALSE(SaveButtonClick(typed).close);
   EXPECT_EQ(sim::connectionsMade(), 0);
 }
 
-} // namespace
-} // namespace vornelle
+}  // namespace
+}  // namespace vornelle

@@ -42,11 +42,11 @@ struct Connection {
 struct Flight {
   std::unique_ptr<SocketControl> socket;
   std::uint64_t connectionId = 0;
-  std::string bytes;   // the request, until it is sent
+  std::string bytes;  // the request, until it is sent
   std::string answer;
   PageKind kind = PageKind::unknown;
   bool headOnly = false;
-  int idleTicks = 0;   // ticks at which the plain listener was handling nothing and nothing more had come
+  int idleTicks = 0;  // ticks at which the plain listener was handling nothing and nothing more had come
   std::size_t answerAtLastTick = 0;
 };
 
@@ -84,8 +84,8 @@ void armClock() {
 
 // ---- which requests are taken ----
 
-// The host is this machine's own name for itself, and the port, where there is one, is ours. Any other name reached us
-// through somebody's name server (DNS rebinding).
+// The host is this machine's own name for itself, and the port, where there is one, is ours. Any other name
+// reached us through somebody's name server (DNS rebinding).
 bool isOwnAuthority(std::string_view authority) {
   for (const std::string_view host : {"localhost", "127.0.0.1", "[::1]"}) {
     if (!startsWithNoCase(authority, host)) continue;
@@ -101,9 +101,9 @@ bool isStartPage(const HttpRequest& request) {
   return request.method != "POST" && (path == "/" || startsWithNoCase(path, "/INDEX.HTM"));
 }
 
-// Another site has caused the request: its link, form, picture or script. No page of another site may end the program,
-// log the user out or post a form. What the user types or has bookmarked comes as "none", and our own pages as
-// "same-origin"; a program on another port of this machine counts as another site too.
+// Another site has caused the request: its link, form, picture or script. No page of another site may end the
+// program, log the user out or post a form. What the user types or has bookmarked comes as "none", and our
+// own pages as "same-origin"; a program on another port of this machine counts as another site too.
 bool isForeign(const HttpRequest& request) {
   const std::optional<std::string_view> site = request.field("Sec-Fetch-Site");
   if (site) return !equalsNoCase(*site, "same-origin") && !equalsNoCase(*site, "none");
@@ -115,7 +115,8 @@ bool isForeign(const HttpRequest& request) {
 // 0, or the status of the refusal.
 int refusal(const HttpRequest& request) {
   if (request.method != "GET" && request.method != "HEAD" && request.method != "POST") return 405;
-  if (request.fieldCount("Host") > 1 || (request.fieldCount("Host") == 0 && request.minorVersion >= 1)) return 400;
+  if (request.fieldCount("Host") > 1 || (request.fieldCount("Host") == 0 && request.minorVersion >= 1))
+    return 400;
   const std::string_view authority =
       !request.authority.empty() ? std::string_view(request.authority) : request.field("Host").value_or("");
   if (!isOwnAuthority(authority)) return 421;
@@ -160,9 +161,9 @@ void answerSent(std::uint64_t id) {
 
 // ---- forwarding ----
 
-// The request as the plain listener gets it. It looks for parameters in the whole text, header fields included, so only
-// fields that a parameter cannot be mistaken in go along: a cookie of another program on this machine would be found
-// before the form.
+// The request as the plain listener gets it. It looks for parameters in the whole text, header fields
+// included, so only fields that a parameter cannot be mistaken in go along: a cookie of another program on
+// this machine would be found before the form.
 std::string plainRequest(const HttpRequest& request) {
   std::string_view target = request.target;
   // Browsers ask for this name by themselves where a page names no icon, as messages do.
@@ -177,7 +178,8 @@ std::string plainRequest(const HttpRequest& request) {
 
 // What the answer will be: the page that the path names, or the login page where the session test fails.
 PageKind expectedKind(const HttpRequest& request) {
-  const PageKind kind = equalsNoCase(request.target, "/favicon.ico") ? PageKind::icon : pageKind(request.target);
+  const PageKind kind =
+      equalsNoCase(request.target, "/favicon.ico") ? PageKind::icon : pageKind(request.target);
   const bool behindLogin = kind == PageKind::message || kind == PageKind::unknown;
   const bool live = !form1.sessionId.empty() && request.target.find(form1.sessionId) != std::string::npos;
   return behindLogin && !live ? PageKind::page : kind;
@@ -218,8 +220,8 @@ void forwardNext() {
       gateway->flight->answer += gateway->flight->socket->getData();
       if (gateway->flight->answer.size() > kGatewayAnswerLimit) finishFlight(false);
     };
-    // The plain listener closes behind its answer. A page whose template is missing is empty but for its line end, so
-    // no bytes at all mean that there was no answer.
+    // The plain listener closes behind its answer. A page whose template is missing is empty but for its line
+    // end, so no bytes at all mean that there was no answer.
     flight->socket->onClose = [] { finishFlight(!gateway->flight->answer.empty()); };
 
     gateway->flight = std::move(flight);
@@ -243,7 +245,8 @@ void enqueue(Connection& connection) {
 void readRequests(std::uint64_t id) {
   Connection* connection = find(id);
   if (connection == nullptr) return;
-  // Pipelined requests are answered one after the other: the next one is read when the answer before it has gone out.
+  // Pipelined requests are answered one after the other: the next one is read when the answer before it has
+  // gone out.
   if (connection->unread.size() < kMaxUnread) connection->unread += connection->socket.getData();
   if (connection->state != Connection::State::reading || connection->unread.empty()) return;
   if (!connection->requestBegun) {
@@ -323,11 +326,12 @@ void clockTick() {
       refuse(*connection, 408, false);
     }
   }
-  // A client of the plain wire that comes in between can take the answer, or the close behind it, that was meant for us:
-  // both go to the newest connection. When nothing is being handled any more and nothing has come, nothing will.
+  // A client of the plain wire that comes in between can take the answer, or the close behind it, that was
+  // meant for us: both go to the newest connection. When nothing is being handled any more and nothing has
+  // come, nothing will.
   if (Flight* flight = gateway->flight.get()) {
-    const bool handled =
-        webServer.activeRequests > 0 || !form1.requestPath.empty() || flight->answer.size() != flight->answerAtLastTick;
+    const bool handled = webServer.activeRequests > 0 || !form1.requestPath.empty() ||
+                         flight->answer.size() != flight->answerAtLastTick;
     flight->answerAtLastTick = flight->answer.size();
     flight->idleTicks = handled ? 0 : flight->idleTicks + 1;
     if (flight->idleTicks >= 3) finishFlight(!flight->answer.empty());
@@ -345,7 +349,9 @@ void gatewayStart() {
   if (!gateway->listener.listen(LoopbackAddress::ipv6, gateway->port)) gateway.reset();
 }
 
-void gatewayStop() { gateway.reset(); }
+void gatewayStop() {
+  gateway.reset();
+}
 
 GatewayState gatewayState() {
   if (!gateway) return {};

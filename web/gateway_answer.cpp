@@ -16,20 +16,24 @@ std::string contentSecurityPolicy(PageKind kind) {
   const std::string sealed(kSealed);
   switch (kind) {
     case PageKind::message:
-      // No script, no remote picture, no form: a message cannot tell its sender that it has been read. Its links work
-      // when the user follows them; they open outside the sandbox.
-      return "sandbox allow-popups allow-popups-to-escape-sandbox; default-src 'none'; style-src 'unsafe-inline'; "
+      // No script, no remote picture, no form: a message cannot tell its sender that it has been read. Its
+      // links work when the user follows them; they open outside the sandbox.
+      return "sandbox allow-popups allow-popups-to-escape-sandbox; default-src 'none'; style-src "
+             "'unsafe-inline'; "
              "img-src data:; form-action 'none'; " +
              sealed;
     case PageKind::page:
-      // Answers that lead on to the next page are scripts of one line. The templates narrow this for themselves to the
-      // one script that they bring, since subjects stand in them as their senders wrote them.
-      return "default-src 'none'; script-src 'unsafe-inline'; style-src 'unsafe-inline'; img-src 'self' data:; "
+      // Answers that lead on to the next page are scripts of one line. The templates narrow this for
+      // themselves to the one script that they bring, since subjects stand in them as their senders wrote
+      // them.
+      return "default-src 'none'; script-src 'unsafe-inline'; style-src 'unsafe-inline'; img-src 'self' "
+             "data:; "
              "form-action 'self'; " +
              sealed;
     case PageKind::icon:
     case PageKind::unknown:
-      return "default-src 'none'; style-src 'unsafe-inline'; img-src 'self' data:; form-action 'self'; " + sealed;
+      return "default-src 'none'; style-src 'unsafe-inline'; img-src 'self' data:; form-action 'self'; " +
+             sealed;
   }
   return sealed;
 }
@@ -50,7 +54,8 @@ constexpr std::array kStatuses = {
     Status{414, "URI Too Long", "The address is longer than Vornelle takes."},
     Status{417, "Expectation Failed", "The request expects something that Vornelle does not do."},
     Status{421, "Misdirected Request", "Vornelle is reached as localhost on the computer that it runs on."},
-    Status{431, "Request Header Fields Too Large", "The header of the request is larger than Vornelle takes."},
+    Status{431, "Request Header Fields Too Large",
+           "The header of the request is larger than Vornelle takes."},
     Status{502, "Bad Gateway", "Vornelle did not answer this request. Please load the page again."},
     Status{503, "Service Unavailable", "Vornelle is busy. Please try again in a moment."},
     Status{505, "HTTP Version Not Supported", "Vornelle speaks HTTP/1.1."},
@@ -62,7 +67,8 @@ std::string assemble(std::string_view statusLine, std::string_view type, std::st
   answer.reserve(body.size() + 1024);
   answer.append(statusLine).append("\r\nContent-Type: ").append(type);
   answer.append("\r\nContent-Length: ").append(std::to_string(body.size()));
-  answer.append("\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\nReferrer-Policy: no-referrer");
+  answer.append(
+      "\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\nReferrer-Policy: no-referrer");
   answer.append("\r\nX-Frame-Options: DENY\r\nX-DNS-Prefetch-Control: off\r\nContent-Security-Policy: ");
   while (!policy.empty() && (policy.back() == ' ' || policy.back() == ';')) policy.remove_suffix(1);
   answer.append(policy);
@@ -124,14 +130,15 @@ std::string errorAnswer(int status, const AnswerOptions& options) {
     if (one.code == status) found = &one;
   }
   const std::string statusLine = std::to_string(found->code) + " " + std::string(found->phrase);
-  const std::string body = "<!DOCTYPE html>\r\n<html><head><title>" + statusLine + "</title></head><body><h2>" + statusLine +
-                           "</h2>\r\n<p>" + std::string(found->explanation) +
+  const std::string body = "<!DOCTYPE html>\r\n<html><head><title>" + statusLine +
+                           "</title></head><body><h2>" + statusLine + "</h2>\r\n<p>" +
+                           std::string(found->explanation) +
                            "</p>\r\n<p><a href='/'>Start page</a></p></body></html>\r\n";
   std::string_view further;
   if (status == 405) further = "\r\nAllow: GET, HEAD, POST";
   if (status == 503) further = "\r\nRetry-After: 5";
-  return assemble(statusLine, "text/html; charset=windows-1252", contentSecurityPolicy(PageKind::unknown), further,
-                  body, options);
+  return assemble(statusLine, "text/html; charset=windows-1252", contentSecurityPolicy(PageKind::unknown),
+                  further, body, options);
 }
 
 std::string agreeCharset(std::string page) {

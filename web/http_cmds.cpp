@@ -101,7 +101,7 @@ std::string addToList() {
 std::string deleteFromList() {
   const std::string line = requestParam("deletefromlist").value_or("");
   const std::string type = requestParam("type").value_or("");
-  if (!trim(line).empty()) listRemoveLine(type, line);
+  listRemoveLine(type, line);
   return locationScript("display" + type + ".htm");
 }
 

@@ -12,9 +12,13 @@ bool isTokenCharacter(char c) {
   return std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
 }
 
-bool isToken(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), isTokenCharacter); }
+bool isToken(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), isTokenCharacter);
+}
 
-bool isControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
+bool isControl(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
 
 std::string_view trimBlanksAndTabs(std::string_view text) {
   while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
@@ -33,7 +37,8 @@ std::string_view takeLine(std::string_view& block) {
 
 // Where the header block ends (behind its empty line), or npos.
 std::size_t headerEnd(std::string_view buffer, std::size_t from) {
-  for (std::size_t at = buffer.find('\n', from); at != std::string_view::npos; at = buffer.find('\n', at + 1)) {
+  for (std::size_t at = buffer.find('\n', from); at != std::string_view::npos;
+       at = buffer.find('\n', at + 1)) {
     if (buffer.substr(at + 1, 1) == "\n") return at + 2;
     if (buffer.substr(at + 1, 2) == "\r\n") return at + 3;
   }
@@ -50,8 +55,8 @@ std::optional<std::string_view> HttpRequest::field(std::string_view name) const 
 }
 
 int HttpRequest::fieldCount(std::string_view name) const {
-  return static_cast<int>(
-      std::count_if(fields.begin(), fields.end(), [&](const auto& one) { return equalsNoCase(one.first, name); }));
+  return static_cast<int>(std::count_if(fields.begin(), fields.end(),
+                                        [&](const auto& one) { return equalsNoCase(one.first, name); }));
 }
 
 bool HttpRequest::listHolds(std::string_view name, std::string_view token) const {
@@ -73,7 +78,9 @@ HttpRequestParser::Result HttpRequestParser::fail(int status) {
   return Result::failed;
 }
 
-bool HttpRequestParser::takeContinueWanted() { return std::exchange(continueWanted_, false); }
+bool HttpRequestParser::takeContinueWanted() {
+  return std::exchange(continueWanted_, false);
+}
 
 HttpRequestParser::Result HttpRequestParser::parse(std::string& buffer) {
   if (errorStatus_ != 0) return Result::failed;
@@ -94,10 +101,12 @@ HttpRequestParser::Result HttpRequestParser::parse(std::string& buffer) {
       scanned_ = 0;
     }
 
-    // What cannot begin a method is no HTTP at all: a TLS greeting, say. Waiting for more of it would help nobody.
+    // What cannot begin a method is no HTTP at all: a TLS greeting, say. Waiting for more of it would help
+    // nobody.
     if (!buffer.empty() && buffer[0] != '\r' && !isTokenCharacter(buffer[0])) return fail(400);
 
-    // 2. The header block, once it is whole. What has been scanned is not scanned again, but for the three bytes that
+    // 2. The header block, once it is whole. What has been scanned is not scanned again, but for the three
+    // bytes that
     //    may be the beginning of its end.
     const std::size_t end = headerEnd(buffer, scanned_ > 3 ? scanned_ - 3 : 0);
     if (end == std::string::npos || end > kMaxHeaderBlock) {
@@ -191,7 +200,8 @@ bool HttpRequestParser::readField(std::string_view line) {
   const std::size_t colon = line.find(':');
   if (colon == std::string_view::npos) return false;
   const std::string_view name = line.substr(0, colon);
-  if (!isToken(name)) return false;  // blanks before the colon and folded lines end here too (RFC 9112, 5.1 and 5.2)
+  if (!isToken(name))
+    return false;  // blanks before the colon and folded lines end here too (RFC 9112, 5.1 and 5.2)
   const std::string_view value = trimBlanksAndTabs(line.substr(colon + 1));
   for (const char c : value) {
     if (isControl(c) && c != '\t') return false;

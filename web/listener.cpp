@@ -60,11 +60,7 @@ void releaseIfDone(std::int32_t index) {
 }
 
 void sckWS_DataArrival(std::int32_t index) {
-  Element* const sender = element(index);
-  if (!sender) return;
-  std::string received = sender->socket.getData();
-  if (received.empty()) return;
-  readRequest(std::move(received));
+  if (Element* const sender = element(index)) readRequest(sender->socket.getData());
 }
 
 void sckWS_SendComplete(std::int32_t index) {

@@ -426,6 +426,8 @@ TEST_F(ListenerTest, PastTheLastIndexRequestsGetNoAnswerSilently) {
   for (int i = 1; i <= 3; ++i) {
     sim::Client client = connected();
     client.send(kLogout);
+    sim::after(29000,
+               [] { EXPECT_EQ(webServer.activeRequests, 1); });  // the handler's steps go on all the same
     sim::advance(31000);
     EXPECT_EQ(client.received(), "");
     EXPECT_EQ(webServer.socketIndex, 32767 + i);
@@ -535,6 +537,8 @@ TEST_F(ListenerTest, AnOlderConnectionThatHasAskedAndFinishedSendingIsKeptUntilI
   sim::after(200, [&] { older.takeMore(1000); });
   sim::advance(300);
   EXPECT_EQ(older.received(), kLogoutAnswer);
+  EXPECT_EQ(logged("logout.cgi request complete!"), 1);
+  EXPECT_EQ(form1.requestPath, "");
 }
 
 TEST_F(ListenerTest, ALateRequestOnATimedOutConnectionIsTakenByTheNextOne) {

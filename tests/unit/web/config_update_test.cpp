@@ -219,17 +219,18 @@ TEST_F(ConfigUpdateTest, WithoutAnSmtpUserTheServersGreetingIsEnough) {
 TEST_F(ConfigUpdateTest, AServerThatCannotBeLoggedOnToGivesABeepAndAnAlert) {
   constexpr const char* kPopAlert = "alert('Cannot log onto POP3 Server!');";
   constexpr const char* kSmtpAlert = "alert('Cannot log onto SMTP Server!');";
+  constexpr const char* kServers =
+      "POP_SERVER=pop.example&POP_ACCOUNT=joe&POP_PASSWORD=secret&SMTP_SERVER=smtp.example&SMTP_USER=";
   serveSmtp();
-  EXPECT_EQ(post("POP_SERVER=pop.example&SMTP_SERVER=smtp.example&SMTP_USER="), answer(kPopAlert));
+  EXPECT_EQ(post(kServers), answer(kPopAlert));
   EXPECT_EQ(sim::shell().beeps, 1);
 
   sim::removeServer("smtp.example", 25);
-  EXPECT_EQ(post("POP_SERVER=pop.example&SMTP_SERVER=smtp.example&SMTP_USER="),
-            answer(std::string(kPopAlert) + kSmtpAlert));
+  EXPECT_EQ(post(kServers), answer(std::string(kPopAlert) + kSmtpAlert));
   EXPECT_EQ(sim::shell().beeps, 3);
 
   servePop();
-  EXPECT_EQ(post("POP_SERVER=pop.example&SMTP_SERVER=smtp.example&SMTP_USER="), answer(kSmtpAlert));
+  EXPECT_EQ(post(kServers), answer(kSmtpAlert));
   EXPECT_EQ(sim::shell().beeps, 4);
   EXPECT_EQ(currentMail, nullptr);
 }

@@ -76,6 +76,20 @@ TEST(NetStreamTest, AServerThatTakesNothingIsATimeOutOfTheWrite) {
   over = true;
 }
 
+TEST(NetStreamTest, AServerThatTakesBytesSlowlyIsNoTimeOutOfTheWrite) {
+  ScriptServer server([](int connection) {
+    std::string buffer(5 * 1024 * 1024, '\0');
+    do {
+      std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    } while (recv(connection, buffer.data(), buffer.size(), MSG_WAITALL) > 0);
+  });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  const std::int64_t start = monotonicMilliseconds();
+  EXPECT_TRUE(stream->write(std::string(40 * 1024 * 1024, 'x'), 500));
+  EXPECT_GT(monotonicMilliseconds() - start, 500) << "slower than the time-out, which counts from the last progress";
+}
+
 TEST(NetStreamTest, ALargeWriteArrivesWhole) {
   constexpr std::size_t kSize = 20 * 1024 * 1024;
   ScriptServer server([](int connection) {

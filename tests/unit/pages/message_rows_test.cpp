@@ -25,6 +25,8 @@ TEST_F(MessageRows, TheLastPageEndsAtTheLastMessage) {
 TEST_F(MessageRows, AStartBeyondTheEndShowsTheLastMessageAlone) {
   EXPECT_EQ(range(100, 20).first, 19);
   EXPECT_EQ(range(100, 20).last, 19);
+  EXPECT_EQ(range(20, 20).first, 19);
+  EXPECT_EQ(range(19, 20).first, 19);
 }
 
 TEST_F(MessageRows, AStartBelowZeroStartsAtTheFirstMessage) {

@@ -130,6 +130,16 @@ TEST_F(SpamBoxPage, ASuccessfulScanLogsNothing) {
   EXPECT_EQ(form1.LogWindow.text(), "");
 }
 
+TEST_F(SpamBoxPage, EventsAreServedForEachRow) {
+  saveMany(1);
+  ASSERT_TRUE(spamboxList());
+  bool served = false;
+  sim::after(0, [&] { served = true; });
+  ASSERT_TRUE(deleteFile(inFolder("\\data\\spambox.htm")));  // reading it would serve them too
+  static_cast<void>(page(0));
+  EXPECT_TRUE(served);
+}
+
 TEST_F(SpamBoxPage, TheBoxPrefixesGoIntoTheTemplate) {
   makeFile("\\data\\spambox.htm",
            "<!--SSDRPRELEN-->,<!--ssRESTOREPRE-->,<!--ssDELETEPRE-->,<!--SSSESSION-->");

@@ -22,7 +22,7 @@ for (const target of targets) {
     try {
       const run = spawnSync(
         join(folder, target),
-        [`-max_total_time=${seconds(target)}`, '-max_len=8192', '-timeout=10', '-rss_limit_mb=2048', corpus],
+        [`-max_total_time=${seconds(target)}`, '-max_len=8192', '-timeout=60', '-rss_limit_mb=2048', corpus],
         { cwd: corpus, encoding: 'utf8' },
       );
       assert.equal(run.status, 0, run.stderr.slice(-4000));

@@ -84,8 +84,8 @@ class Pop3Client::HeaderFetch {
     std::size_t sent = 0;
     std::size_t bytesUnderWay = 0;
     for (std::size_t done = 0; done < places.size(); ++done) {
-      const bool all = sent == places.size();
-      if (sent == done || (client_.pipelining_ && !all && bytesUnderWay <= kWindow / 2)) {
+      const bool roomForMore = client_.pipelining_ && sent < places.size() && bytesUnderWay <= kWindow / 2;
+      if (sent == done || roomForMore) {
         std::string commands;
         const std::size_t sentBefore = sent;
         do {

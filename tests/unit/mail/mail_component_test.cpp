@@ -19,7 +19,9 @@ class MailComponentTest : public SimTest {
     return result;
   }
 
-  void deliver(const std::string& uidl, const std::string& text) { mailbox->messages.push_back({uidl, text}); }
+  void deliver(const std::string& uidl, const std::string& text) {
+    mailbox->messages.push_back({uidl, text});
+  }
 };
 
 TEST_F(MailComponentTest, AnEmptyMailboxGivesAListWithoutMessages) {
@@ -31,7 +33,8 @@ TEST_F(MailComponentTest, AnEmptyMailboxGivesAListWithoutMessages) {
 }
 
 TEST_F(MailComponentTest, TheListHoldsEveryMessageInTheOrderOfTheServer) {
-  deliver("id-1", "From: Ann <ann@x.example>\r\nSubject: One\r\nDate: Sun, 15 Nov 2026 01:55:00 +0100\r\n\r\nHi\r\n");
+  deliver("id-1",
+          "From: Ann <ann@x.example>\r\nSubject: One\r\nDate: Sun, 15 Nov 2026 01:55:00 +0100\r\n\r\nHi\r\n");
   deliver("id-2", "Subject: =?utf-8?q?Zw=C3=B6?=\r\n\r\n");
   ASSERT_TRUE(mail->popConnect());
   const auto list = mail->popGetHeaderList(1);
@@ -49,7 +52,8 @@ TEST_F(MailComponentTest, TheListHoldsEveryMessageInTheOrderOfTheServer) {
 }
 
 TEST_F(MailComponentTest, AMessageIsFetchedWholeAndByteForByte) {
-  const std::string text = "From: a@b\r\n\r\n.dot\r\n..two\r\n.\r\nbare\nfeed \rreturn\r\n" + std::string("nul\0\r\n", 6);
+  const std::string text =
+      "From: a@b\r\n\r\n.dot\r\n..two\r\n.\r\nbare\nfeed \rreturn\r\n" + std::string("nul\0\r\n", 6);
   deliver("id-1", text);
   ASSERT_TRUE(mail->popConnect());
   const auto message = mail->popGetMessage("id-1");

@@ -46,7 +46,8 @@ struct Pop3Mailbox {
 
   [[nodiscard]] int count(std::string_view verb) const {
     int result = 0;
-    for (const std::string& command : commands) result += command.substr(0, command.find(' ')) == verb ? 1 : 0;
+    for (const std::string& command : commands)
+      result += command.substr(0, command.find(' ')) == verb ? 1 : 0;
     return result;
   }
   [[nodiscard]] bool has(std::string_view uidl) const {
@@ -62,7 +63,7 @@ class ScriptedPop3 : public sim::Server {
   explicit ScriptedPop3(std::shared_ptr<Pop3Mailbox> mailbox)
       : mailbox_(std::move(mailbox)), number_(++mailbox_->connections), marked_(mailbox_->messages.size()) {}
 
-  void onConnect(std::string& out) override { answer("GREETING", "+OK ready\r\n", out); }
+  void onConnect(std::string& out) override { answer("GREETING", [] { return "+OK ready\r\n"; }, out); }
 
   void onData(std::string_view bytes, std::string& out) override {
     ++mailbox_->deliveries;
@@ -72,27 +73,31 @@ class ScriptedPop3 : public sim::Server {
       received_.erase(0, end + 2);
       mailbox_->commands.push_back(command);
       if (mailbox_->onCommand) mailbox_->onCommand(command);
-      answer(command, rightAnswer(command), out);
+      answer(command, [&] { return rightAnswer(command); }, out);
     }
   }
 
  private:
-  [[nodiscard]] static std::string verbOf(const std::string& command) { return command.substr(0, command.find(' ')); }
+  [[nodiscard]] static std::string verbOf(const std::string& command) {
+    return command.substr(0, command.find(' '));
+  }
   [[nodiscard]] static bool names(const std::string& script, const std::string& command) {
     return script == command || script == verbOf(command);
   }
 
-  void answer(const std::string& command, std::string text, std::string& out) {
-    for (const auto& [script, wrong] : mailbox_->answers) {
-      if (names(script, command)) text = wrong;
-    }
+  // `right` is what the server does and says when nothing goes wrong.
+  void answer(const std::string& command, const std::function<std::string()>& right, std::string& out) {
+    std::string text;
     if (names(mailbox_->closesAt, command)) {
-      text.clear();
       closed = true;
-    }
-    if (names(mailbox_->stallsAt, command)) {
-      text.clear();
+    } else if (names(mailbox_->stallsAt, command)) {
       stalled = true;
+    } else {
+      const std::string* scripted = nullptr;
+      for (const auto& [script, wrong] : mailbox_->answers) {
+        if (names(script, command)) scripted = &wrong;
+      }
+      text = scripted != nullptr ? *scripted : right();
     }
     if (number_ == mailbox_->cutConnection && sent_ + text.size() > mailbox_->cutAfter) {
       text.resize(mailbox_->cutAfter - sent_);
@@ -151,7 +156,8 @@ class ScriptedPop3 : public sim::Server {
     if (!known || index >= marked_.size() || marked_[index]) return "-ERR no\r\n";
     const std::string& text = mailbox_->messages[index].text;
     if (verb == "RETR") return multiLine(text);
-    if (verb == "TOP") return multiLine(firstLines(text, std::atoi(argument.substr(argument.find(' ')).c_str())));
+    if (verb == "TOP")
+      return multiLine(firstLines(text, std::atoi(argument.substr(argument.find(' ')).c_str())));
     marked_[index] = true;
     return "+OK\r\n";
   }

@@ -1,0 +1,166 @@
+// Browsers for tests, both from Debian and both through playwright-core: Chromium over its own protocol, Firefox over
+// WebDriver BiDi. Each one has an address of its own for the gateway, so that both ways to it are walked.
+//
+//   for (const name of BROWSERS) describe(name, () => {
+//     let browser;
+//     before(async () => { browser = await Browser.open(name); });
+//     after(() => browser?.close());
+//     test('...', async () => {
+//       const user = await browser.user(app);
+//       await user.login();
+//       ...
+//       await user.close();
+//     });
+//   });
+//
+// VORNELLE_BROWSERS=firefox runs one of them only.
+
+import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import path from 'node:path';
+
+import { chromium, firefox } from 'playwright-core';
+
+import { repository } from './launcher.mjs';
+import { isRoot, until } from './tools.mjs';
+
+export const BROWSERS = (process.env.VORNELLE_BROWSERS ?? 'chromium,firefox').split(',');
+
+const KINDS = {
+  chromium: {
+    type: chromium,
+    host: 'localhost',
+    // Root's Chromium runs only without its sandbox.
+    options: { executablePath: '/usr/bin/chromium', args: isRoot() ? ['--no-sandbox'] : [] },
+  },
+  // The channel's name makes it BiDi: the other protocol is for a Firefox that was patched for it.
+  firefox: { type: firefox, host: '[::1]', options: { executablePath: '/usr/bin/firefox-esr', channel: 'moz-firefox' } },
+};
+
+const PATIENCE = 30000;  // milliseconds until something that never comes is given up
+
+const screenshots = path.join(repository, 'build', 'screenshots');
+
+export class Browser {
+  static async open(name) {
+    const browser = new Browser();
+    browser.name = name;
+    browser.kind = KINDS[name];
+    browser.process = await browser.kind.type.launch({ ...browser.kind.options, headless: true, timeout: 60000 });
+    return browser;
+  }
+
+  // Somebody with a window of their own who knows nothing of other windows (no shared storage).
+  // options: host (instead of the browser's own), and what playwright's newContext takes
+  async user(app, { host = this.kind.host, ...options } = {}) {
+    const context = await this.process.newContext({ viewport: { width: 1280, height: 900 }, ...options });
+    context.setDefaultTimeout(PATIENCE);
+    context.setDefaultNavigationTimeout(PATIENCE);
+    const user = new User(this, app, context, host);
+    await user.openTab();
+    return user;
+  }
+
+  async close() { await this.process.close(); }
+}
+
+export class User {
+  constructor(browser, app, context, host) {
+    this.browser = browser;
+    this.app = app;
+    this.context = context;
+    this.origin = `http://${host}${app.port === 80 ? '' : `:${app.port}`}`;
+  }
+
+  // Another tab of the same window; the user's actions are done there from now on.
+  async openTab() {
+    this.page = await this.context.newPage();
+    this.#watch(this.page);
+    return this.page;
+  }
+
+  // What pages said in alert and confirm boxes, in order. Boxes are answered with `agrees`.
+  dialogs = [];
+  agrees = true;
+  #watch(page) {
+    page.on('dialog', async (dialog) => {
+      this.dialogs.push(dialog.message());
+      await (this.agrees ? dialog.accept() : dialog.dismiss()).catch(() => {});
+    });
+  }
+
+  async open(target = '/') { await this.page.goto(this.origin + target); }
+
+  async login(account = 'joe', password = 'secret') {
+    await this.open('/');
+    await this.logOnWith(account, password);
+    await this.page.waitForSelector('html[data-page="spambox"] #boxes');
+  }
+
+  // Types into the log-in page and presses the button, nothing more.
+  async logOnWith(account, password) {
+    await this.page.fill('#account', account);
+    await this.page.fill('#password', password);
+    await this.page.click('#login button');
+  }
+
+  get sessionId() { return /[?&]s=([A-Z]{64})/.exec(this.page.url())?.[1]; }
+
+  // Follows the navigation: inbox, spambox, friendlist, subjectlist, enemylist, find, config.
+  async go(name) {
+    await this.page.click(`nav a[data-for="${name}"]`);
+    await this.shows(name);
+  }
+
+  // Resolves once the page with that name is there and whole.
+  async shows(name, options) {
+    await this.page.waitForSelector(`html[data-page="${name}" i] nav a[aria-current="page"]`, options);
+  }
+
+  // The rows of the Inbox or SpamBox page: { from, subject, number, link }; number is the row's number in box names.
+  async rows() {
+    return await this.page.$$eval('#boxes tbody tr', (rows) => rows.filter((row) => row.querySelector('input')).map((row) => ({
+      from: row.cells[0].textContent.trim(),
+      subject: row.cells[2].textContent.trim(),
+      number: Number(row.querySelector('input').name.slice(1)),
+    })));
+  }
+
+  async subjects() { return (await this.rows()).map((row) => row.subject); }
+
+  async rowOf(subject) {
+    const row = (await this.rows()).find((one) => one.subject === subject);
+    assert.ok(row, `a row with the subject "${subject}"`);
+    return row;
+  }
+
+  // Ticks a box: kind "R" or "D".
+  async tick(kind, subject) {
+    const row = await this.rowOf(subject);
+    await this.page.check(`input[name="${kind}${row.number}"]`);
+  }
+
+  // "(showing 1 - 15 of 20)"
+  async showing() {
+    return /\(showing [^)]*\)/.exec(await this.page.textContent('h1.pagedesc'))[0];
+  }
+
+  text(selector = 'body') { return this.page.innerText(selector); }
+
+  // The page's picture in build/screenshots/. whole: all of it, in a window as long as the page, since what sticks to
+  // the window's edge would lie over the middle of the page otherwise.
+  async picture(name, { whole = false } = {}) {
+    fs.mkdirSync(screenshots, { recursive: true });
+    const size = this.page.viewportSize();
+    if (whole) {
+      const height = await this.page.evaluate(() => document.documentElement.scrollHeight);
+      await this.page.setViewportSize({ width: size.width, height: Math.max(size.height, height) });
+    }
+    await this.page.screenshot({ path: path.join(screenshots, `${this.browser.name}-${name}.png`) });
+    if (whole) await this.page.setViewportSize(size);
+  }
+
+  async said(text) { await until(() => this.dialogs.some((said) => said.includes(text)), `a box that says "${text}"`); }
+
+  async close() { await this.context.close(); }
+}

@@ -79,7 +79,8 @@ TEST_F(TemplateTest, TwoTitlesGetTwoSuffixesAndNoneGetsNone) {
 
 TEST_F(TemplateTest, MinutesBeyondTheSessionCountBelowZero) {
   form1.sessionMinutesUsed = 32;
-  EXPECT_EQ(filled("<head></title>"), "<head>\r\n<meta http-equiv='refresh' content='-120'>\r\n (-2m)</title>");
+  EXPECT_EQ(filled("<head></title>"),
+            "<head>\r\n<meta http-equiv='refresh' content='-120'>\r\n (-2m)</title>");
 }
 
 TEST_F(TemplateTest, MinutesBeyondAnyCalendarOverflowNothing) {

@@ -35,7 +35,7 @@ after(async () => {
   await dovecot?.stop();
 });
 
-const rows = (page) => page.split("<tr class='tableBGcolor2'>").slice(1);
+const rows = (page) => page.split(/<tr class='tableBGcolor2?'>/).slice(1);
 
 describe('inbox', () => {
   test('ShowsEveryMessageOfTheServer', async () => {

@@ -66,10 +66,12 @@ export class Application {
   log() { return this.exists('Vornelle.log') ? this.read('Vornelle.log') : ''; }
   events() { return this.log().split('\r\n').slice(0, -1).map((line) => line.replace(/^\[[^\]]*\] /, '')); }
 
-  // What the SpamBox holds: { file name: Buffer }.
+  // What the SpamBox holds: { file name: Buffer }. A unique-id may make a name that is no UTF-8.
   spamBox() {
-    const names = fs.readdirSync(this.path('spam')).sort();
-    return Object.fromEntries(names.map((name) => [name, fs.readFileSync(this.path(`spam/${name}`))]));
+    const folder = Buffer.from(this.path('spam/'));
+    const names = fs.readdirSync(folder, { encoding: 'buffer' });
+    return Object.fromEntries(names.map((name) =>
+      [name.toString('latin1'), fs.readFileSync(Buffer.concat([folder, name]))]));
   }
 
   // The plain wire. `path` may carry "{s}" for the live session id.

@@ -27,3 +27,10 @@ export function largeMailbox(count = 40) {
     data: i % 4 === 0 ? friendly(`kept-${i}`) : spam(`caught-${i}`, `line ${i}\r\n`.repeat(i + 1)),
   }));
 }
+
+// A mailbox of this many messages for a real server, every fourth of them a friend's, no two alike.
+export function mixture(count) {
+  return Array.from({ length: count }, (_, i) => (i % 4 === 0
+    ? friendly(`kept-${i}`, `${i}\r\n`.repeat(i))
+    : spam(`caught-${i}`, `.${i}\r\n..\r\nline with \xe9\r\n`.repeat(i % 50 + 1))));
+}

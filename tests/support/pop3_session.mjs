@@ -46,7 +46,7 @@ export class Pop3Session {
       if (!this.loggedOn && !BEFORE_LOGON.includes(verb)) return '-ERR log on first\r\n';
       return this[verb](...args);
     });
-    if (this.quit) this.wire.close();
+    if (this.quit && !this.wire.silent) this.wire.close();
   }
 
   #numbered(argument, give) {

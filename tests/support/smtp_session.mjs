@@ -57,7 +57,7 @@ export class SmtpSession {
         default: return '500 5.5.2 unknown command\r\n';
       }
     });
-    if (this.quit) this.wire.close();
+    if (this.quit && !this.wire.silent) this.wire.close();
   }
 
   #auth(line) {

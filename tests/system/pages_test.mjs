@@ -63,7 +63,7 @@ describe('inbox', () => {
     await app.post('/configupdate.cgi?s={s}', settingsForm({ MESSAGES_PER_PAGE: '2' }, ['TEST_MODE=1']));
     await app.get('/displayinbox.htm?s={s}');
     const second = await app.get('/displayinbox.htm?s={s}&MSG=2');
-    assert.ok(second.includes('showing 3 - 4 of 5'), second);
+    assert.ok(second.includes('showing 3 - 4 of 5'));
     assert.equal(rows(second).length, 2);
     const last = await app.get('/displayinbox.htm?s={s}&msg=99');
     assert.ok(last.includes('showing 5 - 5 of 5'));
@@ -81,28 +81,33 @@ describe('inbox', () => {
     assert.equal(rows(await app.get('/displayinbox.htm?s={s}')).length, 4);
   });
 
-  test('SaysSoWhenTheServerCannotBeReached', async () => {
+  test('KeepsItsOldListingWhenTheServerCannotBeReached', async () => {
     const server = /POP_SERVER=(.*)\r/.exec(app.read('Vornelle.ini'))[1];
+    const before = rows(await app.get('/displayinbox.htm?s={s}'));
     await app.post('/configupdate.cgi?s={s}', settingsForm({ POP_SERVER: '127.0.0.1:1' }, ['TEST_MODE=1']));
-    assert.match(await app.get('/displayinbox.htm?s={s}'), /Cannot log onto POP3 server\. Try again later\./);
-    assert.match(await app.get(`/displayemail.cgi?uidl=${ids[0]}&s={s}`), /Cannot log onto POP3 server\. Try again later\./);
-    await app.post('/configupdate.cgi?s={s}', settingsForm({ POP_SERVER: server }, ['TEST_MODE=1']));
-    assert.equal(rows(await app.get('/displayinbox.htm?s={s}')).length, 4);
+    try {
+      assert.deepEqual(rows(await app.get('/displayinbox.htm?s={s}')).length, before.length);
+      assert.ok(app.events().includes('**Cannot log onto POP3 server.'));
+      const page = await app.get(`/displayemail.cgi?uidl=${ids[0]}&s={s}`);
+      assert.match(page, /^<html><body><h2>Cannot log onto POP3 server\. Try again later\.<\/h2>/);
+    } finally {
+      await app.post('/configupdate.cgi?s={s}', settingsForm({ POP_SERVER: server }, ['TEST_MODE=1']));
+    }
   });
 });
 
 describe('spam box', () => {
   test('ListsShowsAndDeletesWhatTheFilterSaved', async () => {
-    assert.match(await app.get('/displayspambox.htm?s={s}'), /showing 0 - 0 of 0/);
+    assert.ok((await app.get('/displayspambox.htm?s={s}')).includes('showing 0 - 0 of 0'));
     await app.filterMail();
     const page = await app.get('/displayspambox.htm?s={s}');
-    assert.ok(page.includes('showing 1 - 1 of 1'), page);
+    assert.ok(page.includes('showing 1 - 1 of 1'));
     assert.ok(page.includes(`displayspam.cgi?fn=${ids[2]}.txt&s=${app.sessionId}`));
     const shown = await app.get(`/displayspam.cgi?fn=${ids[2]}.txt&s={s}`);
     assert.match(shown, /^From: Sam &lt;sam@spam-one\.example&gt;\r\n<br>To: /);
     await app.post('/deleterestore.cgi?s={s}', boxesForm('D0'));
     assert.deepEqual(app.spamBox(), {});
-    assert.match(await app.get('/displayspambox.htm?s={s}'), /showing 0 - 0 of 0/);
+    assert.ok((await app.get('/displayspambox.htm?s={s}')).includes('showing 0 - 0 of 0'));
   });
 
   test('NothingOutsideTheFolderIsShown', async () => {

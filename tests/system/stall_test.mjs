@@ -11,16 +11,16 @@ import { largeMailbox } from '../support/mails.mjs';
 import { until } from '../support/tools.mjs';
 
 // About 30 seconds for one wait; a slow machine may take longer, a program that does not wait is faster.
-function assertOneWait(start) {
+function assertOneWait(start, least) {
   const seconds = (Date.now() - start) / 1000;
-  assert.ok(seconds > 25 && seconds < 50, `${seconds} s`);
+  assert.ok(seconds > least && seconds < 50, `${seconds} s`);
 }
 
 describe('a silent server', { concurrency: 20 }, () => {
-  const stalled = (fault, check, options) => () => {
+  const stalled = (fault, check, { least = 25, ...options } = {}) => () => {
     const start = Date.now();
     return faultRun({ pop: { faults: [fault] }, milliseconds: 120000, ...options }, (run) => {
-      assertOneWait(start);
+      assertOneWait(start, least);
       check?.(run);
     });
   };
@@ -34,8 +34,9 @@ describe('a silent server', { concurrency: 20 }, () => {
   test('JustBeforeTheEndOfAMessage', stalled({ verb: 'RETR', nth: 1, stall: -1 }));
   test('AtDele', stalled({ verb: 'DELE', nth: 2, stall: true }));
   test('AtQuit', stalled({ verb: 'QUIT', stall: true }));
+  // A question that the server may not know is not worth the whole wait.
   test('AtCapaOfALargeMailbox', stalled({ verb: 'CAPA', stall: true },
-    ({ line }) => assert.match(line, /^Mail filtered:  10 msgs\.  30 spam\.$/), { messages: largeMailbox() }));
+    ({ line }) => assert.match(line, /^Mail filtered:  10 msgs\.  30 spam\.$/), { messages: largeMailbox(), least: 5 }));
 });
 
 describe('a silent browser', { concurrency: 20 }, () => {

@@ -1,0 +1,21 @@
+// The program with a real Dovecot mailbox behind it.
+
+import { DelayProxy } from './delay_proxy.mjs';
+import { Dovecot } from './dovecot.mjs';
+import { Application } from './harness.mjs';
+
+// With `delay` (in ms each way) the line to the server is slow, so that a run takes its time.
+export async function withMailbox(messages, { delay, ...options }, work) {
+  const dovecot = await Dovecot.start({ messages });
+  const proxy = delay && await DelayProxy.start(dovecot.port, delay);
+  const app = await Application.start({ ...options,
+    settings: { POP_SERVER: `127.0.0.1:${proxy ? proxy.port : dovecot.port}`, ...options.settings } });
+  try {
+    await app.login();
+    await work(app, dovecot);
+  } finally {
+    await app.stop();
+    await proxy?.stop();
+    await dovecot.stop();
+  }
+}

@@ -158,20 +158,24 @@ void assignConstants() {
 void configLoad() {
   setDefaults();
   const std::string path = settingsPath();
-  if (fileExists(path)) {
-    for (const std::string& line : splitLines(readFile(path).value_or(""))) takeLine(line);
-  }
+  const bool exists = fileExists(path);
+  const std::optional<std::string> text = exists ? readFile(path) : std::nullopt;
+  for (const std::string& line : splitLines(text.value_or(""))) takeLine(line);
   armTimers();
   form1.ckActive.setChecked(settings.ACTIVATE_START);
   form1.ckStartMinimized.setChecked(settings.START_MINIMIZED);
   form1.ckTestMode.setChecked(settings.TEST_MODE);
   form1.ckAutostart.setChecked(startupLinkExists());
+  // Only now: the handlers above let events in, and an end among them would save switches that are not set
+  // yet.
+  form1.settingsUnread = exists && !text;
 }
 
 void configSave() {
   armTimers();
   form1.minutesSinceCheck = 0;
   form1.sessionMinutesUsed = 0;
+  form1.settingsUnread = false;  // what is saved here is what the user wants from now on
 
   std::string lines;
   lines += settingLine("EMAIL_ADDRESS", settings.EMAIL_ADDRESS);

@@ -49,7 +49,7 @@ extern Settings settings;
 void assignConstants();
 
 // Resets the record to its defaults, reads the file when there is one, arms the timers, sets the window's
-// switches (whose click handlers run).
+// switches (whose click handlers run). form1.settingsUnread tells a file that could not be read.
 void configLoad();
 
 // Rewrites the file from the record and the window's switches, arms the timers and sets both minute counters

@@ -11,7 +11,7 @@ void Form1_Unload() {
   LogWindowAdd("***Closing Vornelle***");
   LogWindowAdd("************************");
   static_cast<void>(notifyIconDelete());  // there may be none
-  if (!form1.isClosingDuplicate) configSave();
+  if (!form1.isClosingDuplicate && !form1.settingsUnread) configSave();
   endProcess();
 }
 

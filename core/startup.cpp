@@ -80,6 +80,7 @@ void endDuplicate() {
 }  // namespace
 
 void Form1_Load() {
+  form1.settingsUnread = true;  // until configLoad() is through: the steps before it let events in
   wireHandlers();
   createSpamFolder();
   createListFiles();

@@ -10,6 +10,7 @@
 #include "desktop/main_window.h"
 #include "platform/events.h"
 #include "tests/unit/support.h"
+#include "web/gateway.h"
 
 namespace vornelle {
 namespace {
@@ -313,6 +314,59 @@ TEST_F(Startup, TheProgramCanBeEndedInsideItsStart) {
   sim::after(0, [] { Form1_Unload(); });
   EXPECT_THROW(Form1_Load(), sim::ProcessEnded);
   EXPECT_THAT(box(), EndsWith(stamped("************************")));
+}
+
+TEST_F(Startup, AnEndBeforeTheSettingsAreReadLeavesTheirFileAlone) {
+  makeFile("\\Vornelle.ini", "POP_PASSWORD=secret\r\n");
+  sim::after(0, [] { Form1_Unload(); });  // served inside the line about the spam folder
+  EXPECT_THROW(Form1_Load(), sim::ProcessEnded);
+  EXPECT_EQ(contentOf("\\Vornelle.ini"), "POP_PASSWORD=secret\r\n");
+}
+
+TEST_F(Startup, AnEndWhileTheSwitchesAreSetLeavesTheSettingsFileAlone) {
+  const std::string lines = "ACTIVATE_START=TRUE\r\nTEST_MODE=TRUE\r\n";
+  makeFile("\\Vornelle.ini", lines);
+  form1.LogWindow.onAppend = [](std::string_view line) {
+    if (line.find("Automatic mail filtering on") != std::string_view::npos) sim::requestTermination();
+  };
+  EXPECT_THROW(Form1_Load(), sim::ProcessEnded);
+  EXPECT_FALSE(form1.ckTestMode.checked());  // it would have been saved as off
+  EXPECT_EQ(contentOf("\\Vornelle.ini"), lines);
+}
+
+TEST_F(Startup, ASettingsFileThatCouldNotBeReadIsNotReplacedByDefaultsAtTheEnd) {
+  makeFile("\\Vornelle.ini", "POP_PASSWORD=secret\r\n");
+  sim::failReadsOf("Vornelle.ini");
+  Form1_Load();
+  sim::failReadsOf("");
+  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+  EXPECT_EQ(contentOf("\\Vornelle.ini"), "POP_PASSWORD=secret\r\n");
+}
+
+TEST_F(Startup, SettingsThatTheUserSavesCountAlthoughTheFileCouldNotBeRead) {
+  makeFile("\\Vornelle.ini", "POP_PASSWORD=secret\r\n");
+  sim::failReadsOf("Vornelle.ini");
+  Form1_Load();
+  sim::failReadsOf("");
+  configSave();
+  settings.POP_PASSWORD = "new";
+  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("POP_PASSWORD=new\r\n"));
+}
+
+TEST_F(Startup, TheGatewayListensOnThePortThatTheListenerGot) {
+  sim::occupyPort(LoopbackAddress::ipv4, 7000);
+  Form1_Load();
+  EXPECT_EQ(sim::listeningPort(LoopbackAddress::ipv6), 7001);
+  gatewayStop();
+}
+
+TEST_F(Startup, WithoutAListenerThereIsNoGateway) {
+  makeFile("\\Vornelle.ini", "HTTP_PORT_CFG=65536\r\n");
+  Form1_Load();
+  EXPECT_EQ(sim::listeningPort(LoopbackAddress::ipv6), 0);
+  EXPECT_THAT(sim::shell().messageBoxes, ElementsAre("Error on loading winsock."));
+  EXPECT_TRUE(form1.visible);
 }
 
 TEST_F(Startup, ATerminationRequestIsTheCloseButton) {

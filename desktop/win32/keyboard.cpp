@@ -18,6 +18,15 @@ bool isDialog(HWND window) {
   return lstrcmpW(name, L"#32770") == 0;
 }
 
+// A multi-line box outside a dialog would keep the Tab key to itself, even one that nobody can write into.
+bool moveFocus(HWND root, const MSG& message) {
+  if (root != mainWindow() || message.message != WM_KEYDOWN || message.wParam != VK_TAB) return false;
+  const HWND focus = GetFocus();
+  if (!focus || !IsChild(root, focus) || GetKeyState(VK_CONTROL) < 0) return false;
+  SetFocus(GetNextDlgTabItem(root, focus, GetKeyState(VK_SHIFT) < 0));
+  return true;
+}
+
 }  // namespace
 
 void setAccessKeys(HWND window, int acceleratorTable) {
@@ -31,6 +40,7 @@ bool keyboardMessage(MSG& message) {
   const HWND root = GetAncestor(message.hwnd, GA_ROOT);
   const auto keys = accessKeys().find(root);
   if (keys != accessKeys().end() && TranslateAcceleratorW(root, keys->second, &message)) return true;
+  if (moveFocus(root, message)) return true;
   return (root == mainWindow() || isDialog(root)) && IsDialogMessageW(root, &message);
 }
 

@@ -4,7 +4,7 @@
 //   windows          every visible top-level window with its controls
 //   text HANDLE      the whole text of a window
 //   tips PID         the tool tips of a process: [{"window": HANDLE, "text": "..."}]
-//   menu HANDLE      the entries of a window's menu bar with their places
+//   menu HANDLE FILE the entries of a window's menu bar, whose resource is in that program, with their places
 //   taskbar          what a task bar tells all windows when it has been started
 //   link PATH        the target of a shell link
 //   version PATH     version information of a program file
@@ -211,16 +211,39 @@ std::string tips(DWORD process) {
   return "[" + result + "]";
 }
 
-std::string menu(HWND window) {
-  const HMENU bar = GetMenu(window);
+// The entries of the menu with resource number 10 in the program file, and where the window's menu bar shows them. Another
+// process's menu cannot be asked, so the places follow from the widths of the texts.
+std::string menu(HWND window, const std::wstring& program) {
+  const HMODULE module = LoadLibraryExW(program.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+  const HMENU bar = LoadMenuW(module, MAKEINTRESOURCEW(10));
+  const UINT dpi = GetDpiForWindow(window);
+  NONCLIENTMETRICSW metrics{};
+  metrics.cbSize = sizeof metrics;
+  SystemParametersInfoForDpi(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0, dpi);
+  const HDC device = GetDC(nullptr);
+  const HFONT font = CreateFontIndirectW(&metrics.lfMenuFont);
+  const HGDIOBJ before = SelectObject(device, font);
+  const int padding = 2 * MulDiv(8, static_cast<int>(dpi), 96);
+  const int height = GetSystemMetricsForDpi(SM_CYMENU, dpi);
+  POINT corner{};
+  ClientToScreen(window, &corner);
+  RECT place{corner.x, corner.y - height, corner.x, corner.y};
+
   std::string result = "[";
   for (int index = 0; index < GetMenuItemCount(bar); ++index) {
     wchar_t text[200] = {};
-    GetMenuStringW(bar, static_cast<UINT>(index), text, 200, MF_BYPOSITION);
-    RECT place{};
-    GetMenuItemRect(window, bar, static_cast<UINT>(index), &place);
+    const int length = GetMenuStringW(bar, static_cast<UINT>(index), text, 200, MF_BYPOSITION);
+    SIZE size{};
+    GetTextExtentPoint32W(device, text, length, &size);
+    place.left = place.right;
+    place.right += size.cx + padding;
     result += std::string(index ? "," : "") + "{\"text\":" + quoted(text) + ",\"rect\":" + rectangle(place) + "}";
   }
+  SelectObject(device, before);
+  DeleteObject(font);
+  ReleaseDC(nullptr, device);
+  DestroyMenu(bar);
+  FreeLibrary(module);
   return result + "]";
 }
 
@@ -264,7 +287,7 @@ std::string answer(const std::string& line) {
   if (command == "windows") return windows();
   if (command == "text") return quoted(textOf(handleOf(argument)));
   if (command == "tips") return tips(static_cast<DWORD>(std::stoul(argument)));
-  if (command == "menu") return menu(handleOf(argument));
+  if (command == "menu") return menu(handleOf(argument), wide(argument.substr(argument.find(' ') + 1)));
   if (command == "link") return link(wide(argument));
   if (command == "version") return version(wide(argument));
   if (command == "taskbar") {

@@ -1,0 +1,353 @@
+// A screen with a window manager and a Wine of a test's own, the Windows program on it, and the hands and eyes of a
+// person: mouse and keys through the X server, windows looked at with the probe (probe.cpp).
+//
+//   const desktop = await Desktop.start();
+//   const app = await desktop.install({ settings: { POP_SERVER: '' } });
+//   await desktop.run(app);
+//   await desktop.clickMenu('Config');
+//   const dialog = await desktop.window({ text: 'Config' });
+//   await desktop.stop();
+
+import { execFile, execFileSync, spawn } from 'node:child_process';
+import fs from 'node:fs';
+import path from 'node:path';
+import readline from 'node:readline';
+import { promisify } from 'node:util';
+
+import { get, post } from '../support/bare_http.mjs';
+import { repository } from '../support/launcher.mjs';
+import { freePort, keepChild, removeFolder, temporaryFolder, until } from '../support/tools.mjs';
+
+const execute = promisify(execFile);
+const WINE = ['/usr/lib/wine/wine64', '/usr/bin/wine64', '/usr/bin/wine'].find((name) => fs.existsSync(name));
+const WINESERVER = ['/usr/lib/wine/wineserver64', '/usr/lib/wine/wineserver', '/usr/bin/wineserver']
+  .find((name) => fs.existsSync(name));
+const PROBE = path.join(repository, 'build', 'windows', 'desktop_probe.exe');
+export const PROGRAM_FOLDER = path.join(repository, 'dist', 'windows');
+const BASE_PREFIX = path.join(repository, 'build', 'wine-prefix');
+
+// Nothing is asked for and nothing is fetched; no menus of the real user's are touched.
+const OVERRIDES = 'mscoree=d;mshtml=d;winemenubuilder.exe=d';
+
+export const windowsPath = (name) => 'Z:' + name.replaceAll('/', '\\');
+
+function wineEnvironment(prefix, display) {
+  return {
+    ...process.env,
+    WINEPREFIX: prefix,
+    WINEDEBUG: process.env.WINEDEBUG ?? '-all',
+    WINEDLLOVERRIDES: OVERRIDES,
+    DISPLAY: display,
+    LC_ALL: 'C.UTF-8',
+    TZ: 'UTC',
+    // The login page asks for an announcement. Tests stay on this machine: a proxy that refuses answers at once.
+    http_proxy: 'http://127.0.0.1:1/',
+  };
+}
+
+async function startDisplay() {
+  const server = keepChild(spawn('Xvfb', ['-displayfd', '3', '-screen', '0', '1280x1000x24', '-nolisten', 'tcp'],
+    { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] }));
+  let said = '';
+  server.stdio[3].on('data', (data) => { said += data; });
+  await until(() => said.endsWith('\n'), 'the X server', 20000);
+  return { server, display: `:${said.trim()}` };
+}
+
+// Making a prefix takes long, so it is made once; every test gets links to its files and registry files of its own.
+async function basePrefix(display) {
+  const lock = `${BASE_PREFIX}.lock`;
+  fs.mkdirSync(path.dirname(BASE_PREFIX), { recursive: true });
+  await until(() => {
+    if (fs.existsSync(path.join(BASE_PREFIX, 'complete'))) return true;
+    try {
+      fs.writeFileSync(lock, String(process.pid), { flag: 'wx' });
+      return true;
+    } catch {
+      const owner = Number(fs.readFileSync(lock, 'utf8'));
+      if (owner && !fs.existsSync(`/proc/${owner}`)) fs.rmSync(lock, { force: true });
+      return false;
+    }
+  }, 'the Wine prefix', 200000);
+  if (!fs.existsSync(path.join(BASE_PREFIX, 'complete'))) {
+    fs.rmSync(BASE_PREFIX, { recursive: true, force: true });
+    const env = wineEnvironment(BASE_PREFIX, display);
+    await execute(WINE, ['wineboot', '-u'], { env, timeout: 180000 });
+    await execute(WINESERVER, ['-w'], { env, timeout: 60000 });
+    fs.writeFileSync(path.join(BASE_PREFIX, 'complete'), '');
+    fs.rmSync(lock, { force: true });
+  }
+  return BASE_PREFIX;
+}
+
+// Adds a value to the registry file of a Wine that is not running.
+function setRegistry(prefix, hive, key, name, value) {
+  const file = path.join(prefix, hive);
+  const line = `${name === '' ? '@' : `"${name}"`}=${value}`;
+  fs.appendFileSync(file, `\n[${key.replaceAll('\\', '\\\\')}] 1700000000\n${line}\n`);
+}
+
+export class Desktop {
+  static async start({ dpi = 96 } = {}) {
+    const desktop = new Desktop();
+    await desktop.#start(dpi);
+    return desktop;
+  }
+
+  async #start(dpi) {
+    if (!WINE || !WINESERVER) throw new Error('There is no Wine: script/setup installs it.');
+    if (!fs.existsSync(PROBE)) throw new Error(`There is no ${PROBE}: script/build windows makes it.`);
+    const { server, display } = await startDisplay();
+    this.server = server;
+    this.apps = [];
+    const base = await basePrefix(display);
+    this.folder = temporaryFolder('desktop');
+    this.prefix = path.join(this.folder, 'prefix');
+    execFileSync('cp', ['-as', base, this.prefix]);
+    // Drives are links already; links to them would lead into the base.
+    fs.rmSync(path.join(this.prefix, 'dosdevices'), { recursive: true });
+    fs.mkdirSync(path.join(this.prefix, 'dosdevices'));
+    fs.symlinkSync('../drive_c', path.join(this.prefix, 'dosdevices', 'c:'));
+    fs.symlinkSync('/', path.join(this.prefix, 'dosdevices', 'z:'));
+    for (const name of ['system.reg', 'user.reg', 'userdef.reg', '.update-timestamp']) {
+      fs.rmSync(path.join(this.prefix, name), { force: true });
+      fs.copyFileSync(path.join(base, name), path.join(this.prefix, name));
+    }
+    this.env = wineEnvironment(this.prefix, display);
+    if (dpi !== 96) setRegistry(this.prefix, 'user.reg', 'Control Panel\\Desktop', 'LogPixels', 
+      `dword:${dpi.toString(16).padStart(8, '0')}`);
+    this.#registerBrowser();
+    this.manager = keepChild(spawn('openbox', [], { env: this.env, stdio: 'ignore' }));
+    this.probe = keepChild(spawn(WINE, [PROBE], { env: this.env, stdio: ['pipe', 'pipe', 'ignore'] }));
+    this.answers = readline.createInterface({ input: this.probe.stdout })[Symbol.asyncIterator]();
+    this.asking = Promise.resolve();
+    await this.windows();
+  }
+
+  // The test's own browser: it notes what it is started with.
+  #registerBrowser() {
+    this.opened = path.join(this.folder, 'opened.txt');
+    const command = `\\"${windowsPath(PROBE)}\\" \\"${windowsPath(this.opened)}\\" \\"%1\\"`;
+    setRegistry(this.prefix, 'system.reg', 'Software\\Classes\\http', 'URL Protocol', '""');
+    setRegistry(this.prefix, 'system.reg', 'Software\\Classes\\http\\shell\\open\\command', '',
+      `"${command.replaceAll('\\', '\\\\').replaceAll('\\\\"', '\\"')}"`);
+  }
+
+  async stop() {
+    for (const app of this.apps) await app.stop();
+    this.probe.stdin.end();
+    await execute(WINESERVER, ['-k'], { env: this.env }).catch(() => {});
+    this.manager.kill();
+    this.server.kill();
+    removeFolder(this.folder);
+  }
+
+  // ---- eyes ----
+
+  // One question to the probe, in turn.
+  ask(question) {
+    this.asking = this.asking.then(async () => {
+      this.probe.stdin.write(question + '\n');
+      const { value, done } = await this.answers.next();
+      if (done) throw new Error('The probe has ended.');
+      return JSON.parse(value);
+    });
+    return this.asking;
+  }
+
+  windows() { return this.ask('windows'); }
+
+  // The first window that fits, as soon as there is one. wanted: text, class, pid, visible (true unless given).
+  async window(wanted, milliseconds = 15000) {
+    const fits = (window) => Object.entries({ visible: true, ...wanted }).every(([key, value]) =>
+      value === undefined || (value instanceof RegExp ? value.test(window[key]) : window[key] === value));
+    return await until(async () => (await this.windows()).find(fits), `a window ${JSON.stringify(wanted)}`, milliseconds);
+  }
+
+  async gone(window, milliseconds = 15000) {
+    await until(async () => !(await this.windows()).some((other) => other.handle === window.handle && other.visible),
+      `the end of "${window.text}"`, milliseconds);
+  }
+
+  // The main window, visible or not.
+  main(wanted = {}) { return this.window({ class: 'VornelleForm1', visible: undefined, ...wanted }); }
+  dialog(title, milliseconds) { return this.window({ class: '#32770', text: title }, milliseconds); }
+
+  // A message box with the program's name as its title: its text.
+  async messageBox(milliseconds) {
+    const box = await until(async () => (await this.windows()).find((window) => window.class === '#32770' &&
+      window.text === 'Vornelle' && window.children.some((child) => child.class === 'Static' && child.text)),
+    'a message box', milliseconds ?? 15000);
+    return { ...box, message: box.children.filter((child) => child.class === 'Static').map((child) => child.text).join('') };
+  }
+
+  control(window, wanted) {
+    const found = window.children.find((child) => typeof wanted === 'number' ? child.id === wanted : child.text === wanted);
+    if (!found) throw new Error(`no control ${wanted} in "${window.text}"`);
+    return found;
+  }
+
+  // The whole text of the log box.
+  async logText() {
+    const main = await this.main();
+    return await this.ask(`text ${this.control(main, 107).handle}`);
+  }
+
+  // The screen as a picture.
+  async screenshot(file, area) {
+    fs.mkdirSync(path.dirname(file), { recursive: true });
+    const [left, top, right, bottom] = area;
+    await execute('import', ['-window', 'root', '-crop', `${right - left}x${bottom - top}+${left}+${top}`, '+repage', file],
+      { env: this.env });
+  }
+
+  // ---- hands ----
+
+  async xdotool(...args) { return (await execute('xdotool', args.map(String), { env: this.env })).stdout; }
+
+  async clickAt(x, y, button = 1) { await this.xdotool('mousemove', x, y, 'click', button); }
+
+  async click(control, button) {
+    const [left, top, right, bottom] = control.rect;
+    await this.clickAt(Math.round((left + right) / 2), Math.round((top + bottom) / 2), button);
+  }
+
+  async clickMenu(text) {
+    const main = await this.main();
+    const entry = (await this.menu(main)).find((item) => item.text === text);
+    if (!entry) throw new Error(`no menu entry ${text}`);
+    await this.click(entry);
+  }
+
+  // The entries of the menu bar with their places. Wine tells no menus of other processes, so the entries come from the
+  // program file's resources and their widths from the system's menu font.
+  async menu(main) {
+    return await this.ask(`menu ${main.handle} ${windowsPath(path.join(PROGRAM_FOLDER, 'vornelle.exe'))}`);
+  }
+
+  async hover(control) {
+    const [left, top, right, bottom] = control.rect;
+    await this.xdotool('mousemove', Math.round((left + right) / 2) - 3, Math.round((top + bottom) / 2),
+      'sleep', '0.1', 'mousemove_relative', '--', '2', '0');
+  }
+
+  async key(...keys) { await this.xdotool('key', '--clearmodifiers', ...keys); }
+  async type(text) { await this.xdotool('type', '--delay', '8', '--clearmodifiers', text); }
+
+  // Puts the text in the place of what the box holds.
+  async fill(box, text) {
+    await this.click(box);
+    await this.key('ctrl+a');
+    await (text === '' ? this.key('Delete') : this.type(text));
+  }
+
+  // Waits for a message box, checks nothing, presses its button; its text.
+  async answerBox(milliseconds) {
+    const box = await this.messageBox(milliseconds);
+    await this.click(box.children.find((child) => child.class === 'Button'));
+    await this.gone(box);
+    return box.message;
+  }
+
+  // The window of Wine's that stands in for a notification area.
+  async clickIcon(button = 1) {
+    const found = await until(() => this.xdotool('search', '--onlyvisible', '--name', 'Wine System Tray').catch(() => ''),
+      'the notification area');
+    const tray = found.trim().split('\n')[0];
+    await this.xdotool('windowraise', tray, 'mousemove', '--window', tray, 10, 10, 'click', button);
+  }
+
+  // ---- programs ----
+
+  async install(options) {
+    const app = await WindowsApplication.create(this, options);
+    this.apps.push(app);
+    return app;
+  }
+
+  // Starts the program and waits until it listens.
+  async run(app, options) {
+    app.launch();
+    if (options?.listens === false) return app;
+    app.port = await app.listening();
+    await this.main({ text: /^Vornelle \(v/ });
+    return app;
+  }
+}
+
+const SETTINGS = { EMAIL_ADDRESS: 'joe@home.example', POP_ACCOUNT: 'joe', POP_PASSWORD: 'secret', TEST_MODE: 'FALSE' };
+
+// An application folder with the Windows program in it.
+export class WindowsApplication {
+  static async create(desktop, { settings, lists, files, folder } = {}) {
+    const app = new WindowsApplication();
+    app.desktop = desktop;
+    app.folder = folder ?? path.join(desktop.folder, `application-${desktop.apps.length + 1}`);
+    fs.cpSync(PROGRAM_FOLDER, app.folder, { recursive: true });
+    app.wantedPort = await freePort();
+    if (settings !== null) {
+      const all = { ...SETTINGS, HTTP_PORT_CFG: app.wantedPort, ...settings };
+      app.write('Vornelle.ini', Object.entries(all).map(([key, value]) => `${key}=${value}\r\n`).join(''));
+    }
+    for (const [name, entries] of Object.entries({ friendlist: ['@friend.example'], ...lists })) {
+      app.write(`data/${name}.txt`, entries.map((entry) => entry + '\r\n').join(''));
+    }
+    for (const [name, content] of Object.entries(files ?? {})) app.write(name, content);
+    app.sessionId = '';
+    return app;
+  }
+
+  launch(program = 'vornelle.exe') {
+    this.ended = null;
+    this.child = keepChild(spawn(WINE, [`./${program}`], { cwd: this.folder, env: this.desktop.env, stdio: 'ignore' }));
+    this.child.once('exit', (code, signal) => { this.ended = { code, signal }; });
+  }
+
+  // The port that the banner in the log box tells.
+  async listening() {
+    const found = await until(async () => {
+      if (this.ended) throw new Error(`The program ended: ${JSON.stringify(this.ended)}\n${this.log()}`);
+      const main = (await this.desktop.windows()).find((window) => window.class === 'VornelleForm1');
+      const box = main?.children.find((child) => child.id === 107);
+      return box && /use the address: http:\/\/localhost:(\d+)/.exec(box.text);
+    }, 'the banner', 30000);
+    return Number(found[1]);
+  }
+
+  path(name) { return path.join(this.folder, name); }
+  exists(name) { return fs.existsSync(this.path(name)); }
+  read(name) { return fs.readFileSync(this.path(name), 'latin1'); }
+  write(name, content) { fs.writeFileSync(this.path(name), Buffer.isBuffer(content) ? content : Buffer.from(content, 'latin1')); }
+  log() { return this.exists('Vornelle.log') ? this.read('Vornelle.log') : ''; }
+  events() { return this.log().split('\r\n').slice(0, -1).map((line) => line.replace(/^\[[^\]]*\] /, '')); }
+  // The settings file as { KEY: value }.
+  settings() {
+    return Object.fromEntries(this.read('Vornelle.ini').split('\r\n').slice(0, -1).map((line) => {
+      const at = line.indexOf('=');
+      return [line.slice(0, at), line.slice(at + 1)];
+    }));
+  }
+
+  get(target, options) { return get(this.port, target.replace('{s}', this.sessionId), options); }
+  post(target, fields, options) { return post(this.port, target.replace('{s}', this.sessionId), fields, options); }
+  async login(account = 'joe', password = 'secret') {
+    const page = await this.post('/login.cgi', { POP_ACCOUNT: account, POP_PASSWORD: password, SUBMIT: 'Login' });
+    const found = /displaySpambox\.htm\?s=([A-Z]{64})/.exec(page);
+    if (!found) throw new Error(`no session in: ${page}`);
+    this.sessionId = found[1];
+  }
+
+  async event(text, milliseconds = 15000) {
+    await until(() => this.events().some((event) => text instanceof RegExp ? text.test(event) : event === text),
+      `the event ${text}`, milliseconds);
+  }
+
+  async end(milliseconds = 20000) { return await until(() => this.ended, 'the end of the program', milliseconds); }
+
+  async stop() {
+    if (this.child && !this.ended) {
+      this.child.kill('SIGKILL');
+      await this.end();
+    }
+  }
+}

@@ -146,7 +146,7 @@ test('Access keys work although no caption shows one', async () => {
 test('The log box takes the room that a larger window gives, and the window has a least size', async () => {
   const main = await desktop.main();
   const before = desktop.control(main, ID.log).rect;
-  const xid = (await desktop.xdotool('search', '--name', '^Vornelle \\(v')).trim().split('\n')[0];
+  const xid = await desktop.mainXid();
   await desktop.xdotool('windowsize', xid, 900, 600);
   await until(async () => {
     const [left, top, right, bottom] = (await find(ID.log)).rect;
@@ -165,7 +165,7 @@ test('The log box takes the room that a larger window gives, and the window has 
 });
 
 test('Minimising hides the window; a left click on the icon brings it back', async () => {
-  const xid = (await desktop.xdotool('search', '--name', '^Vornelle \\(v')).trim().split('\n')[0];
+  const xid = await desktop.mainXid();
   await desktop.xdotool('windowminimize', xid);
   await until(async () => !(await desktop.main()).visible, 'the hidden window');
   assert.match(await app.get('/'), /<form/i);
@@ -180,7 +180,7 @@ test('Minimising hides the window; a left click on the icon brings it back', asy
 
 test('The icon comes back when the task bar has been started anew', async () => {
   await desktop.ask('taskbar');
-  const xid = (await desktop.xdotool('search', '--name', '^Vornelle \\(v')).trim().split('\n')[0];
+  const xid = await desktop.mainXid();
   await desktop.xdotool('windowminimize', xid);
   await until(async () => !(await desktop.main()).visible, 'the hidden window');
   await desktop.clickIcon();
@@ -190,7 +190,7 @@ test('The icon comes back when the task bar has been started anew', async () => 
 test('The close button ends the program and saves the switches', async () => {
   await desktop.click(await find(ID.startMin));
   await checked(ID.startMin, true);
-  const xid = (await desktop.xdotool('search', '--name', '^Vornelle \\(v')).trim().split('\n')[0];
+  const xid = await desktop.mainXid();
   // The window manager's own close button sends the same.
   await desktop.xdotool('windowactivate', '--sync', xid, 'key', 'alt+F4');
   assert.deepEqual(await app.end(), { code: 0, signal: null });

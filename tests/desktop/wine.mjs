@@ -26,6 +26,8 @@ const PROBE = path.join(repository, 'build', 'windows', 'desktop_probe.exe');
 export const PROGRAM_FOLDER = path.join(repository, 'dist', 'windows');
 const BASE_PREFIX = path.join(repository, 'build', 'wine-prefix');
 
+const DOUBLE_CLICK = 600;  // a little more than the system's own limit in milliseconds
+
 // Nothing is asked for and nothing is fetched; no menus of the real user's are touched.
 const OVERRIDES = 'mscoree=d;mshtml=d;winemenubuilder.exe=d';
 
@@ -205,7 +207,16 @@ export class Desktop {
 
   async xdotool(...args) { return (await execute('xdotool', args.map(String), { env: this.env })).stdout; }
 
-  async clickAt(x, y, button = 1) { await this.xdotool('mousemove', x, y, 'click', button); }
+  async clickAt(x, y, button = 1) {
+    // Two clicks in a row on the same place would be a double click.
+    const { last } = this;
+    if (last && Math.abs(last.x - x) < 10 && Math.abs(last.y - y) < 10) {
+      const wait = last.time + DOUBLE_CLICK - Date.now();
+      if (wait > 0) await new Promise((resolve) => setTimeout(resolve, wait));
+    }
+    await this.xdotool('mousemove', x, y, 'click', button);
+    this.last = { x, y, time: Date.now() };
+  }
 
   async click(control, button) {
     const [left, top, right, bottom] = control.rect;
@@ -257,6 +268,15 @@ export class Desktop {
     await this.xdotool('windowraise', tray, 'mousemove', '--window', tray, 10, 10, 'click', button);
   }
 
+  // The main window's number in the X server.
+  async mainXid() { return (await this.xdotool('search', '--name', '^Vornelle \\(v')).trim().split('\n')[0]; }
+
+  // Away from the window that stands in for the notification area.
+  async moveAside() {
+    await this.xdotool('windowmove', await this.mainXid(), 200, 150);
+    await until(async () => (await this.main()).rect[0] > 150, 'the moved window');
+  }
+
   // ---- programs ----
 
   async install(options) {
@@ -270,7 +290,8 @@ export class Desktop {
     app.launch();
     if (options?.listens === false) return app;
     app.port = await app.listening();
-    await this.main({ text: /^Vornelle \(v/ });
+    const main = await this.main({ text: /^Vornelle \(v/, pid: undefined });
+    if (main.visible) await this.moveAside();
     return app;
   }
 }

@@ -16,7 +16,7 @@ function assertOneWait(start, least) {
   assert.ok(seconds > least && seconds < 50, `${seconds} s`);
 }
 
-describe('a silent server', { concurrency: 20 }, () => {
+describe('silence', { concurrency: 20 }, () => {
   const stalled = (fault, check, { least = 25, ...options } = {}) => () => {
     const start = Date.now();
     return faultRun({ pop: { faults: [fault] }, milliseconds: 120000, ...options }, (run) => {
@@ -25,21 +25,19 @@ describe('a silent server', { concurrency: 20 }, () => {
     });
   };
   const notLoggedOn = ({ line }) => assert.match(line, /^\*\*Cannot log onto POP3 server\./);
-  test('AtItsGreeting', stalled({ verb: 'GREETING', stall: true }, notLoggedOn));
-  test('AtPass', stalled({ verb: 'PASS', stall: true }, notLoggedOn));
-  test('InTheMiddleOfList', stalled({ verb: 'LIST', stall: 'middle' }));
-  test('InTheMiddleOfUidl', stalled({ verb: 'UIDL', stall: 'middle' }));
-  test('InTheMiddleOfTop', stalled({ verb: 'TOP', nth: 2, stall: 'middle' }));
-  test('InTheMiddleOfAMessage', stalled({ verb: 'RETR', nth: 2, stall: 'middle' }));
-  test('JustBeforeTheEndOfAMessage', stalled({ verb: 'RETR', nth: 1, stall: -1 }));
-  test('AtDele', stalled({ verb: 'DELE', nth: 2, stall: true }));
-  test('AtQuit', stalled({ verb: 'QUIT', stall: true }));
+  test('OfTheServerAtItsGreeting', stalled({ verb: 'GREETING', stall: true }, notLoggedOn));
+  test('OfTheServerAtPass', stalled({ verb: 'PASS', stall: true }, notLoggedOn));
+  test('OfTheServerInTheMiddleOfList', stalled({ verb: 'LIST', stall: 'middle' }));
+  test('OfTheServerInTheMiddleOfUidl', stalled({ verb: 'UIDL', stall: 'middle' }));
+  test('OfTheServerInTheMiddleOfTop', stalled({ verb: 'TOP', nth: 2, stall: 'middle' }));
+  test('OfTheServerInTheMiddleOfAMessage', stalled({ verb: 'RETR', nth: 2, stall: 'middle' }));
+  test('OfTheServerJustBeforeTheEndOfAMessage', stalled({ verb: 'RETR', nth: 1, stall: -1 }));
+  test('OfTheServerAtDele', stalled({ verb: 'DELE', nth: 2, stall: true }));
+  test('OfTheServerAtQuit', stalled({ verb: 'QUIT', stall: true }));
   // A question that the server may not know is not worth the whole wait.
-  test('AtCapaOfALargeMailbox', stalled({ verb: 'CAPA', stall: true },
+  test('OfTheServerAtCapaOfALargeMailbox', stalled({ verb: 'CAPA', stall: true },
     ({ line }) => assert.match(line, /^Mail filtered:  10 msgs\.  30 spam\.$/), { messages: largeMailbox(), least: 5 }));
-});
 
-describe('a silent browser', { concurrency: 20 }, () => {
   const knock = (port, text = '') => {
     const socket = net.connect(port, '127.0.0.1');
     socket.received = '';

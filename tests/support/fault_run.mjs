@@ -13,11 +13,12 @@ import { smallMailbox } from './mails.mjs';
 export async function faultRun(options, check) {
   const messages = options.messages ?? smallMailbox();
   const server = await MailServer.start({ messages, pop: options.pop });
-  const app = await Application.start({
-    settings: { POP_SERVER: `127.0.0.1:${server.popPort}`, ...options.settings },
-    lists: options.lists,
-  });
+  let app;
   try {
+    app = await Application.start({
+      settings: { POP_SERVER: `127.0.0.1:${server.popPort}`, ...options.settings },
+      lists: options.lists,
+    });
     const before = server.maildrop.messages.map((message) => message.data);
     const left = () => server.maildrop.messages.map((message) => message.data);
     await app.login();
@@ -36,7 +37,7 @@ export async function faultRun(options, check) {
     assert.deepEqual(left().map(String), kept.map((message) => message.data.toString()),
       'the next run on a server that behaves takes all spam and nothing else');
   } finally {
-    await app.stop();
+    await app?.stop();
     await server.stop();
   }
 }

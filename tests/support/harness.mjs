@@ -44,7 +44,12 @@ export class Application {
 
   static async start(options = {}) {
     const app = await Application.create(options);
-    await app.run(options.environment);
+    try {
+      await app.run(options.environment);
+    } catch (error) {
+      await app.stop();
+      throw error;
+    }
     return app;
   }
 

@@ -8,13 +8,14 @@ import { Application } from './harness.mjs';
 export async function withMailbox(messages, { delay, ...options }, work) {
   const dovecot = await Dovecot.start({ messages });
   const proxy = delay && await DelayProxy.start(dovecot.port, delay);
-  const app = await Application.start({ ...options,
-    settings: { POP_SERVER: `127.0.0.1:${proxy ? proxy.port : dovecot.port}`, ...options.settings } });
+  let app;
   try {
+    app = await Application.start({ ...options,
+      settings: { POP_SERVER: `127.0.0.1:${proxy ? proxy.port : dovecot.port}`, ...options.settings } });
     await app.login();
     await work(app, dovecot);
   } finally {
-    await app.stop();
+    await app?.stop();
     await proxy?.stop();
     await dovecot.stop();
   }

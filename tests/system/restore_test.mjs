@@ -92,9 +92,10 @@ describe('with postfix', () => {
 describe('with a scripted server', { concurrency: 4 }, () => {
   async function restoreThrough(smtp, settings, check) {
     const server = await MailServer.start({ messages: [spam('one', 'body\r\n.lead\r\n.\r\nend\r\n')], smtp });
-    const app = await Application.start({ settings: {
-      POP_SERVER: `127.0.0.1:${server.popPort}`, SMTP_SERVER: `127.0.0.1:${server.smtpPort}`, ...settings } });
+    let app;
     try {
+      app = await Application.start({ settings: {
+        POP_SERVER: `127.0.0.1:${server.popPort}`, SMTP_SERVER: `127.0.0.1:${server.smtpPort}`, ...settings } });
       await app.login();
       await app.filterMail();
       const file = Object.values(app.spamBox())[0];
@@ -105,7 +106,7 @@ describe('with a scripted server', { concurrency: 4 }, () => {
       assert.ok(await app.isServing());
       await check(app, server, file);
     } finally {
-      await app.stop();
+      await app?.stop();
       await server.stop();
     }
   }

@@ -1,0 +1,28 @@
+// Any text as a message: the parser must come back, and what it gives must be Windows-1252 text of a sensible
+// length.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "mail/mail_component.h"
+#include "mail/message_parser.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  const vornelle::MailMessage header = vornelle::parseMessageHeader(text);
+  const vornelle::MailMessage message = vornelle::parseMessage(text);
+  // The header is read the same way with and without the body behind it, and no field can break a line of the
+  // log.
+  if (header.from != message.from || header.subject != message.subject || header.date != message.date)
+    std::abort();
+  if ((message.from + message.subject).find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos) {
+    std::abort();
+  }
+  if (message.rawText != text) std::abort();
+  // A lone line feed becomes two characters; nothing else grows.
+  for (const std::string* body : {&message.plainBody, &message.htmlBody, &message.bodyText}) {
+    if (body->size() > 2 * size) std::abort();
+  }
+  return 0;
+}

@@ -1,0 +1,74 @@
+// Any bytes as what a POP3 server sends: the session must end, and no command may go out after the line has
+// failed.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "mail/pop3_client.h"
+#include "platform/net_stream.h"
+
+namespace vornelle {
+namespace {
+
+// Gives the bytes out in pieces, whatever is asked. The first byte is the length of a piece.
+class Script : public NetStream {
+ public:
+  explicit Script(std::string_view bytes) : bytes_(bytes) {
+    if (bytes_.empty()) return;
+    piece_ = static_cast<unsigned char>(bytes_.front()) + 1U;
+    bytes_.remove_prefix(1);
+  }
+
+  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int /*timeout*/) override {
+    if (failed_) std::abort();
+    const std::size_t count = std::min({size, piece_, bytes_.size()});
+    bytes_.copy(buffer, count);
+    bytes_.remove_prefix(count);
+    failed_ = count == 0;
+    return count;
+  }
+
+  [[nodiscard]] bool write(std::string_view commands, int /*timeout*/) override {
+    if (failed_ || !commands.ends_with("\r\n")) std::abort();
+    return true;
+  }
+
+ private:
+  std::string_view bytes_;
+  std::size_t piece_ = 1;
+  bool failed_ = false;
+};
+
+}  // namespace
+}  // namespace vornelle
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace vornelle;
+  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  // Where the client connects a second time, that server is another half of the input.
+  int connections = 0;
+  const auto connect = [&]() -> std::unique_ptr<NetStream> {
+    if (++connections > 2) std::abort();
+    return std::make_unique<Script>(connections == 1 ? bytes : bytes.substr(size / 2));
+  };
+  Pop3Client client(connect, "bob", "secret", 1000);
+  if (!client.logOn()) return 0;
+  std::string uidl;
+  const auto take = [&uidl](std::size_t, const MaildropEntry& entry, std::string_view header) {
+    if (header.size() > (1U << 20)) std::abort();
+    if (!entry.uidl.empty()) uidl = entry.uidl;
+    return true;
+  };
+  static_cast<void>(client.fetchHeaders(take));
+  static_cast<void>(client.fetchUidls());
+  const bool fetched = client.fetchMessage(uidl).has_value();
+  const bool deleted = client.deleteMessage(uidl);
+  if (deleted && !fetched) std::abort();
+  if (client.deleteMessage(uidl) && deleted) std::abort();
+  return 0;
+}

@@ -1,15 +1,10 @@
 // Browsers for tests, both from Debian and both through playwright-core: Chromium over its own protocol, Firefox over
 // WebDriver BiDi. Each one has an address of its own for the gateway, so that both ways to it are walked.
 //
-//   for (const name of BROWSERS) describe(name, () => {
-//     let browser;
-//     before(async () => { browser = await Browser.open(name); });
-//     after(() => browser?.close());
-//     test('...', async () => {
-//       const user = await browser.user(app);
+//   inEachBrowser((userTest) => {
+//     userTest('WhatPeopleSee', () => app, async (user) => {
 //       await user.login();
 //       ...
-//       await user.close();
 //     });
 //   });
 //
@@ -18,13 +13,14 @@
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
+import { after, before, describe, test } from 'node:test';
 
 import { chromium, firefox } from 'playwright-core';
 
 import { repository } from './launcher.mjs';
 import { isRoot, until } from './tools.mjs';
 
-export const BROWSERS = (process.env.VORNELLE_BROWSERS ?? 'chromium,firefox').split(',');
+const BROWSERS = (process.env.VORNELLE_BROWSERS ?? 'chromium,firefox').split(',');
 
 const KINDS = {
   chromium: {
@@ -41,7 +37,7 @@ const PATIENCE = 30000;  // milliseconds until something that never comes is giv
 
 const screenshots = path.join(repository, 'build', 'screenshots');
 
-export class Browser {
+class Browser {
   static async open(name) {
     const browser = new Browser();
     browser.name = name;
@@ -62,6 +58,28 @@ export class Browser {
   }
 
   async close() { await this.process.close(); }
+}
+
+// Tests that run in every browser, each with a user of its own. Where one fails there is a picture of what was seen.
+export function inEachBrowser(body) {
+  for (const name of BROWSERS) {
+    describe(name, () => {
+      let browser;
+      before(async () => { browser = await Browser.open(name); });
+      after(() => browser?.close());
+      body((title, app, work, options) => test(title, async () => {
+        const user = await browser.user(app(), options);
+        try {
+          await work(user);
+        } catch (error) {
+          await user.picture(`failed-${title.replace(/\W+/g, '-')}`).catch(() => {});
+          throw error;
+        } finally {
+          await user.close();
+        }
+      }), name);
+    });
+  }
 }
 
 export class User {

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/text.h"
 #include "web/gateway_answer.h"
 #include "web/http_request_parser.h"
 
@@ -54,8 +55,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t pieceLength = 1 + data[0];
   const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
   if (parseInPieces(text, text.size() + 1) != parseInPieces(text, pieceLength)) std::abort();
-  // The one thing that is rewritten in an answer.
+  // What is rewritten in an answer.
   const std::string page = vornelle::agreeCharset(std::string(text));
   if (vornelle::agreeCharset(page) != page) std::abort();
+  const std::string sealed = vornelle::withoutConnections(std::string(text), vornelle::PageKind::message);
+  if (sealed.size() != text.size() || vornelle::findNoCase(sealed, "<link") != std::string::npos ||
+      vornelle::findNoCase(sealed, "<iframe") != std::string::npos) {
+    std::abort();
+  }
   return 0;
 }

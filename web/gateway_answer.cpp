@@ -119,6 +119,7 @@ PageKind pageKind(std::string_view target) {
 }
 
 std::string pageAnswer(PageKind kind, std::string body, const AnswerOptions& options) {
+  if (kind != PageKind::icon) body = withoutConnections(std::move(body), kind);
   if (kind == PageKind::message) body = agreeCharset(std::move(body));
   const std::string_view type = kind == PageKind::icon ? "image/x-icon" : "text/html; charset=windows-1252";
   return assemble("200 OK", type, contentSecurityPolicy(kind), "", body, options);
@@ -139,6 +140,23 @@ std::string errorAnswer(int status, const AnswerOptions& options) {
   if (status == 503) further = "\r\nRetry-After: 5";
   return assemble(statusLine, "text/html; charset=windows-1252", contentSecurityPolicy(PageKind::unknown),
                   further, body, options);
+}
+
+std::string withoutConnections(std::string page, PageKind kind) {
+  constexpr std::string_view kOurIcon = "<link rel=\"icon\" href=\"data:";
+  // Each pair is of one length, so that nothing moves.
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 3> kTags = {{
+      {"<link", "<meta"},
+      {"<iframe", "<xframe"},
+      {"<frame", "<xrame"},
+  }};
+  for (const auto& [tag, harmless] : kTags) {
+    for (std::size_t at = 0; (at = findNoCase(page, tag, at)) != std::string::npos; at += tag.size()) {
+      if (kind == PageKind::page && std::string_view(page).substr(at, kOurIcon.size()) == kOurIcon) continue;
+      page.replace(at, tag.size(), harmless);
+    }
+  }
+  return page;
 }
 
 std::string agreeCharset(std::string page) {

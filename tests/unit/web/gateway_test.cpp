@@ -480,6 +480,33 @@ TEST_F(GatewayTest, WithoutIPv6TheProgramRunsWithoutAGateway) {
   EXPECT_THAT(sim::shell().messageBoxes, IsEmpty());
 }
 
+// Chromium connects for such elements under any policy.
+TEST_F(GatewayTest, AMessageOpensNoConnectionByFramesAndLinks) {
+  const std::string answer = pageAnswer(
+      PageKind::message, "<p>a</p><LINK rel=preconnect href=//a.example><link rel=\"icon\" href=\"data:,x\">", {});
+  EXPECT_EQ(body(answer), "<p>a</p><meta rel=preconnect href=//a.example><meta rel=\"icon\" href=\"data:,x\">");
+  EXPECT_EQ(body(pageAnswer(PageKind::message, "<IFrame src=//a></IFrame><frameset><frame src=//b>", {})),
+            "<xframe src=//a></IFrame><xrameset><xrame src=//b>");
+}
+
+TEST_F(GatewayTest, ASubjectOpensNoConnectionByAFrame) {
+  EXPECT_EQ(body(pageAnswer(PageKind::page, "<td><iframe src=//a.bc></td>", {})), "<td><xframe src=//a.bc></td>");
+}
+
+TEST_F(GatewayTest, ASubjectOpensNoConnectionByALinkAndThePageKeepsItsIcon) {
+  const std::string answer =
+      pageAnswer(PageKind::page, "<link rel=\"icon\" href=\"data:image\"><td><link rel=preconnect href=//a.bc></td>", {});
+  EXPECT_EQ(body(answer), "<link rel=\"icon\" href=\"data:image\"><td><meta rel=preconnect href=//a.bc></td>");
+}
+
+TEST_F(GatewayTest, TheCharsetOfALinkAgreesToo) {
+  EXPECT_EQ(body(pageAnswer(PageKind::message, "<link charset=utf-8>", {})), "<meta charset=windows-1252>");
+}
+
+TEST_F(GatewayTest, TheIconKeepsItsBytes) {
+  EXPECT_EQ(body(pageAnswer(PageKind::icon, "<link>", {})), "<link>");
+}
+
 TEST(AgreeCharset, MetaTagsOfAMessageSayWhatItsBytesAre) {
   EXPECT_EQ(agreeCharset("<META charset='utf-8'><p>charset=utf-8"), "<META charset='windows-1252'><p>charset=utf-8");
   EXPECT_EQ(agreeCharset("<meta http-equiv=\"x\" content=\"text/html; charset = iso-8859-2\">"),

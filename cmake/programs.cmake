@@ -39,8 +39,9 @@ if(desktop_sources)
     VERBATIM)
 endif()
 
-# What the desktop tests look at the windows with.
+# What the desktop tests look at the windows with, and what they measure the start against.
 if(WIN32)
   add_executable(desktop_probe tests/desktop/probe.cpp)
   target_link_libraries(desktop_probe PRIVATE ole32 shell32 uuid version comctl32)
+  add_executable(desktop_bare WIN32 tests/desktop/bare.cpp)
 endif()

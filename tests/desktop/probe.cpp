@@ -3,6 +3,7 @@
 //
 //   windows          every visible top-level window with its controls
 //   text HANDLE      the whole text of a window
+//   topline HANDLE   the number of the first line in sight in an edit box
 //   tips PID         the tool tips of a process: [{"window": HANDLE, "text": "..."}]
 //   menu HANDLE FILE the entries of a window's menu bar, whose resource is in that program, with their places
 //   taskbar          what a task bar tells all windows when it has been started
@@ -16,6 +17,7 @@
 #include <commctrl.h>
 #include <shlobj.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <iostream>
@@ -67,12 +69,14 @@ std::string rectangle(const RECT& place) {
 std::wstring textOf(HWND window) {
   DWORD_PTR length = 0;
   if (!SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, 5000, &length)) return L"<no answer>";
+  constexpr DWORD_PTR kMostCharacters = 1 << 25;  // the answer of a window that is being destroyed can be anything
+  if (length > kMostCharacters) return L"<no answer>";
   std::wstring text(length + 1, L'\0');
   DWORD_PTR got = 0;
   if (!SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()), SMTO_ABORTIFHUNG, 5000, &got)) {
     return L"<no answer>";
   }
-  text.resize(got);
+  text.resize(std::min(got, length));
   return text;
 }
 
@@ -286,6 +290,7 @@ std::string answer(const std::string& line) {
   const std::string argument = blank == std::string::npos ? "" : line.substr(blank + 1);
   if (command == "windows") return windows();
   if (command == "text") return quoted(textOf(handleOf(argument)));
+  if (command == "topline") return number(SendMessageW(handleOf(argument), EM_GETFIRSTVISIBLELINE, 0, 0));
   if (command == "tips") return tips(static_cast<DWORD>(std::stoul(argument)));
   if (command == "menu") return menu(handleOf(argument), wide(argument.substr(argument.find(' ') + 1)));
   if (command == "link") return link(wide(argument));

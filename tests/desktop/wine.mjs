@@ -22,6 +22,7 @@ const execute = promisify(execFile);
 const WINE = ['/usr/lib/wine/wine64', '/usr/bin/wine64', '/usr/bin/wine'].find((name) => fs.existsSync(name));
 const WINESERVER = ['/usr/lib/wine/wineserver64', '/usr/lib/wine/wineserver', '/usr/bin/wineserver']
   .find((name) => fs.existsSync(name));
+export const wineProgram = WINE;
 const PROBE = path.join(repository, 'build', 'windows', 'desktop_probe.exe');
 export const PROGRAM_FOLDER = path.join(repository, 'dist', 'windows');
 const BASE_PREFIX = path.join(repository, 'build', 'wine-prefix');

@@ -1,0 +1,167 @@
+// The Windows program at work: filter runs from its window, pages served whatever is open, and what it takes of the
+// machine.
+
+import assert from 'node:assert/strict';
+import { spawn } from 'node:child_process';
+import fs from 'node:fs';
+import path from 'node:path';
+import { after, afterEach, before, test } from 'node:test';
+
+import { Dovecot } from '../support/dovecot.mjs';
+import { repository } from '../support/launcher.mjs';
+import { MailServer } from '../support/mailserver.mjs';
+import { friendly, smallMailbox, spam } from '../support/mails.mjs';
+import { keepChild, listening, until } from '../support/tools.mjs';
+import { Desktop, PROGRAM_FOLDER, wineProgram } from './wine.mjs';
+
+const ID = { filter: 104, log: 107 };
+let desktop;
+before(async () => { desktop = await Desktop.start(); });
+after(async () => { await desktop?.stop(); });
+afterEach(async () => { for (const app of desktop.apps) await app.stop(); });
+
+const serves = async (app) => assert.match(await app.get('/'), /<form/i);
+const press = async (id) => { await desktop.click(desktop.control(await desktop.main(), id)); };
+
+test('Filter Mail runs against a mailbox: spam goes into the SpamBox and off the server, the tip tells it', async () => {
+  const server = await MailServer.start({ messages: smallMailbox(), user: 'joe', password: 'secret' });
+  try {
+    const app = await desktop.install({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}` } });
+    await desktop.run(app);
+    await press(ID.filter);
+    await app.event(/^Mail filtered: /, 30000);
+    assert.deepEqual(fs.readdirSync(app.path('spam')).sort(), ['five.txt', 'three.txt', 'two.txt']);
+    assert.deepEqual(server.maildrop.uids().sort(), ['four', 'one']);
+    assert.ok((await desktop.logText()).includes('Mail filtered: '));
+    assert.equal(app.read('spam/three.txt'), smallMailbox()[2].data.toString('latin1') + '\r\n');
+  } finally {
+    await server.stop();
+  }
+});
+
+test('Filter Mail runs against Dovecot', async () => {
+  const messages = Array.from({ length: 30 }, (_, i) => (i % 3 ? spam(`dove-${i}`) : friendly(`dove-${i}`)));
+  const server = await Dovecot.start({ messages });
+  try {
+    const app = await desktop.install({
+      settings: { POP_SERVER: `127.0.0.1:${server.port}` } });
+    await desktop.run(app);
+    await press(ID.filter);
+    await app.event(/^Mail filtered: /, 60000);
+    assert.equal(fs.readdirSync(app.path('spam')).length, 20);
+    assert.equal(server.messages().length, 10);
+  } finally {
+    await server.stop();
+  }
+});
+
+test('Pages are served while each dialog is open, and while the window is moved to the notification area', async () => {
+  const app = await desktop.install();
+  await desktop.run(app);
+  for (const [entry, title] of [['Import', 'Import Addresses to FriendList'], ['Config', 'Config'], ['About', 'About Vornelle']]) {
+    await desktop.clickMenu(entry);
+    const dialog = await desktop.dialog(title);
+    await serves(app);
+    await desktop.key('Escape');
+    await desktop.gone(dialog);
+  }
+  // The window's own menu runs a loop of the system's.
+  await desktop.key('alt+space');
+  await serves(app);
+  await desktop.key('Escape');
+});
+
+test('A filter run can be started from the web while a dialog is open', async () => {
+  const server = await MailServer.start({ messages: smallMailbox(), user: 'joe', password: 'secret' });
+  try {
+    const app = await desktop.install({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}` } });
+    await desktop.run(app);
+    await app.login();
+    await desktop.clickMenu('Config');
+    await desktop.dialog('Config');
+    await app.get('/MAILFILTER.CGI?s={s}');
+    await app.event(/^Mail filtered: /);
+    assert.equal(fs.readdirSync(app.path('spam')).length, 3);
+  } finally {
+    await server.stop();
+  }
+});
+
+test('A message as long as the send buffer many times over arrives whole', async () => {
+  const app = await desktop.install({ lists: { enemylist: Array.from({ length: 9000 }, (_, i) => `enemy-${i}@long.example`) } });
+  await desktop.run(app);
+  await app.login();
+  const page = await app.get('/displayenemylist.htm?s={s}', { milliseconds: 60000 });
+  assert.ok(page.length > 500000 && page.includes('enemy-8999@long.example'), `${page.length} bytes`);
+});
+
+// Private memory in KB, as the system underneath counts it.
+const privateMemory = (pid) => [...fs.readFileSync(`/proc/${pid}/smaps_rollup`, 'utf8').matchAll(/^Private_\w+: +(\d+) kB/gm)]
+  .reduce((sum, [, size]) => sum + Number(size), 0);
+const processorTicks = (pid) => {
+  const fields = fs.readFileSync(`/proc/${pid}/stat`, 'utf8').split(') ')[1].split(' ');
+  return Number(fields[11]) + Number(fields[12]);
+};
+
+test('At rest the program takes no processor time, and its memory stays small after 1,000 requests and 10 runs', async () => {
+  const server = await MailServer.start({ messages: smallMailbox(), user: 'joe', password: 'secret' });
+  const bare = keepChild(spawn(wineProgram, [path.join(repository, 'build', 'windows', 'desktop_bare.exe')],
+    { env: desktop.env, stdio: 'ignore' }));
+  try {
+    await desktop.ask('windows');
+    const app = await desktop.install({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}`, TEST_MODE: 'TRUE' } });
+    await desktop.run(app);
+    await app.login();
+    await desktop.xdotool('windowminimize', await desktop.mainXid());
+    await until(async () => !(await desktop.main()).visible, 'the hidden window');
+    for (let i = 0; i < 1000; i++) await app.get(i % 20 ? '/quick.htm?s={s}' : '/');
+    for (let i = 0; i < 10; i++) await app.get('/MAILFILTER.CGI?s={s}', { milliseconds: 60000 });
+    const own = privateMemory(app.child.pid);
+    const system = privateMemory(bare.pid);
+    console.log(`private memory ${own} KB, of a bare program with a window ${system} KB`);
+    assert.ok(own < 16 * 1024, `${own} KB`);
+    const before = processorTicks(app.child.pid);
+    await new Promise((resolve) => setTimeout(resolve, 5000));
+    const used = processorTicks(app.child.pid) - before;
+    console.log(`processor time in 5 seconds at rest: ${used * 10} ms`);
+    assert.ok(used <= 5, `${used} ticks`);
+  } finally {
+    bare.kill('SIGKILL');
+    await server.stop();
+  }
+});
+
+test('The program file is below 2 MB, and listens soon after its start', async () => {
+  const size = fs.statSync(path.join(PROGRAM_FOLDER, 'vornelle.exe')).size;
+  console.log(`program file ${(size / 1024).toFixed(0)} KB`);
+  assert.ok(size < 2 * 1024 * 1024);
+
+  const bareStart = async () => {
+    const start = Date.now();
+    const bare = keepChild(spawn(wineProgram, [path.join(repository, 'build', 'windows', 'desktop_bare.exe')],
+      { env: desktop.env, stdio: 'ignore' }));
+    await until(async () => await desktop.xdotool('search', '--onlyvisible', '--name', '^Bare$').catch(() => ''),
+      'the bare window');
+    const took = Date.now() - start;
+    bare.kill('SIGKILL');
+    await new Promise((resolve) => bare.once('exit', resolve));
+    return took;
+  };
+  const programStart = async () => {
+    const app = await desktop.install();
+    const start = Date.now();
+    app.launch();
+    await listening(app.wantedPort, 'the listener');
+    const took = Date.now() - start;
+    await app.stop();
+    return took;
+  };
+  const times = { bare: [], program: [] };
+  for (let i = 0; i < 5; i++) {
+    times.bare.push(await bareStart());
+    times.program.push(await programStart());
+  }
+  const best = (list) => Math.min(...list);
+  console.log(`start to listening ${times.program.join(', ')} ms; a bare window ${times.bare.join(', ')} ms`);
+  assert.ok(best(times.program) < 1.5 * best(times.bare), `${best(times.program)} ms against ${best(times.bare)} ms`);
+});

@@ -88,7 +88,7 @@ TEST(EncodedWords, PlainTextIsLeftAlone) {
 TEST(EncodedWords, HostileTextTakesLinearTime) {
   for (const std::string piece : {"=?", "=?a?q?", "=?utf-8?q?a", "=?utf-8?q?a?= ", "=?utf-8?q?a?= x "}) {
     std::string text;
-    while (text.size() < (4U << 20)) text += piece;
+    while (text.size() < (1U << 20)) text += piece;
     EXPECT_LE(decodeEncodedWords(text).size(), text.size());
   }
 }

@@ -68,7 +68,8 @@ TEST(HeaderFields, WithoutAnEmptyLineTheBodyStartsAtTheFirstLineThatIsNoField) {
 
 TEST(HeaderFields, TheTopLineOfAMailFileBelongsToTheHeader) {
   for (const std::string top : {"From bob Sun Nov 15 2026\r\n", ">From bob Sun Nov 15 2026\r\n"}) {
-    const HeaderFields header(top + "From: a@b\r\n");
+    const std::string text = top + "From: a@b\r\n";
+    const HeaderFields header(text);
     EXPECT_EQ("a@b", header.field("From"));
     EXPECT_EQ(top.size() + 11, header.bodyStart());
   }

@@ -1,11 +1,9 @@
 #include "pages/inbox_page.h"
 
-#include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings.h"
 #include "pages/inbox_list.h"
 #include "pages/message_rows.h"
-#include "pages/template.h"
 #include "platform/events.h"
 
 namespace vornelle {
@@ -39,28 +37,9 @@ std::string inboxRow(std::int16_t i) {
 }  // namespace
 
 std::string pageInbox(std::int16_t& first) {
-  if (first == -1) {
-    if (inboxList()) {
-      first = 0;
-    } else {
-      LogWindowAdd(
-          "**Cannot log onto POP3 server.");  // the page comes all the same, from the listing as it is
-    }
-  }
-  const RowRange range = rowsToShow(first, inboxCount());
-  first = range.first;
-  std::string rows;
-  if (range.total > 0) {
-    for (int i = range.first; i <= range.last; i++) rows += inboxRow(static_cast<std::int16_t>(i));
-  } else {
-    rows = kEmptyRow;
-  }
-  return fillPage(
-      "inbox.htm",
-      {{"<!--SSPAGEDESC-->", listHeader("Inbox", "displayinbox.htm", range)}, {"<!--SSINBOX-->", rows}},
-      {{"<!--ssDRPRELEN-->", std::to_string(settings.deletePrefix.size())},
-       {"<!--ssRESTOREPRE-->", settings.restorePrefix},
-       {"<!--ssDELETEPRE-->", settings.deletePrefix}});
+  constexpr RowPage kPage = {"Inbox",   "displayinbox.htm", "inbox.htm", "<!--SSINBOX-->",
+                             kEmptyRow, inboxList,          inboxCount,  inboxRow};
+  return buildRowPage(kPage, first);
 }
 
 }  // namespace vornelle

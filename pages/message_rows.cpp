@@ -2,11 +2,13 @@
 
 #include <optional>
 
+#include "core/event_log.h"
 #include "core/form1.h"
 #include "core/numbers.h"
 #include "core/settings.h"
 #include "core/text.h"
 #include "pages/modSGML.h"
+#include "pages/template.h"
 
 namespace vornelle {
 
@@ -28,6 +30,32 @@ std::string pageLink(std::string_view page, int first, std::string_view text) {
 }
 
 }  // namespace
+
+std::string buildRowPage(const RowPage& page, std::int16_t& first) {
+  if (first == -1) {
+    if (page.makeListing()) {
+      first = 0;
+    } else {
+      // The page comes all the same, from the listing as it is. The SpamBox has the same line, though no
+      // server has a part in it.
+      LogWindowAdd("**Cannot log onto POP3 server.");
+    }
+  }
+  const RowRange range = rowsToShow(first, page.count());
+  first = range.first;
+  std::string rows;
+  if (range.total > 0) {
+    for (int i = range.first; i <= range.last; i++) rows += page.row(static_cast<std::int16_t>(i));
+  } else {
+    rows = page.emptyRow;
+  }
+  return fillPage(
+      page.templateName,
+      {{"<!--SSPAGEDESC-->", listHeader(page.title, page.request, range)}, {page.rowsMarker, rows}},
+      {{"<!--ssDRPRELEN-->", std::to_string(settings.deletePrefix.size())},
+       {"<!--ssRESTOREPRE-->", settings.restorePrefix},
+       {"<!--ssDELETEPRE-->", settings.deletePrefix}});
+}
 
 RowRange rowsToShow(std::int16_t first, std::int16_t total) {
   RowRange range{first, 0, total};

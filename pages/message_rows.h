@@ -1,5 +1,5 @@
-// What the Inbox and the SpamBox pages share: which rows to show, the header text, and the cells of a row.
-// The two pages differ in small ways that are kept: see their builders.
+// What the Inbox and the SpamBox pages share: the building of the page, which rows to show, the header text,
+// and the cells of a row. The rows of the two pages differ in small ways that are kept: see their builders.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,22 @@ struct RowRange {
   std::int16_t last = -1;
   std::int16_t total = 0;
 };
+
+// One of the two pages: what it is made of.
+struct RowPage {
+  std::string_view title;         // "Inbox"
+  std::string_view request;       // the name under which the page is asked for, "displayinbox.htm"
+  std::string_view templateName;  // "inbox.htm"
+  std::string_view rowsMarker;    // "<!--SSINBOX-->"
+  std::string_view emptyRow;      // stands in place of rows where there are none
+  bool (*makeListing)();          // false: failed, the listing is as it is
+  std::int16_t (*count)();        // of the listing
+  std::string (*row)(std::int16_t index);
+};
+
+// The page that starts at the given row; -1 makes the listing anew first and starts at row 0. On return
+// `first` is the row that the page starts at.
+[[nodiscard]] std::string buildRowPage(const RowPage& page, std::int16_t& first);
 
 // A first row beyond the end shows the last message alone, one below 0 starts at 0.
 [[nodiscard]] RowRange rowsToShow(std::int16_t first, std::int16_t total);

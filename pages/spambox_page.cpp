@@ -1,11 +1,9 @@
 #include "pages/spambox_page.h"
 
-#include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings.h"
 #include "pages/message_rows.h"
 #include "pages/spambox_list.h"
-#include "pages/template.h"
 #include "platform/events.h"
 
 namespace vornelle {
@@ -43,27 +41,9 @@ std::string spamboxRow(std::int16_t i) {
 }  // namespace
 
 std::string pageSpamBox(std::int16_t& first) {
-  if (first == -1) {
-    if (spamboxList()) {
-      first = 0;
-    } else {
-      LogWindowAdd("**Cannot log onto POP3 server.");  // so worded, though no server has a part in it
-    }
-  }
-  const RowRange range = rowsToShow(first, spamboxCount());
-  first = range.first;
-  std::string rows;
-  if (range.total > 0) {
-    for (int i = range.first; i <= range.last; i++) rows += spamboxRow(static_cast<std::int16_t>(i));
-  } else {
-    rows = kEmptyRow;
-  }
-  return fillPage(
-      "spambox.htm",
-      {{"<!--SSPAGEDESC-->", listHeader("SpamBox", "displayspambox.htm", range)}, {"<!--SSSPAM-->", rows}},
-      {{"<!--ssDRPRELEN-->", std::to_string(settings.deletePrefix.size())},
-       {"<!--ssRESTOREPRE-->", settings.restorePrefix},
-       {"<!--ssDELETEPRE-->", settings.deletePrefix}});
+  constexpr RowPage kPage = {"SpamBox", "displayspambox.htm", "spambox.htm", "<!--SSSPAM-->",
+                             kEmptyRow, spamboxList,          spamboxCount,  spamboxRow};
+  return buildRowPage(kPage, first);
 }
 
 }  // namespace vornelle

@@ -11,10 +11,11 @@
 #include "core/settings.h"
 #include "core/text.h"
 #include "mail/mail_component.h"
+#include "mail/spambox_store.h"
+#include "pages/template.h"
 #include "platform/events.h"
 #include "platform/files.h"
 #include "platform/shell.h"
-#include "pages/template.h"
 
 namespace vornelle {
 namespace {
@@ -50,17 +51,21 @@ std::string percentDecode(std::string_view text) {
   return decoded;
 }
 
-// Names come from the browser, and keys of an Inbox row from the server: neither may lead out of the SpamBox folder.
+// Names come from the browser, and keys of an Inbox row from the server: neither may lead out of the SpamBox
+// folder.
 bool isNameInFolder(std::string_view name) {
   return !name.empty() && name.find_first_of("\\/:") == std::string_view::npos &&
          name.find('\0') == std::string_view::npos;
 }
 
-std::string spamBoxPath(std::string_view fileName) {
-  return applicationFolder().append("\\spam\\").append(fileName);
+// The content of a file of the SpamBox; nullopt where there is none, and for a name that is no name in it.
+std::optional<std::string> readSpamFile(const std::string& fileName) {
+  if (!isNameInFolder(fileName)) return std::nullopt;
+  return readFile(applicationFolder() + "\\spam\\" + fileName);
 }
 
-// The server's own spelling of the unique-id that a page names, letter case ignored; nullopt when it has none such.
+// The server's own spelling of the unique-id that a page names, letter case ignored; nullopt when it has none
+// such.
 std::optional<std::string> findUidl(const UidlList& list, std::string_view wanted) {
   std::optional<std::string> found;
   for (std::int32_t i = 0; i < list.getCount(); ++i) {
@@ -77,9 +82,9 @@ std::string noSuchMessage() {
   return messagePage("Requested email does not exist!");
 }
 
-// The checked boxes of a posted form: "D3=1&R5=1&...&END". What stands in their rows is taken at once, since a page that
-// is built while the first rows are worked through would put other messages under the same numbers. Only names that are
-// a prefix and plain digits count: another field must never be taken for a row.
+// The checked boxes of a posted form: "D3=1&R5=1&...&END". What stands in their rows is taken at once, since
+// a page that is built while the first rows are worked through would put other messages under the same
+// numbers. Only names that are a prefix and plain digits count: another field must never be taken for a row.
 std::vector<CheckedRow> checkedRows(std::string_view rest) {
   std::vector<CheckedRow> rows;
   const std::size_t end = findNoCase(rest, "&END");
@@ -105,6 +110,17 @@ std::vector<CheckedRow> checkedRows(std::string_view rest) {
   return rows;
 }
 
+// A row with both boxes checked is restored before it is deleted, in whatever order they were posted.
+void putRestoresFirst(std::vector<CheckedRow>& rows) {
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (rows[i].restore) continue;
+    const auto later =
+        std::find_if(rows.begin() + static_cast<std::ptrdiff_t>(i), rows.end(),
+                     [&](const CheckedRow& one) { return one.restore && one.row == rows[i].row; });
+    if (later != rows.end()) std::swap(rows[i], *later);
+  }
+}
+
 void deleteFromInbox(const CheckedRow& row) {
   LogWindowAdd("Delete mail from " + row.sender);
   // A task that began during the yield may have taken the component away; then nothing is deleted.
@@ -112,13 +128,12 @@ void deleteFromInbox(const CheckedRow& row) {
 }
 
 void deleteFromSpamBox(const CheckedRow& row) {
-  const std::string path = spamBoxPath(row.key + ".txt");
-  if (!isNameInFolder(row.key) || !fileExists(path)) {
+  if (!isNameInFolder(row.key) || !fileExists(spamPath(row.key))) {
     LogWindowAdd("Problem deleting spam file " + row.key + ".txt");
     return;
   }
   LogWindowAdd("Delete spam from " + row.sender);
-  if (!deleteFile(path)) LogWindowAdd("Problem deleting spam file " + row.key + ".txt");
+  if (!deleteSpam(row.key)) LogWindowAdd("Problem deleting spam file " + row.key + ".txt");
 }
 
 // What is sent, and who it is from.
@@ -127,8 +142,8 @@ struct RestoredText {
   std::string text;
 };
 
-// Until the first line with "UIDL:" behind its first character (a header field such as "X-UIDL:"), each "From:" line
-// names the sender anew. That line is sent empty, and nothing behind it is looked at.
+// Until the first line with "UIDL:" behind its first character (a header field such as "X-UIDL:"), each
+// "From:" line names the sender anew. That line is sent empty, and nothing behind it is looked at.
 RestoredText restoredText(std::string_view source) {
   RestoredText restored;
   bool looking = true;
@@ -175,12 +190,8 @@ std::string showMessage(const std::string& uidl) {
 }
 
 std::string showSpam(const std::string& fileName) {
-  std::optional<std::string> source;
-  if (isNameInFolder(fileName)) source = readFile(spamBoxPath(fileName));
-  if (!source) {
-    const std::string decoded = percentDecode(fileName);
-    if (isNameInFolder(decoded)) source = readFile(spamBoxPath(decoded));
-  }
+  std::optional<std::string> source = readSpamFile(fileName);
+  if (!source) source = readSpamFile(percentDecode(fileName));
   std::string text;
   for (const std::string& line : splitLines(source.value_or(""))) text.append(line).append(kCrLf);
   return textToHtml(text);
@@ -192,7 +203,7 @@ void deleteChecked(std::string_view box) {
   std::size_t button = findNoCase(request, "SUBMIT3=DELETE&");
   if (button == std::string_view::npos) button = findNoCase(request, "SUBMIT3=RESTORE-DELETE&");
   if (button == std::string_view::npos) return;
-  const std::vector<CheckedRow> rows = checkedRows(request.substr(request.find('&', button) + 1));
+  std::vector<CheckedRow> rows = checkedRows(request.substr(request.find('&', button) + 1));
 
   // 2. The Inbox is on the server.
   const bool inbox = box == "INBOX";
@@ -207,12 +218,13 @@ void deleteChecked(std::string_view box) {
     }
   }
 
-  // 3. Row by row. A message that was to be restored first and could not be is not deleted behind it.
+  // 3. Row by row. A message that was to be restored and could not be is not deleted behind that.
+  putRestoresFirst(rows);
   std::vector<std::int32_t> notRestored;
   for (const CheckedRow& row : rows) {
     doEvents();
     if (row.restore) {
-      if (!isNameInFolder(row.key) || !restoreSpam(spamBoxPath(row.key + ".txt"))) notRestored.push_back(row.row);
+      if (!isNameInFolder(row.key) || !restoreSpam(spamPath(row.key))) notRestored.push_back(row.row);
     } else if (std::find(notRestored.begin(), notRestored.end(), row.row) != notRestored.end()) {
       LogWindowAdd("**Not deleted, since it could not be restored: " + row.key + ".txt");
     } else if (inbox) {

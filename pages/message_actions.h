@@ -1,5 +1,5 @@
-// What the web interface does with single messages: show one from the server or from the SpamBox, delete the checked ones,
-// restore one to the mailbox by sending it again.
+// What the web interface does with single messages: show one from the server or from the SpamBox, delete the
+// checked ones, restore one to the mailbox by sending it again.
 //
 // Every action ends with a result or a log line, never with an error: a step that fails is passed over.
 #pragma once
@@ -9,18 +9,20 @@
 
 namespace vornelle {
 
-// The body of a message on the server as HTML: its HTML body as it is, else its plain body, else its body text, both
-// made into HTML. A message page where the server cannot be logged onto or has no such message.
+// The body of a message on the server as HTML: its HTML body as it is, else its plain body, else its body
+// text, both made into HTML. A message page where the server cannot be logged onto or has no such message.
 [[nodiscard]] std::string showMessage(const std::string& uidl);
 
-// The whole source of a SpamBox file (its key with ".txt") as HTML; "" for a file that is missing or outside the SpamBox.
+// The whole source of a SpamBox file (its key with ".txt") as HTML; "" for a file that is missing or outside
+// the SpamBox.
 [[nodiscard]] std::string showSpam(const std::string& fileName);
 
-// Works through the checked rows of the form in form1.requestText. `box` is "INBOX" or "SPAMBOX". The rows' keys and
-// senders are those of the page that was built last.
+// Works through the checked rows of the form in form1.requestText. `box` is "INBOX" or "SPAMBOX". The rows'
+// keys and senders are those of the page that was built last.
 void deleteChecked(std::string_view box);
 
-// Sends a SpamBox file to the user's own address; the file stays. False when it was not sent; the log says why.
+// Sends a SpamBox file to the user's own address; the file stays. False when it was not sent; the log says
+// why.
 bool restoreSpam(const std::string& path);
 
 }  // namespace vornelle

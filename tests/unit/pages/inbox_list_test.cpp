@@ -22,11 +22,11 @@ TEST_F(InboxList, TheMessagesAreListedInTheServersOrder) {
   EXPECT_EQ(inboxFrom(0), "zoe@example.com");
   EXPECT_EQ(inboxDate(0), "11-15-2026 01:05PM");
   EXPECT_EQ(inboxSubject(0), "First");
-  EXPECT_EQ(inboxSize(0), std::to_string(mailbox.messages[0].source.size()));
+  EXPECT_EQ(inboxSize(0), std::to_string(mailbox.mails[0].source.size()));
   EXPECT_EQ(inboxUidl(1), "B2");
   EXPECT_EQ(inboxFrom(1), "\"Ann\" <ann@example.com>");
   EXPECT_EQ(inboxSubject(1), "Second");
-  EXPECT_EQ(inboxSize(1), std::to_string(mailbox.messages[1].source.size()));
+  EXPECT_EQ(inboxSize(1), std::to_string(mailbox.mails[1].source.size()));
 }
 
 TEST_F(InboxList, AnEmptyMailboxListsNothing) {
@@ -39,18 +39,18 @@ TEST_F(InboxList, ARefusedLogonBeepsAndKeepsTheOldListing) {
   mailbox.add("A1", "a@b.c", "Kept");
   serve(mailbox);
   ASSERT_TRUE(inboxList());
-  settings.POP_PASSWORD = "wrong";
+  mailbox.logOnRefused = true;
   EXPECT_FALSE(inboxList());
   EXPECT_EQ(sim::shell().beeps, 1);
   EXPECT_EQ(inboxCount(), 1);
   EXPECT_EQ(inboxSubject(0), "Kept");
 }
 
-TEST_F(InboxList, AServerThatRefusesTheHeadersFailsTheFetchWithoutABeep) {
+TEST_F(InboxList, AConnectionLostInMidFetchFailsItWithoutABeep) {
   mailbox.add("A1", "a@b.c", "Kept");
   serve(mailbox);
   ASSERT_TRUE(inboxList());
-  mailbox.headersFail = true;
+  mailbox.cutAt = "LIST";
   EXPECT_FALSE(inboxList());
   EXPECT_EQ(sim::shell().beeps, 0);
   EXPECT_EQ(inboxCount(), 1);
@@ -61,7 +61,7 @@ TEST_F(InboxList, AShorterFetchLeavesNoTraceInTheCount) {
   for (int i = 0; i < 3; i++) mailbox.add("U" + std::to_string(i), "a@b.c", "s");
   serve(mailbox);
   ASSERT_TRUE(inboxList());
-  mailbox.messages.resize(1);
+  mailbox.mails.resize(1);
   ASSERT_TRUE(inboxList());
   EXPECT_EQ(inboxCount(), 1);
 }
@@ -88,17 +88,17 @@ TEST_F(InboxList, AFetchThatStartsInsideAnotherCompletesBoth) {
   EXPECT_TRUE(inner);
   EXPECT_EQ(inboxCount(), 3);
   EXPECT_EQ(inboxSubject(2), "s2");
-  EXPECT_EQ(mailbox.logons, 2);
+  EXPECT_EQ(mailbox.sessions, 2);
 }
 
 TEST_F(InboxList, TheComponentIsReleasedHoweverTheFetchEnds) {
   serve(mailbox);
   ASSERT_TRUE(inboxList());
   EXPECT_EQ(currentMail, nullptr);
-  mailbox.headersFail = true;
+  mailbox.cutAt = "LIST";
   ASSERT_FALSE(inboxList());
   EXPECT_EQ(currentMail, nullptr);
-  settings.POP_PASSWORD = "wrong";
+  mailbox.logOnRefused = true;
   ASSERT_FALSE(inboxList());
   EXPECT_EQ(currentMail, nullptr);
 }

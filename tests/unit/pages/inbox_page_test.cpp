@@ -78,10 +78,10 @@ TEST_F(InboxPage, AMessageAboveTheLinkSizeHasNoLink) {
 TEST_F(InboxPage, OnlyARequestWithoutAStartAsksTheServer) {
   fill(20);
   EXPECT_THAT(page(-1), HasSubstr("(showing 1 - 15 of 20)"));
-  EXPECT_EQ(mailbox.logons, 1);
+  EXPECT_EQ(mailbox.sessions, 1);
   EXPECT_THAT(page(15), HasSubstr("(showing 16 - 20 of 20)"));
   EXPECT_THAT(page(0), HasSubstr("(showing 1 - 15 of 20)"));
-  EXPECT_EQ(mailbox.logons, 1);
+  EXPECT_EQ(mailbox.sessions, 1);
 }
 
 TEST_F(InboxPage, BoxesAreNumberedByTheListingAndNotByThePage) {
@@ -108,7 +108,7 @@ TEST_F(InboxPage, TheFirstRowIsHandedBack) {
 
 TEST_F(InboxPage, TheRowTablesGetTheKeyAndTheCleanSenderOfEachRowShown) {
   fill(20);
-  mailbox.messages[16].source = "From: \"Ann O'Brien\" <A@b.c>\r\nSubject: x\r\n\r\n";
+  mailbox.mails[16].source = "From: \"Ann O'Brien\" <A@b.c>\r\nSubject: x\r\n\r\n";
   form1.rowKey[0] = "older page";
   static_cast<void>(inboxList());
   static_cast<void>(page(15));
@@ -121,7 +121,7 @@ TEST_F(InboxPage, TheRowTablesGetTheKeyAndTheCleanSenderOfEachRowShown) {
 TEST_F(InboxPage, AWrongPasswordBeepsLogsAndShowsTheOldListing) {
   fill(1);
   static_cast<void>(page(-1));
-  settings.POP_PASSWORD = "wrong";
+  mailbox.logOnRefused = true;
   std::int16_t first = -1;
   EXPECT_THAT(pageInbox(first), HasSubstr("Subject 0"));
   EXPECT_EQ(first, 0);
@@ -158,7 +158,7 @@ TEST_F(InboxPage, EventsAreServedForEachRow) {
 TEST_F(InboxPage, AFetchInTheMiddleOfABuildIsSeenByTheRowsAfterIt) {
   fill(2);
   ASSERT_TRUE(inboxList());
-  mailbox.messages.clear();
+  mailbox.mails.clear();
   mailbox.add("NEW", "new@b.c", "New");
   bool done = false;
   sim::after(0, [&] { done = inboxList(); });

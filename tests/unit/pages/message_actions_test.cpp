@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "mail/mail_component.h"
+#include "tests/unit/line_server.h"
 #include "tests/unit/pages/pages_test_support.h"
 
 namespace vornelle {
@@ -23,7 +24,7 @@ struct Outbox {
   std::string refuse;  // the verb that is answered 550
 };
 
-class OutboxServer : public sim::Server {
+class OutboxServer : public LineServer {
  public:
   explicit OutboxServer(Outbox& outbox) : outbox_(outbox) {}
   void onConnect(std::string& out) override {
@@ -34,15 +35,9 @@ class OutboxServer : public sim::Server {
       out += "220 ready\r\n";
     }
   }
-  void onData(std::string_view bytes, std::string& out) override {
-    pending_ += bytes;
-    for (std::size_t end; (end = pending_.find("\r\n")) != std::string::npos; pending_.erase(0, end + 2)) {
-      answer(pending_.substr(0, end), out);
-    }
-  }
 
  private:
-  void answer(const std::string& line, std::string& out) {
+  void answer(const std::string& line, std::string& out) override {
     if (inText_) {
       if (line == ".") {
         inText_ = false;
@@ -74,7 +69,6 @@ class OutboxServer : public sim::Server {
     }
   }
   Outbox& outbox_;
-  std::string pending_;
   bool inText_ = false;
   int expected_ = 0;
 };
@@ -107,12 +101,6 @@ class MessageActions : public PageTest {
     form1.requestText = "POST /delete.cgi?s=X HTTP/1.1\r\nHost: x\r\n\r\n" + fields;
   }
 
-  std::vector<std::string> idsOnServer() const {
-    std::vector<std::string> ids;
-    for (const auto& message : mailbox_.messages) ids.push_back(message.uidl);
-    return ids;
-  }
-
   Mailbox mailbox_;
   Outbox outbox_;
 };
@@ -127,7 +115,7 @@ const std::string kGone =
 // ---- showing a message of the Inbox ----
 
 TEST_F(MessageActions, ShowingWithoutALogOnBeepsLogsAndSaysSo) {
-  settings.POP_PASSWORD = "wrong";
+  mailbox_.logOnRefused = true;
   EXPECT_EQ(showMessage("a"), kNoLogOn);
   EXPECT_EQ(sim::shell().beeps, 1);
   EXPECT_THAT(logged(), ElementsAre("**Cannot log onto POP3 server."));
@@ -148,33 +136,33 @@ TEST_F(MessageActions, AMessageWithoutAnIdIsNoOnes) {
 }
 
 TEST_F(MessageActions, AnHtmlBodyIsShownUntouchedBeforeAPlainOne) {
-  mailbox_.messages.push_back({"a",
-                               "MIME-Version: 1.0\r\nContent-Type: multipart/alternative; boundary=X\r\n\r\n"
-                               "--X\r\nContent-Type: text/plain\r\n\r\nplain <text>\r\n"
-                               "--X\r\nContent-Type: text/html\r\n\r\n<p>\"Hi\" & <b>bye</b></p>\r\n--X--\r\n"});
+  mailbox_.mails.push_back({"a",
+                            "MIME-Version: 1.0\r\nContent-Type: multipart/alternative; boundary=X\r\n\r\n"
+                            "--X\r\nContent-Type: text/plain\r\n\r\nplain <text>\r\n"
+                            "--X\r\nContent-Type: text/html\r\n\r\n<p>\"Hi\" & <b>bye</b></p>\r\n--X--\r\n"});
   EXPECT_THAT(showMessage("a"), HasSubstr("<p>\"Hi\" & <b>bye</b></p>"));
   EXPECT_EQ(currentMail, nullptr);
 }
 
 TEST_F(MessageActions, APlainBodyIsMadeIntoHtml) {
-  mailbox_.messages.push_back({"a", "Subject: x\r\nContent-Type: text/plain\r\n\r\n1 < 2 & \"3\"\r\nend\r\n"});
+  mailbox_.mails.push_back({"a", "Subject: x\r\nContent-Type: text/plain\r\n\r\n1 < 2 & \"3\"\r\nend\r\n"});
   EXPECT_THAT(showMessage("a"), testing::StartsWith("1 &lt; 2 & &quot;3&quot;\r\n<br>end"));
 }
 
 TEST_F(MessageActions, ABodyOfAnotherKindIsShownAsItsText) {
-  mailbox_.messages.push_back({"a", "Content-Type: application/x-thing\r\n\r\n<odd>\r\n"});
+  mailbox_.mails.push_back({"a", "Content-Type: application/x-thing\r\n\r\n<odd>\r\n"});
   EXPECT_THAT(showMessage("a"), HasSubstr("&lt;odd&gt;"));
 }
 
 TEST_F(MessageActions, IdsAreComparedWithoutRegardToCaseButTheExactOneComesFirst) {
-  mailbox_.messages.push_back({"ABC", "Content-Type: text/html\r\n\r\nupper\r\n"});
-  mailbox_.messages.push_back({"abc", "Content-Type: text/html\r\n\r\nlower\r\n"});
+  mailbox_.mails.push_back({"ABC", "Content-Type: text/html\r\n\r\nupper\r\n"});
+  mailbox_.mails.push_back({"abc", "Content-Type: text/html\r\n\r\nlower\r\n"});
   EXPECT_THAT(showMessage("abc"), HasSubstr("lower"));
   EXPECT_THAT(showMessage("Abc"), HasSubstr("upper"));
 }
 
 TEST_F(MessageActions, AnIdThatTheBrowserHasEncodedIsFound) {
-  mailbox_.messages.push_back({"a\"b", "Content-Type: text/html\r\n\r\nquoted\r\n"});
+  mailbox_.mails.push_back({"a\"b", "Content-Type: text/html\r\n\r\nquoted\r\n"});
   EXPECT_THAT(showMessage("a%22b"), HasSubstr("quoted"));
 }
 
@@ -190,7 +178,9 @@ TEST_F(MessageActions, ALastLineWithoutAnEndGetsOne) {
   EXPECT_EQ(showSpam("abc.txt"), "x\r\n<br>");
 }
 
-TEST_F(MessageActions, AMissingSpamFileIsEmpty) { EXPECT_EQ(showSpam("nothing.txt"), ""); }
+TEST_F(MessageActions, AMissingSpamFileIsEmpty) {
+  EXPECT_EQ(showSpam("nothing.txt"), "");
+}
 
 TEST_F(MessageActions, NoNameLeadsOutOfTheSpamBox) {
   makeFile("\\Vornelle.ini", "POP_PASSWORD=secret");
@@ -215,13 +205,13 @@ TEST_F(MessageActions, CheckedRowsOfTheInboxAreDeletedWhenTheSessionEnds) {
   row(2, "c", "cid");
   form("SUBMIT3=DELETE&D0=1&D2=1&END=1");
   deleteChecked("INBOX");
-  EXPECT_THAT(idsOnServer(), ElementsAre("b"));
+  EXPECT_THAT(mailbox_.uidls(), ElementsAre("b"));
   EXPECT_THAT(logged(), ElementsAre("Delete mail from ann", "Delete mail from cid"));
   EXPECT_EQ(currentMail, nullptr);
 }
 
 TEST_F(MessageActions, DeletingWithoutALogOnBeepsAndLogs) {
-  settings.POP_PASSWORD = "wrong";
+  mailbox_.logOnRefused = true;
   row(0, "a", "ann");
   form("SUBMIT3=DELETE&D0=1&END=1");
   deleteChecked("INBOX");
@@ -234,7 +224,7 @@ TEST_F(MessageActions, LetterCaseOfTheButtonDoesNotCount) {
   row(0, "a", "ann");
   form("submit3=delete&D0=1&END=1");
   deleteChecked("INBOX");
-  EXPECT_THAT(idsOnServer(), IsEmpty());
+  EXPECT_THAT(mailbox_.uidls(), IsEmpty());
 }
 
 TEST_F(MessageActions, AFormWithoutTheButtonChecksNothing) {
@@ -244,7 +234,7 @@ TEST_F(MessageActions, AFormWithoutTheButtonChecksNothing) {
     form(fields);
     deleteChecked("INBOX");
   }
-  EXPECT_THAT(idsOnServer(), ElementsAre("a"));
+  EXPECT_THAT(mailbox_.uidls(), ElementsAre("a"));
   EXPECT_THAT(logged(), IsEmpty());
 }
 
@@ -253,7 +243,7 @@ TEST_F(MessageActions, AFormThatIsCutOffBeforeItsEndChecksNothing) {
   row(0, "a", "ann");
   form("SUBMIT3=DELETE&D0=1&D1=1");
   deleteChecked("INBOX");
-  EXPECT_THAT(idsOnServer(), ElementsAre("a"));
+  EXPECT_THAT(mailbox_.uidls(), ElementsAre("a"));
 }
 
 TEST_F(MessageActions, OnlyAPrefixAndDigitsNameARow) {
@@ -261,7 +251,7 @@ TEST_F(MessageActions, OnlyAPrefixAndDigitsNameARow) {
   row(0, "a", "ann");
   form("SUBMIT3=DELETE&Dx=1&D=1&D-0=1&DELETE=1&d0=1&X0=1&D0&D 0=1&END=1");
   deleteChecked("INBOX");
-  EXPECT_THAT(idsOnServer(), ElementsAre("a"));
+  EXPECT_THAT(mailbox_.uidls(), ElementsAre("a"));
 }
 
 TEST_F(MessageActions, RowsAboveTenThousandAreSkipped) {
@@ -269,10 +259,10 @@ TEST_F(MessageActions, RowsAboveTenThousandAreSkipped) {
   row(10000, "a", "ann");
   form("SUBMIT3=DELETE&D10001=1&D99999999999=1&END=1");
   deleteChecked("INBOX");
-  EXPECT_THAT(idsOnServer(), ElementsAre("a"));
+  EXPECT_THAT(mailbox_.uidls(), ElementsAre("a"));
   form("SUBMIT3=DELETE&D10000=1&END=1");
   deleteChecked("INBOX");
-  EXPECT_THAT(idsOnServer(), IsEmpty());
+  EXPECT_THAT(mailbox_.uidls(), IsEmpty());
 }
 
 TEST_F(MessageActions, APageThatIsBuiltMeanwhileDoesNotChangeWhatIsDeleted) {
@@ -282,7 +272,7 @@ TEST_F(MessageActions, APageThatIsBuiltMeanwhileDoesNotChangeWhatIsDeleted) {
   form("SUBMIT3=DELETE&D0=1&END=1");
   sim::after(0, [] { row(0, "b", "bob"); });
   deleteChecked("INBOX");
-  EXPECT_THAT(idsOnServer(), ElementsAre("b"));
+  EXPECT_THAT(mailbox_.uidls(), ElementsAre("b"));
 }
 
 TEST_F(MessageActions, ATaskThatTakesTheComponentAwayStopsTheDeletions) {
@@ -291,7 +281,7 @@ TEST_F(MessageActions, ATaskThatTakesTheComponentAwayStopsTheDeletions) {
   form("SUBMIT3=DELETE&D0=1&END=1");
   sim::after(0, [] { currentMail.reset(); });
   deleteChecked("INBOX");
-  EXPECT_THAT(idsOnServer(), ElementsAre("a"));
+  EXPECT_THAT(mailbox_.uidls(), ElementsAre("a"));
 }
 
 // ---- deleting from the SpamBox ----
@@ -305,7 +295,7 @@ TEST_F(MessageActions, CheckedRowsOfTheSpamBoxAreDeletedWithoutAServer) {
   EXPECT_EQ(contentOf("\\spam\\a.txt"), "(missing)");
   EXPECT_EQ(contentOf("\\spam\\b.txt"), "y");
   EXPECT_THAT(logged(), ElementsAre("Delete spam from ann"));
-  EXPECT_EQ(mailbox_.logons, 0);
+  EXPECT_EQ(mailbox_.sessions, 0);
 }
 
 TEST_F(MessageActions, AMissingSpamFileIsAProblemAndNothingElse) {
@@ -340,7 +330,8 @@ TEST_F(MessageActions, ARestoredMessageIsSentToTheUserAndItsFileStays) {
 }
 
 TEST_F(MessageActions, TheLineWithTheIdIsSentEmptyAndEndsTheSearchForTheSender) {
-  makeFile("\\spam\\a.txt", "from: one@x.example\r\nFrom:  two@x.example \r\nX-UIDL: 12\r\nFrom: three@x.example\r\n");
+  makeFile("\\spam\\a.txt",
+           "from: one@x.example\r\nFrom:  two@x.example \r\nX-UIDL: 12\r\nFrom: three@x.example\r\n");
   EXPECT_TRUE(restoreSpam(inFolder("\\spam\\a.txt")));
   EXPECT_EQ(outbox_.text, "from: one@x.example\r\nFrom:  two@x.example \r\n\r\nFrom: three@x.example\r\n");
   EXPECT_THAT(logged(), ElementsAre("Restore msg from two@x.example to InBox"));
@@ -411,8 +402,9 @@ TEST_F(MessageActions, WhatCouldNotBeRestoredIsNotDeletedBehindIt) {
   deleteChecked("SPAMBOX");
   EXPECT_EQ(contentOf("\\spam\\a.txt"), "From: a@x.example\r\n");
   EXPECT_EQ(contentOf("\\spam\\b.txt"), "(missing)");
-  EXPECT_THAT(logged(), ElementsAre("Problem restoring msg from a@x.example to InBox",
-                                    "**Not deleted, since it could not be restored: a.txt", "Delete spam from bob"));
+  EXPECT_THAT(logged(),
+              ElementsAre("Problem restoring msg from a@x.example to InBox",
+                          "**Not deleted, since it could not be restored: a.txt", "Delete spam from bob"));
 }
 
 TEST_F(MessageActions, WhatWasRestoredIsDeletedWhereBothBoxesAreChecked) {
@@ -422,6 +414,29 @@ TEST_F(MessageActions, WhatWasRestoredIsDeletedWhereBothBoxesAreChecked) {
   deleteChecked("SPAMBOX");
   EXPECT_EQ(outbox_.text, "From: a@x.example\r\n");
   EXPECT_EQ(contentOf("\\spam\\a.txt"), "(missing)");
+}
+
+TEST_F(MessageActions, AMessageIsRestoredBeforeItIsDeletedInWhateverOrderTheBoxesCome) {
+  for (const char* key : {"a", "b"})
+    makeFile("\\spam\\" + std::string(key) + ".txt", "From: a@x.example\r\n");
+  row(0, "a", "ann");
+  row(1, "b", "bob");
+  form("SUBMIT3=RESTORE-DELETE&D0=1&D1=1&R0=1&END=1");
+  deleteChecked("SPAMBOX");
+  EXPECT_THAT(logged(), ElementsAre("Restore msg from a@x.example to InBox", "Delete spam from bob",
+                                    "Delete spam from ann"));
+  EXPECT_EQ(outbox_.text, "From: a@x.example\r\n");
+}
+
+TEST_F(MessageActions, ASpamFileThatCannotBeDeletedIsAProblem) {
+  makeFile("\\spam\\a.txt", "x");
+  row(0, "a", "ann");
+  form("SUBMIT3=RESTORE-DELETE&D0=1&END=1");
+  form1.LogWindow.onAppend = [](std::string_view) {
+    static_cast<void>(deleteFile(inFolder("\\spam\\a.txt")));  // between the look and the deletion
+  };
+  deleteChecked("SPAMBOX");
+  EXPECT_THAT(logged(), ElementsAre("Delete spam from ann", "Problem deleting spam file a.txt"));
 }
 
 }  // namespace

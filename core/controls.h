@@ -1,5 +1,5 @@
-// The main window's controls as portable objects. A desktop implementation mirrors them on the screen: it sets the
-// observers below and calls the operations for what the user does.
+// The main window's controls as portable objects. A desktop implementation mirrors them on the screen: it
+// sets the observers below and calls the operations for what the user does.
 #pragma once
 
 #include <functional>
@@ -8,8 +8,8 @@
 
 namespace vornelle {
 
-// A check box. It counts as on when its value is 1. Setting a value that differs from the present one runs the click
-// handler, whoever sets it.
+// A check box. It counts as on when its value is 1. Setting a value that differs from the present one runs
+// the click handler, whoever sets it.
 class CheckBox {
  public:
   [[nodiscard]] int value() const { return value_; }

@@ -7,8 +7,8 @@
 
 namespace vornelle {
 
-// Stamps the text with the local time, cuts session ids out of it, shows it in the log box, lets pending events be
-// served and appends it to the log file.
+// Stamps the text with the local time, cuts session ids out of it, shows it in the log box, lets pending
+// events be served and appends it to the log file.
 void LogWindowAdd(std::string_view text);
 
 // "11-15-26 01:55 AM": month, day, two-digit year, 12-hour clock.

@@ -8,9 +8,9 @@
 
 namespace vornelle {
 
-// The number at the start of a text: leading blanks (also tabs and line feeds) are skipped, then sign, digits, decimal
-// point, exponent, or one of the radix prefixes &H and &O; the rest is ignored. Blanks between digits are skipped too.
-// 0 for a text that starts with no number.
+// The number at the start of a text: leading blanks (also tabs and line feeds) are skipped, then sign,
+// digits, decimal point, exponent, or one of the radix prefixes &H and &O; the rest is ignored. Blanks
+// between digits are skipped too. 0 for a text that starts with no number.
 [[nodiscard]] double val(std::string_view text);
 
 // Rounded to a whole number, halves to the even neighbour.
@@ -28,7 +28,8 @@ namespace vornelle {
 [[nodiscard]] std::optional<std::int16_t> subtract16(int a, int b);
 [[nodiscard]] std::optional<std::int16_t> multiply16(int a, int b);
 
-// Decimal digits with one leading blank when the number is zero or positive, and a leading "-" when it is negative.
+// Decimal digits with one leading blank when the number is zero or positive, and a leading "-" when it is
+// negative.
 [[nodiscard]] std::string formatSigned(long long number);
 
 }  // namespace vornelle

@@ -3,8 +3,8 @@
 
 namespace vornelle {
 
-// Wires the controls' handlers and does the whole start in its order. A missing template or a copy that already runs
-// ends the process in here.
+// Wires the controls' handlers and does the whole start in its order. A missing template or a copy that
+// already runs ends the process in here.
 void Form1_Load();
 
 }  // namespace vornelle

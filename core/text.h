@@ -1,5 +1,5 @@
-// 8-bit Windows-1252 text: one character a byte. Letter case knows the letters of Windows-1252 (A-umlaut and so on);
-// trimming removes blanks (character 32) only.
+// 8-bit Windows-1252 text: one character a byte. Letter case knows the letters of Windows-1252 (A-umlaut and
+// so on); trimming removes blanks (character 32) only.
 #pragma once
 
 #include <string>
@@ -24,10 +24,11 @@ inline constexpr std::string_view kCrLf = "\r\n";
 
 // Every occurrence, left to right, without looking again at what was put in. An empty `find` changes nothing.
 [[nodiscard]] std::string replaceAll(std::string_view text, std::string_view find, std::string_view with);
-[[nodiscard]] std::string replaceAllNoCase(std::string_view text, std::string_view find, std::string_view with);
+[[nodiscard]] std::string replaceAllNoCase(std::string_view text, std::string_view find,
+                                           std::string_view with);
 
-// The lines of a text: CR LF, a lone LF and a lone CR each end a line; a last line without an end counts, an end at the
-// very end of the text starts no further line.
+// The lines of a text: CR LF, a lone LF and a lone CR each end a line; a last line without an end counts, an
+// end at the very end of the text starts no further line.
 [[nodiscard]] std::vector<std::string> splitLines(std::string_view text);
 
 }  // namespace vornelle

@@ -11,7 +11,8 @@ inline constexpr int kVersionRevision = VORNELLE_VERSION_REVISION;
 
 // "1.0.0"
 [[nodiscard]] inline std::string versionText() {
-  return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." + std::to_string(kVersionRevision);
+  return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." +
+         std::to_string(kVersionRevision);
 }
 
 // The host name under which the program shows its web interface.

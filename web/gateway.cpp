@@ -107,8 +107,8 @@ bool isStartPage(const HttpRequest& request) {
 bool isForeign(const HttpRequest& request) {
   const std::optional<std::string_view> site = request.field("Sec-Fetch-Site");
   if (site) return !equalsNoCase(*site, "same-origin") && !equalsNoCase(*site, "none");
-  // Browsers without that field still name the page that a form was posted from, unless that page asks them not to, as
-  // ours do: "null" can be one of our own.
+  // Browsers without that field still name the page that a form was posted from, unless that page asks them
+  // not to, as ours do: "null" can be one of our own.
   const std::optional<std::string_view> origin = request.field("Origin");
   if (!origin || *origin == "null") return false;
   return !(startsWithNoCase(*origin, "http://") && isOwnAuthority(origin->substr(7)));

@@ -19,16 +19,14 @@ std::string contentSecurityPolicy(PageKind kind) {
       // No script, no remote picture, no form: a message cannot tell its sender that it has been read. Its
       // links work when the user follows them; they open outside the sandbox.
       return "sandbox allow-popups allow-popups-to-escape-sandbox; default-src 'none'; style-src "
-             "'unsafe-inline'; "
-             "img-src data:; form-action 'none'; " +
+             "'unsafe-inline'; img-src data:; form-action 'none'; " +
              sealed;
     case PageKind::page:
       // Answers that lead on to the next page are scripts of one line. The templates narrow this for
       // themselves to the one script that they bring, since subjects stand in them as their senders wrote
       // them.
       return "default-src 'none'; script-src 'unsafe-inline'; style-src 'unsafe-inline'; img-src 'self' "
-             "data:; "
-             "form-action 'self'; " +
+             "data:; form-action 'self'; " +
              sealed;
     case PageKind::icon:
     case PageKind::unknown:

@@ -1,4 +1,5 @@
-// What the gateway sends back: HTTP/1.1 answers made of the plain listener's bare ones, and its own error answers.
+// What the gateway sends back: HTTP/1.1 answers made of the plain listener's bare ones, and its own error
+// answers.
 #pragma once
 
 #include <string>

@@ -101,13 +101,12 @@ HttpRequestParser::Result HttpRequestParser::parse(std::string& buffer) {
       scanned_ = 0;
     }
 
-    // What cannot begin a method is no HTTP at all: a TLS greeting, say. Waiting for more of it would help
-    // nobody.
+    // What cannot begin a method is no HTTP at all, a TLS greeting for example. Waiting for more of it would
+    // help nobody.
     if (!buffer.empty() && buffer[0] != '\r' && !isTokenCharacter(buffer[0])) return fail(400);
 
     // 2. The header block, once it is whole. What has been scanned is not scanned again, but for the three
-    // bytes that
-    //    may be the beginning of its end.
+    //    bytes that may be the beginning of its end.
     const std::size_t end = headerEnd(buffer, scanned_ > 3 ? scanned_ - 3 : 0);
     if (end == std::string::npos || end > kMaxHeaderBlock) {
       if (buffer.size() > kMaxHeaderBlock || end != std::string::npos) {
@@ -200,8 +199,8 @@ bool HttpRequestParser::readField(std::string_view line) {
   const std::size_t colon = line.find(':');
   if (colon == std::string_view::npos) return false;
   const std::string_view name = line.substr(0, colon);
-  if (!isToken(name))
-    return false;  // blanks before the colon and folded lines end here too (RFC 9112, 5.1 and 5.2)
+  // Blanks before the colon and folded lines end here too (RFC 9112, 5.1 and 5.2).
+  if (!isToken(name)) return false;
   const std::string_view value = trimBlanksAndTabs(line.substr(colon + 1));
   for (const char c : value) {
     if (isControl(c) && c != '\t') return false;

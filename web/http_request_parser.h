@@ -21,15 +21,16 @@
 
 namespace vornelle {
 
-inline constexpr std::size_t kMaxHeaderBlock = 64 * 1024;      // request line and header fields, bytes
-inline constexpr std::size_t kMaxBody = 8 * 1024 * 1024;       // bytes
+inline constexpr std::size_t kMaxHeaderBlock = 64 * 1024;  // request line and header fields, bytes
+inline constexpr std::size_t kMaxBody = 8 * 1024 * 1024;   // bytes
 
 struct HttpRequest {
   std::string method;     // as sent; letter case counts
   std::string target;     // origin form, "/path?query"; an absolute form has been taken apart
   std::string authority;  // of an absolute-form target; it takes the place of Host (RFC 9112, 3.2.2)
   int minorVersion = 1;   // HTTP/1.x
-  std::vector<std::pair<std::string, std::string>> fields;  // names as sent, values without blanks around them
+  std::vector<std::pair<std::string, std::string>>
+      fields;  // names as sent, values without blanks around them
   std::string body;
 
   // The value of the first field of that name (letter case ignored), nullopt when there is none.
@@ -42,20 +43,20 @@ struct HttpRequest {
 class HttpRequestParser {
  public:
   enum class Result {
-    needMore,   // the request is not complete
-    complete,   // request() is whole; its bytes are gone from the buffer
-    failed,     // errorStatus() tells what to answer; the connection cannot go on
+    needMore,  // the request is not complete
+    complete,  // request() is whole; its bytes are gone from the buffer
+    failed,    // errorStatus() tells what to answer; the connection cannot go on
   };
 
-  // Takes what it can use from the front of the buffer. Call again with more bytes appended after needMore. After
-  // complete the next call begins the next request.
+  // Takes what it can use from the front of the buffer. Call again with more bytes appended after needMore.
+  // After complete the next call begins the next request.
   [[nodiscard]] Result parse(std::string& buffer);
 
   [[nodiscard]] HttpRequest& request() { return request_; }
   // 400, 411, 413, 414, 417, 431 or 505.
   [[nodiscard]] int errorStatus() const { return errorStatus_; }
-  // The header has been read, the body is awaited, and the client wants to be told to go on (RFC 9110, 10.1.1). True
-  // once for each request.
+  // The header has been read, the body is awaited, and the client wants to be told to go on (RFC 9110,
+  // 10.1.1). True once for each request.
   [[nodiscard]] bool takeContinueWanted();
   // Something of a request has been read.
   [[nodiscard]] bool begun(const std::string& buffer) const { return headerDone_ || !buffer.empty(); }

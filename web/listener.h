@@ -5,10 +5,10 @@
 // time-out for all connections; answers go to, and closes are applied to, the element of the newest
 // connection. A connection's life:
 //
-//   ConnectionRequest: accept, then wait (events go on being served) until a request line has been read or 30
-//   seconds are over; choose and send the answer, in one send DataArrival: the request's text and path are
-//   stored, which ends the wait SendComplete: the request is logged, requestPath emptied, the newest
-//   connection closed
+// 1. ConnectionRequest: accept, then wait (events go on being served) until a request line has been read or
+//    30 seconds are over. Choose the answer and send it, in one send.
+// 2. DataArrival: the request's text and path are stored, which ends the wait.
+// 3. SendComplete: the request is logged, requestPath emptied, the newest connection closed.
 //
 // The wait lets the next ConnectionRequest in, whose handler then runs nested in the first one.
 #pragma once

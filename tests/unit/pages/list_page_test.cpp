@@ -61,12 +61,10 @@ TEST_F(ListPage, TheFriendListHasItsHelpText) {
   templateOf(bare("<!--SSDESC-->"));
   const std::string help =
       "<html>[This is a list of emails (e.g., user@example.com) that you wish to NOT be treated as spam. You "
-      "may also "
-      "use a portion of an email (e.g., @example.com or example.com). Note that a EnemyListed email will be "
-      "treated as "
-      "spam even if it matches something in the FriendList. Generally, it is best NOT to add your own email "
-      "address as "
-      "many spammers try to trick filters by using it as the sender's address.]</html>";
+      "may also use a portion of an email (e.g., @example.com or example.com). Note that a EnemyListed email "
+      "will be treated as spam even if it matches something in the FriendList. Generally, it is best NOT to "
+      "add your own email address as many spammers try to trick filters by using it as the sender's "
+      "address.]</html>";
   EXPECT_EQ(pageList("FriendList"), help);
   EXPECT_EQ(pageList("FRIENDLIST"), help);
 }
@@ -76,9 +74,8 @@ TEST_F(ListPage, TheSubjectListHasItsHelpText) {
   EXPECT_EQ(
       pageList("subjectlist"),
       "<html>[This is a list of subject line text that you wish to NOT be treated as spam. Use this for when "
-      "you "
-      "send e-mail to yourself and don't want it caught by the filter or when you get automated emails that "
-      "always use the same subject line. Note that other text can appear along with what you list "
+      "you send e-mail to yourself and don't want it caught by the filter or when you get automated emails "
+      "that always use the same subject line. Note that other text can appear along with what you list "
       "here.]</html>");
 }
 
@@ -86,10 +83,8 @@ TEST_F(ListPage, TheEnemyListHasItsHelpText) {
   templateOf(bare("<!--SSDESC-->"));
   EXPECT_EQ(pageList("EnemyList"),
             "<html>[This is a list of emails (e.g., user@example.com) that you wish to ALWAYS be treated as "
-            "spam. You "
-            "may also use a portion of an email (e.g., @example.com or example.com). Note that a these will "
-            "override "
-            "matches in your FriendList.]</html>");
+            "spam. You may also use a portion of an email (e.g., @example.com or example.com). Note that a "
+            "these will override matches in your FriendList.]</html>");
 }
 
 TEST_F(ListPage, AnyOtherNameHasNoHelpText) {

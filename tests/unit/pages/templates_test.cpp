@@ -207,8 +207,7 @@ TEST_F(Templates, TheNavigationLeadsToEveryPage) {
   }
   EXPECT_THAT(top, HasSubstr("<!--SSVERSION-->"));
   // The search page reads its field wherever it stands first in the request: an address with an empty one,
-  // ended by
-  // "&", searches for nothing.
+  // ended by "&", searches for nothing.
   EXPECT_THAT(top, HasSubstr("findinlists.htm?s=<!--SSSESSION-->&amp;findinlists=&amp;END=1"));
 }
 

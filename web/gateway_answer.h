@@ -32,10 +32,11 @@ struct AnswerOptions {
 // Makes every charset that the page's own meta tags declare say windows-1252, which is what the bytes are.
 [[nodiscard]] std::string agreeCharset(std::string page);
 
-// Takes out of a page what makes a browser connect to somebody's server whatever the policy says: Chromium connects
-// for a frame that the policy refuses to load, and hints such as <link rel=preconnect> are no loads at all. The
-// connection alone would tell a sender that the message is being looked at, and both fit into a subject. Frames become
-// unknown elements, <link> elements become <meta> elements that say nothing; the icon that our own pages carry stays.
+// Takes out of a page what makes a browser connect to somebody's server whatever the policy says: Chromium
+// connects for a frame that the policy refuses to load, and hints such as <link rel=preconnect> are no loads
+// at all. The connection alone would tell a sender that the message is being looked at, and both fit into a
+// subject. Frames become unknown elements, <link> elements become <meta> elements that say nothing; the icon
+// that our own pages carry stays.
 [[nodiscard]] std::string withoutConnections(std::string page, PageKind kind);
 
 }  // namespace vornelle

@@ -5,6 +5,7 @@
 
 #include "core/settings.h"
 #include "mail/mail_component.h"
+#include "tests/unit/line_server.h"
 #include "tests/unit/support.h"
 
 namespace vornelle {
@@ -19,39 +20,6 @@ constexpr const char* kConnecting =
     "Vornelle will now attempt to connect to "
     "servers.\nThis may take a few seconds.";
 
-// Answers each line by what it starts with; "-ERR" or "500" for everything
-// else. Keeps what it was told.
-class LineServer : public sim::Server {
- public:
-  using Replies = std::vector<std::pair<std::string, std::string>>;
-  LineServer(std::string greeting, Replies replies, std::vector<std::string>& told)
-      : greeting_(std::move(greeting)), replies_(std::move(replies)), told_(told) {}
-  void onConnect(std::string& out) override { out += greeting_ + "\r\n"; }
-  void onData(std::string_view bytes, std::string& out) override {
-    pending_ += bytes;
-    for (std::size_t end = pending_.find("\r\n"); end != std::string::npos; end = pending_.find("\r\n")) {
-      answer(pending_.substr(0, end), out);
-      pending_.erase(0, end + 2);
-    }
-  }
-
- private:
-  void answer(const std::string& line, std::string& out) {
-    told_.push_back(line);
-    for (const auto& [start, reply] : replies_) {
-      if (!line.starts_with(start)) continue;
-      out += reply + "\r\n";
-      return;
-    }
-    out += greeting_.starts_with("+OK") ? "-ERR no\r\n" : "500 no\r\n";
-  }
-
-  std::string greeting_;
-  Replies replies_;
-  std::vector<std::string>& told_;
-  std::string pending_;
-};
-
 class SettingsDialog : public SimTest {
  protected:
   SettingsDialog() {
@@ -60,20 +28,21 @@ class SettingsDialog : public SimTest {
     settings.POP_PASSWORD = "secret";
     settings.SMTP_PASSWORD = "ab";
     sim::addServer("pop.example", 110, [this] {
-      return std::make_unique<LineServer>(
+      return std::make_unique<ScriptedServer>(
           "+OK hello",
-          LineServer::Replies{
+          ScriptedServer::Replies{
               {"USER joe", "+OK"}, {"PASS secret", "+OK"}, {"STAT", "+OK 0 0"}, {"QUIT", "+OK"}},
           toldPop);
     });
     sim::addServer("smtp.example", 25, [this] {
-      return std::make_unique<LineServer>("220 hello",
-                                          LineServer::Replies{{"EHLO", "250-smtp.example\r\n250 AUTH LOGIN"},
-                                                              {"AUTH LOGIN", "334 VXNlcm5hbWU6"},
-                                                              {"c3U=", "334 UGFzc3dvcmQ6"},
-                                                              {"c3A=", "235 welcome"},
-                                                              {"QUIT", "221 bye"}},
-                                          toldSmtp);
+      return std::make_unique<ScriptedServer>(
+          "220 hello",
+          ScriptedServer::Replies{{"EHLO", "250-smtp.example\r\n250 AUTH LOGIN"},
+                                  {"AUTH LOGIN", "334 VXNlcm5hbWU6"},
+                                  {"c3U=", "334 UGFzc3dvcmQ6"},
+                                  {"c3A=", "235 welcome"},
+                                  {"QUIT", "221 bye"}},
+          toldSmtp);
     });
   }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "mail/mail_component.h"
+#include "tests/unit/line_server.h"
 #include "tests/unit/web/web_test_support.h"
 
 namespace vornelle {
@@ -16,33 +17,6 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-// A mail server that answers every line with the same good reply and keeps what it was sent.
-class Obliging : public sim::Server {
- public:
-  Obliging(std::string greeting, std::string reply, std::vector<std::string>& lines)
-      : greeting_(std::move(greeting)), reply_(std::move(reply)), lines_(lines) {}
-  void onConnect(std::string& out) override { out += greeting_; }
-  void onData(std::string_view bytes, std::string& out) override {
-    pending_ += bytes;
-    for (std::size_t end; (end = pending_.find("\r\n")) != std::string::npos; pending_.erase(0, end + 2)) {
-      lines_.push_back(pending_.substr(0, end));
-      out += replyTo(lines_.back());
-    }
-  }
-
- private:
-  std::string replyTo(const std::string& line) const {
-    if (reply_.starts_with("+")) return reply_;
-    if (line.starts_with("EHLO")) return "250-smtp.example\r\n250 AUTH LOGIN\r\n";
-    if (line.starts_with("QUIT")) return "221 bye\r\n";
-    if (line.starts_with("AUTH LOGIN") || line == "bWU=") return "334 more\r\n";
-    if (line == "cHc=") return "235 welcome\r\n";
-    return reply_;
-  }
-  std::string greeting_, reply_, pending_;
-  std::vector<std::string>& lines_;
-};
-
 class ConfigUpdateTest : public WebTest {
  protected:
   ConfigUpdateTest() { logIn(); }
@@ -52,12 +26,25 @@ class ConfigUpdateTest : public WebTest {
   }
 
   void servePop() {
-    sim::addServer("pop.example", 110,
-                   [this] { return std::make_unique<Obliging>("+OK\r\n", "+OK\r\n", popLines); });
+    sim::addServer("pop.example", 110, [this] {
+      return std::make_unique<ScriptedServer>(
+          "+OK hello",
+          ScriptedServer::Replies{
+              {"USER joe", "+OK"}, {"PASS secret", "+OK"}, {"STAT", "+OK 0 0"}, {"QUIT", "+OK"}},
+          popLines);
+    });
   }
   void serveSmtp() {
-    sim::addServer("smtp.example", 25,
-                   [this] { return std::make_unique<Obliging>("220 hi\r\n", "250 ok\r\n", smtpLines); });
+    sim::addServer("smtp.example", 25, [this] {
+      return std::make_unique<ScriptedServer>(
+          "220 hello",
+          ScriptedServer::Replies{{"EHLO", "250-smtp.example\r\n250 AUTH LOGIN"},
+                                  {"AUTH LOGIN", "334 VXNlcm5hbWU6"},
+                                  {"bWU=", "334 UGFzc3dvcmQ6"},
+                                  {"cHc=", "235 welcome"},
+                                  {"QUIT", "221 bye"}},
+          smtpLines);
+    });
   }
 
   static std::string answer(std::string_view alerts) {

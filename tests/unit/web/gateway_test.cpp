@@ -1,14 +1,11 @@
 #include "web/gateway.h"
 
-#include <deque>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "core/settings.h"
-#include "tests/unit/support.h"
-#include "web/gateway_answer.h"
+#include "tests/unit/web/gateway_test_support.h"
 #include "web/http_request_parser.h"
 #include "web/listener.h"
 
@@ -20,74 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
-
-// A plain listener whose answers are the test's: it takes what comes and answers when it is told to.
-class GatewayTest : public SimTest {
- protected:
-  struct Taken {
-    SocketControl socket;
-    std::string text;
-  };
-
-  GatewayTest() {
-    settings.httpPort = 7000;
-    plain_.onConnectionRequest = [this](SocketControl::RequestId id) {
-      auto taken = std::make_unique<Taken>();
-      ASSERT_TRUE(taken->socket.accept(id));
-      Taken* one = taken.get();
-      one->socket.onDataArrival = [this, one] {
-        one->text += one->socket.getData();
-        ++pieces_;
-        if (automatic_) answer(*one, "<p>" + one->text.substr(0, one->text.find(" HTTP")) + "</p>\r\n");
-      };
-      taken_.push_back(std::move(taken));
-    };
-    EXPECT_TRUE(plain_.listen(LoopbackAddress::ipv4, 7000));
-    gatewayStart();
-  }
-  ~GatewayTest() override { gatewayStop(); }
-
-  static void answer(Taken& one, const std::string& text) {
-    one.socket.onSendComplete = [&one] { one.socket.close(); };
-    ASSERT_TRUE(one.socket.sendData(text));
-  }
-
-  static sim::Client open() {
-    sim::Client client;
-    EXPECT_TRUE(client.connect(LoopbackAddress::ipv6, 7000));
-    return client;
-  }
-
-  static std::string get(const std::string& target, const std::string& furtherFields = "") {
-    return "GET " + target + " HTTP/1.1\r\nHost: localhost:7000\r\n" + furtherFields + "\r\n";
-  }
-
-  static std::string post(const std::string& target, const std::string& body, const std::string& furtherFields = "") {
-    return "POST " + target + " HTTP/1.1\r\nHost: localhost:7000\r\n" + furtherFields +
-           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-  }
-
-  // The answer to one request on a connection of its own.
-  static std::string ask(const std::string& request) {
-    sim::Client client = open();
-    client.send(request);
-    doEvents();
-    return client.received();
-  }
-
-  static std::string body(const std::string& answer) { return answer.substr(answer.find("\r\n\r\n") + 4); }
-
-  std::vector<std::string> requestsTaken() const {
-    std::vector<std::string> lines;
-    for (const auto& one : taken_) lines.push_back(one->text.substr(0, one->text.find(" HTTP")));
-    return lines;
-  }
-
-  bool automatic_ = true;
-  int pieces_ = 0;
-  SocketControl plain_;
-  std::vector<std::unique_ptr<Taken>> taken_;
-};
 
 TEST_F(GatewayTest, AnAnswerCarriesStatusTypeLengthAndSecurityFields) {
   const std::string answer = ask(get("/displayinbox.htm?s=X"));
@@ -104,7 +33,8 @@ TEST_F(GatewayTest, AnAnswerCarriesStatusTypeLengthAndSecurityFields) {
 
 TEST_F(GatewayTest, TheRequestIsForwardedWholeInOnePiece) {
   sim::Client client = open();
-  const std::string request = post("/login.cgi", "POP_ACCOUNT=joe&POP_PASSWORD=x&END=1", "Content-Type: text/plain\r\n");
+  const std::string request =
+      post("/login.cgi", "POP_ACCOUNT=joe&POP_PASSWORD=x&END=1", "Content-Type: text/plain\r\n");
   for (const char c : request) {
     client.send(std::string(1, c));
     doEvents();
@@ -231,9 +161,10 @@ TEST_F(GatewayTest, HeadGetsTheHeaderOfTheGetAnswerAlone) {
 }
 
 TEST_F(GatewayTest, OtherMethodsAre405) {
-  for (const char* request : {"PUT / HTTP/1.1\r\nHost: localhost\r\n\r\n", "OPTIONS * HTTP/1.1\r\nHost: localhost\r\n\r\n",
-                              "CONNECT localhost:7000 HTTP/1.1\r\nHost: localhost\r\n\r\n",
-                              "get / HTTP/1.1\r\nHost: localhost\r\n\r\n"}) {
+  for (const char* request :
+       {"PUT / HTTP/1.1\r\nHost: localhost\r\n\r\n", "OPTIONS * HTTP/1.1\r\nHost: localhost\r\n\r\n",
+        "CONNECT localhost:7000 HTTP/1.1\r\nHost: localhost\r\n\r\n",
+        "get / HTTP/1.1\r\nHost: localhost\r\n\r\n"}) {
     const std::string answer = ask(request);
     EXPECT_THAT(answer, StartsWith("HTTP/1.1 405 Method Not Allowed\r\n")) << request;
     EXPECT_THAT(answer, HasSubstr("\r\nAllow: GET, HEAD, POST\r\n")) << request;
@@ -242,25 +173,31 @@ TEST_F(GatewayTest, OtherMethodsAre405) {
 }
 
 TEST_F(GatewayTest, OnlyThisMachinesOwnNamesAreTaken) {
-  const auto host = [](const std::string& value) { return ask("GET / HTTP/1.1\r\nHost: " + value + "\r\n\r\n"); };
-  for (const char* own : {"localhost", "LocalHost:7000", "127.0.0.1", "127.0.0.1:7000", "[::1]", "[::1]:7000"}) {
+  const auto host = [](const std::string& value) {
+    return ask("GET / HTTP/1.1\r\nHost: " + value + "\r\n\r\n");
+  };
+  for (const char* own :
+       {"localhost", "LocalHost:7000", "127.0.0.1", "127.0.0.1:7000", "[::1]", "[::1]:7000"}) {
     EXPECT_THAT(host(own), StartsWith("HTTP/1.1 200")) << own;
   }
-  for (const char* foreign : {"", "evil.example", "localhost.evil.example", "localhost:7001", "localhost:", "127.0.0.1.x",
-                              "[::1", "[::1]x", "192.0.2.1:7000"}) {
+  for (const char* foreign : {"", "evil.example", "localhost.evil.example", "localhost:7001",
+                              "localhost:", "127.0.0.1.x", "[::1", "[::1]x", "192.0.2.1:7000"}) {
     EXPECT_THAT(host(foreign), StartsWith("HTTP/1.1 421 Misdirected Request\r\n")) << foreign;
   }
 }
 
 TEST_F(GatewayTest, TheAuthorityOfAnAbsoluteTargetTakesThePlaceOfHost) {
-  EXPECT_THAT(ask("GET http://localhost:7000/x HTTP/1.1\r\nHost: evil.example\r\n\r\n"), StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(ask("GET http://localhost:7000/x HTTP/1.1\r\nHost: evil.example\r\n\r\n"),
+              StartsWith("HTTP/1.1 200"));
   EXPECT_EQ(requestsTaken(), std::vector<std::string>{"GET /x"});
-  EXPECT_THAT(ask("GET http://evil.example/x HTTP/1.1\r\nHost: localhost\r\n\r\n"), StartsWith("HTTP/1.1 421"));
+  EXPECT_THAT(ask("GET http://evil.example/x HTTP/1.1\r\nHost: localhost\r\n\r\n"),
+              StartsWith("HTTP/1.1 421"));
 }
 
 TEST_F(GatewayTest, ARequestNeedsExactlyOneHost) {
   EXPECT_THAT(ask("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 400"));
-  EXPECT_THAT(ask("GET / HTTP/1.1\r\nHost: localhost\r\nHost: localhost\r\n\r\n"), StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(ask("GET / HTTP/1.1\r\nHost: localhost\r\nHost: localhost\r\n\r\n"),
+              StartsWith("HTTP/1.1 400"));
   EXPECT_THAT(ask("GET / HTTP/1.0\r\n\r\n"), StartsWith("HTTP/1.1 421"));
 }
 
@@ -274,7 +211,8 @@ TEST_F(GatewayTest, WhatAnotherSiteCausesIsRefusedButForTheStartPage) {
     EXPECT_THAT(ask(get("/Index.htm", field)), StartsWith("HTTP/1.1 200"));
   }
   for (const char* site : {"same-origin", "none"}) {
-    EXPECT_THAT(ask(get("/logout.cgi", std::string("Sec-Fetch-Site: ") + site + "\r\n")), StartsWith("HTTP/1.1 200"));
+    EXPECT_THAT(ask(get("/logout.cgi", std::string("Sec-Fetch-Site: ") + site + "\r\n")),
+                StartsWith("HTTP/1.1 200"));
   }
 }
 
@@ -291,7 +229,9 @@ TEST_F(GatewayTest, WhereABrowserDoesNotSayTheSiteItsOriginCounts) {
 }
 
 TEST_F(GatewayTest, APageLoadedAheadOnAGuessDoesNotAct) {
-  EXPECT_THAT(ask(get("/logout.cgi", "Sec-Purpose: prefetch\r\n")), StartsWith("HTTP/1.1 503"));
+  for (const char* field : {"Sec-Purpose: prefetch\r\n", "Purpose: prefetch\r\n"}) {
+    EXPECT_THAT(ask(get("/logout.cgi", field)), StartsWith("HTTP/1.1 503")) << field;
+  }
   EXPECT_THAT(taken_, IsEmpty());
 }
 
@@ -355,6 +295,19 @@ TEST_F(GatewayTest, TooManyConnectionsEndTheOneThatHasBeenIdleLongest) {
   EXPECT_TRUE(clients[0].closedByServer());
   EXPECT_FALSE(clients[1].closedByServer());
   EXPECT_EQ(gatewayState().connections, static_cast<std::size_t>(kGatewayConnectionLimit));
+}
+
+TEST_F(GatewayTest, WhereEveryConnectionIsInTheMiddleOfARequestANewOneIsDropped) {
+  std::vector<sim::Client> clients;
+  for (int i = 0; i < kGatewayConnectionLimit; ++i) {
+    clients.push_back(open());
+    clients.back().send("GET /");
+  }
+  doEvents();
+  sim::Client oneMore = open();
+  doEvents();
+  EXPECT_TRUE(oneMore.closedByServer());
+  for (const sim::Client& client : clients) EXPECT_FALSE(client.closedByServer());
 }
 
 TEST_F(GatewayTest, AClientThatWaitsForLeaveToSendItsBodyGetsIt) {
@@ -478,42 +431,6 @@ TEST_F(GatewayTest, WithoutIPv6TheProgramRunsWithoutAGateway) {
   sim::Client client;
   EXPECT_FALSE(client.connect(LoopbackAddress::ipv6, 7000));
   EXPECT_THAT(sim::shell().messageBoxes, IsEmpty());
-}
-
-// Chromium connects for such elements under any policy.
-TEST_F(GatewayTest, AMessageOpensNoConnectionByFramesAndLinks) {
-  const std::string answer = pageAnswer(
-      PageKind::message, "<p>a</p><LINK rel=preconnect href=//a.example><link rel=\"icon\" href=\"data:,x\">", {});
-  EXPECT_EQ(body(answer), "<p>a</p><meta rel=preconnect href=//a.example><meta rel=\"icon\" href=\"data:,x\">");
-  EXPECT_EQ(body(pageAnswer(PageKind::message, "<IFrame src=//a></IFrame><frameset><frame src=//b>", {})),
-            "<xframe src=//a></IFrame><xrameset><xrame src=//b>");
-}
-
-TEST_F(GatewayTest, ASubjectOpensNoConnectionByAFrame) {
-  EXPECT_EQ(body(pageAnswer(PageKind::page, "<td><iframe src=//a.bc></td>", {})), "<td><xframe src=//a.bc></td>");
-}
-
-TEST_F(GatewayTest, ASubjectOpensNoConnectionByALinkAndThePageKeepsItsIcon) {
-  const std::string answer =
-      pageAnswer(PageKind::page, "<link rel=\"icon\" href=\"data:image\"><td><link rel=preconnect href=//a.bc></td>", {});
-  EXPECT_EQ(body(answer), "<link rel=\"icon\" href=\"data:image\"><td><meta rel=preconnect href=//a.bc></td>");
-}
-
-TEST_F(GatewayTest, TheCharsetOfALinkAgreesToo) {
-  EXPECT_EQ(body(pageAnswer(PageKind::message, "<link charset=utf-8>", {})), "<meta charset=windows-1252>");
-}
-
-TEST_F(GatewayTest, TheIconKeepsItsBytes) {
-  EXPECT_EQ(body(pageAnswer(PageKind::icon, "<link>", {})), "<link>");
-}
-
-TEST(AgreeCharset, MetaTagsOfAMessageSayWhatItsBytesAre) {
-  EXPECT_EQ(agreeCharset("<META charset='utf-8'><p>charset=utf-8"), "<META charset='windows-1252'><p>charset=utf-8");
-  EXPECT_EQ(agreeCharset("<meta http-equiv=\"x\" content=\"text/html; charset = iso-8859-2\">"),
-            "<meta http-equiv=\"x\" content=\"text/html; charset = windows-1252\">");
-  EXPECT_EQ(agreeCharset("<meta charset>"), "<meta charset>");
-  EXPECT_EQ(agreeCharset("<meta charset="), "<meta charset=");
-  EXPECT_EQ(agreeCharset("no tag"), "no tag");
 }
 
 }  // namespace

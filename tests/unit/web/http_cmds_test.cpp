@@ -2,7 +2,9 @@
 
 #include <vector>
 
+#include "core/text.h"
 #include "platform/events.h"
+#include "tests/unit/mail/sim_maildrop.h"
 #include "tests/unit/web/web_test_support.h"
 
 namespace vornelle {
@@ -223,6 +225,15 @@ TEST_F(DispatchTest, ASpamBoxNameCannotLeaveTheFolder) {
   }
 }
 
+TEST_F(DispatchTest, AMessageOnTheServerIsShownDecodedAsAWhole) {
+  logIn();
+  SimMaildrop maildrop;
+  maildrop.mails.push_back({"id1", "Subject: x\r\nContent-Type: text/html\r\n\r\na+b %21 %40\r\n"});
+  maildrop.serve("pop.example");
+  settings.POP_SERVER = "pop.example";
+  EXPECT_THAT(get("/displayemail.cgi?uidl=id1&s=" + kSessionId), StartsWith("a b ! %40\r\n"));
+}
+
 TEST_F(DispatchTest, AMessageThatCannotBeFetchedGivesTheMessagePage) {
   logIn();
   settings.POP_SERVER = "nowhere.example";
@@ -246,6 +257,17 @@ TEST_F(DispatchTest, DeletingSpamWaitsUntilNoMoreOfTheFormComes) {
   EXPECT_EQ(client.received(), redirectTo("displayspambox.htm"));
   EXPECT_EQ(contentOf("\\spam\\key1.txt"), "(missing)");
   EXPECT_EQ(logged("Delete spam from bob"), 1);
+}
+
+TEST_F(DispatchTest, TwoLooksAtTheFormAgreeWithoutRegardToLetterCase) {
+  logIn();
+  sim::Client client = connected();
+  const std::string request =
+      "POST /deleterestore.cgi?s=" + kSessionId + " HTTP/1.1\r\n\r\nsubmit3=delete&END=1";
+  client.send(request);
+  sim::after(3000, [&] { form1.requestText = toLower(request); });
+  sim::advance(0);
+  EXPECT_EQ(sim::elapsedMilliseconds(), 3500);
 }
 
 TEST_F(DispatchTest, AFormThatIsThereAtOnceTakesThreeAndAHalfSeconds) {

@@ -70,4 +70,18 @@ class WebTest : public SimTest {
   }
 };
 
+class ListenerTest : public WebTest {
+ protected:
+  static constexpr std::string_view kLogout = "GET /logout.cgi HTTP/1.0\r\n\r\n";
+  static constexpr const char* kLogoutAnswer =
+      "<script language='Javascript'>window.location='/'</script>\r\n";
+
+  // Every answer stays under way: the client takes no byte.
+  static sim::Client reluctant() {
+    sim::Client client = connected();
+    client.limitReceiveBuffer(0);
+    return client;
+  }
+};
+
 }  // namespace vornelle

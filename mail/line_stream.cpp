@@ -6,11 +6,19 @@
 #include "platform/net_stream.h"
 
 namespace vornelle {
+namespace {
+
+// An answer that has taken this many time-outs must have come in at this speed, or more.
+constexpr std::int64_t kPatience = 10;
+constexpr std::int64_t kBytesPerSecond = 100;
+
+}  // namespace
 
 LineStream::LineStream(std::unique_ptr<NetStream> stream, int timeoutMilliseconds)
     : stream_(std::move(stream)),
       timeout_(timeoutMilliseconds),
-      buffer_(std::make_unique<char[]>(kBufferSize)) {}
+      buffer_(std::make_unique<char[]>(kBufferSize)),
+      answerStart_(monotonicMilliseconds()) {}
 
 LineStream::~LineStream() = default;
 
@@ -21,6 +29,8 @@ void LineStream::kill() {
 
 bool LineStream::send(std::string_view bytes) {
   if (!alive()) return false;
+  answerStart_ = monotonicMilliseconds();
+  answerBytes_ = 0;
   if (!stream_->write(bytes, timeout_)) kill();
   return alive();
 }
@@ -32,9 +42,19 @@ bool LineStream::fill(int timeoutMilliseconds) {
     kill();
     return false;
   }
+  answerBytes_ += static_cast<std::int64_t>(*count);
+  if (crawls()) {
+    kill();
+    return false;
+  }
   begin_ = 0;
   end_ = *count;
   return true;
+}
+
+bool LineStream::crawls() const {
+  const std::int64_t elapsed = monotonicMilliseconds() - answerStart_;
+  return elapsed > kPatience * timeout_ && answerBytes_ < elapsed / 1000 * kBytesPerSecond;
 }
 
 std::optional<std::string> LineStream::readLine() {

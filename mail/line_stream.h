@@ -46,7 +46,10 @@ class LineStream {
   [[nodiscard]] bool hasUnread() const { return begin_ < end_; }
 
  private:
+  // Waits for bytes. A long answer that comes in at less than a crawl ends the session too, although no
+  // single wait is too long: nobody waits for it.
   bool fill(int timeoutMilliseconds);
+  [[nodiscard]] bool crawls() const;
 
   static constexpr std::size_t kBufferSize = 32U << 10;
   std::unique_ptr<NetStream> stream_;
@@ -54,7 +57,9 @@ class LineStream {
   std::unique_ptr<char[]> buffer_;
   std::size_t begin_ = 0, end_ = 0;  // what is unread in the buffer
   bool firstLineRead_ = false;
-  bool bareLineFeeds_ = false;  // the server's first line ended with LF alone
+  std::int64_t answerStart_ = 0;  // when the last command was sent
+  std::int64_t answerBytes_ = 0;  // that have come since
+  bool bareLineFeeds_ = false;    // the server's first line ended with LF alone
 };
 
 }  // namespace vornelle

@@ -136,7 +136,7 @@ std::unique_ptr<MailMessage> MailComponent::popGetMessage(const std::string& uid
     if (!fetched) return nullptr;
     auto message = std::make_unique<MailMessage>(parseMessage(std::move(fetched->text)));
     message->size = fetched->size;
-    message->uidl = uidl;
+    message->uidl = std::move(fetched->uidl);
     return message;
   });
 }

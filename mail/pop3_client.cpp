@@ -154,6 +154,7 @@ std::optional<Pop3Client::Message> Pop3Client::fetchMessage(const std::string& u
   if (ask("RETR " + std::to_string(entry->number)) != Answer::ok) return std::nullopt;
   Message message;
   message.size = entry->size;
+  message.uidl = entry->uidl;
   // The announced size is a hint at best; memory is taken as the text comes in.
   if (!line_->readText(kLongestMessage, [&](std::string_view piece) { message.text += piece; }))
     return std::nullopt;

@@ -55,6 +55,7 @@ class Pop3Client {
   // not there, could not be had whole, or is empty.
   struct Message {
     std::string text;
+    std::string uidl;       // as the server spells it
     std::int32_t size = 0;  // as LIST says
   };
   [[nodiscard]] std::optional<Message> fetchMessage(const std::string& uidl);

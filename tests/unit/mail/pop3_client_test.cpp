@@ -339,6 +339,39 @@ TEST_F(Pop3ClientTest, AnAnswerThatTricklesInIsGivenUpAfterTheTimeOut) {
   EXPECT_EQ(30'000, sim::elapsedMilliseconds());
 }
 
+TEST_F(Pop3ClientTest, AMessageThatTricklesInForLongIsGivenUp) {
+  // Every 20 seconds a byte of a message without end; no single wait is too long.
+  class Trickle : public NetStream {
+   public:
+    [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int) override {
+      if (!answer_.empty()) {
+        const std::size_t count = std::min(size, answer_.size());
+        answer_.copy(buffer, count);
+        answer_.erase(0, count);
+        return count;
+      }
+      pause(20'000);
+      *buffer = 'x';
+      return 1;
+    }
+    [[nodiscard]] bool write(std::string_view command, int) override {
+      answer_ += command.starts_with("LIST")   ? "+OK\r\n1 10\r\n.\r\n"
+                 : command.starts_with("UIDL") ? "+OK\r\n1 id-1\r\n.\r\n"
+                                               : "+OK\r\n";
+      return true;
+    }
+
+   private:
+    std::string answer_ = "+OK\r\n";
+  };
+  Pop3Client client([] { return std::make_unique<Trickle>(); }, "bob", "secret", 30'000);
+  ASSERT_TRUE(client.logOn());
+  EXPECT_FALSE(client.fetchMessage("id-1"));
+  EXPECT_GT(sim::elapsedMilliseconds(), 300'000);
+  EXPECT_LE(sim::elapsedMilliseconds(), 320'000);
+  EXPECT_FALSE(client.deleteMessage("id-1"));
+}
+
 // ---- odd lists ----
 
 TEST_F(Pop3ClientTest, ALyingSizeIsTakenAsItIsAndANegativeOneAsZero) {
@@ -451,7 +484,7 @@ TEST_F(Pop3ClientTest, AMessageIsFoundInAnotherLetterCaseForReadingOnly) {
   deliver("id-b", message(2));
   deliver("ID-B", message(3));
   ASSERT_TRUE(mail->popConnect());
-  EXPECT_TRUE(mail->popGetMessage("ID-A"));
+  EXPECT_EQ("Id-A", mail->popGetMessage("ID-A")->getUidl());
   EXPECT_FALSE(mail->popDeleteMessage("ID-A"));
   EXPECT_EQ("Subject 2", mail->popGetMessage("id-b")->getSubject());
   EXPECT_FALSE(mail->popGetMessage("Id-b")) << "either could be meant";

@@ -1,5 +1,6 @@
 #include "mail/mail_component.h"
 
+#include "core/settings.h"
 #include "tests/unit/mail/scripted_pop3.h"
 #include "tests/unit/support.h"
 
@@ -94,6 +95,26 @@ TEST_F(MailComponentTest, WithoutALogOnEveryOperationFails) {
   EXPECT_FALSE(mail->popGetMessage("id-1"));
   EXPECT_FALSE(mail->popDeleteMessage("id-1"));
   EXPECT_EQ(1U, mailbox->messages.size());
+}
+
+TEST_F(MailComponentTest, InAListNoSenderOrSubjectIsLongerThan16KiB) {
+  deliver("id-1",
+          "From: " + std::string(20'000, 'a') + "\r\nSubject: " + std::string(16'384, 'b') + "\r\n\r\n");
+  ASSERT_TRUE(mail->popConnect());
+  const auto list = mail->popGetHeaderList(1);
+  ASSERT_TRUE(list);
+  EXPECT_EQ(std::string(16'384, 'a'), list->getItem(0)->getFromAddress());
+  EXPECT_EQ(std::string(16'384, 'b'), list->getItem(0)->getSubject());
+}
+
+TEST_F(MailComponentTest, ANewPopComponentHasTheSettingsAndEndsTheOldSession) {
+  settings.POP_SERVER = "mail.example";
+  settings.POP_ACCOUNT = "bob";
+  settings.POP_PASSWORD = "secret";
+  ASSERT_TRUE(newPopComponent().popConnect());
+  newPopComponent();
+  EXPECT_EQ("QUIT", mailbox->commands.back());
+  currentMail.reset();
 }
 
 }  // namespace

@@ -84,6 +84,18 @@ TEST(PageAnswer, ASubjectOpensNoConnectionByALinkAndThePageKeepsItsIcon) {
             "<link rel=\"icon\" href=\"data:image\"><td><meta rel=preconnect href=//a.bc></td>");
 }
 
+TEST(PageAnswer, ASubjectDoesNotLoadThePageAgainForEver) {
+  const std::string head = "<head><meta http-equiv='refresh' content='1620'></head><BODY>";
+  EXPECT_EQ(body(pageAnswer(PageKind::page, head + "<td><Meta http-equiv=refresh content=0></td><meta>",
+                            kKeepAlive)),
+            head + "<td><xeta http-equiv=refresh content=0></td><xeta>");
+}
+
+TEST(PageAnswer, ALinkInASubjectBecomesNoReloadEither) {
+  EXPECT_EQ(body(pageAnswer(PageKind::page, "<body><link http-equiv=refresh content=0>", kKeepAlive)),
+            "<body><xeta http-equiv=refresh content=0>");
+}
+
 TEST(PageAnswer, TheCharsetOfALinkAgreesToo) {
   EXPECT_EQ(body(pageAnswer(PageKind::message, "<link charset=utf-8>", kKeepAlive)),
             "<meta charset=windows-1252>");

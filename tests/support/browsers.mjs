@@ -135,6 +135,14 @@ export class User {
     await this.page.waitForSelector(`html[data-page="${name}" i] nav a[aria-current="page"]`, options);
   }
 
+  // Where something is that will be clicked with the mouse: playwright's own clicks wait while a page is on its way, and
+  // people do not.
+  async place(selector) {
+    await this.page.locator(selector).scrollIntoViewIfNeeded();
+    const box = await this.page.locator(selector).boundingBox();
+    return [box.x + box.width / 2, box.y + box.height / 2];
+  }
+
   // The rows of the Inbox or SpamBox page: { from, subject, number, link }; number is the row's number in box names.
   async rows() {
     return await this.page.$$eval('#boxes tbody tr', (rows) => rows.filter((row) => row.querySelector('input')).map((row) => ({

@@ -67,6 +67,8 @@ export class Application {
     fs.writeFileSync(this.path(name), Buffer.isBuffer(content) ? content : Buffer.from(content, 'latin1'));
   }
 
+  remove(name) { fs.rmSync(this.path(name)); }
+
   // The event log as a text, and its lines without their time stamps.
   log() { return this.exists('Vornelle.log') ? this.read('Vornelle.log') : ''; }
   events() { return this.log().split('\r\n').slice(0, -1).map((line) => line.replace(/^\[[^\]]*\] /, '')); }

@@ -81,6 +81,15 @@ bool isNameCharacter(char c) {
          c == '.' || c == ':';
 }
 
+// "<input name='D12' type='checkbox' value='1'>", as the rows have them. A subject is cut before it gets so
+// long.
+bool isRowBox(std::string_view text) {
+  constexpr std::string_view kStart = "<input name='";
+  if (!text.starts_with(kStart)) return false;
+  text.remove_prefix(kStart.size());
+  return text.substr(std::min(text.find('\''), text.size())).starts_with("' type='checkbox' value='1'>");
+}
+
 }  // namespace
 
 PageKind pageKind(std::string_view target) {
@@ -119,6 +128,7 @@ PageKind pageKind(std::string_view target) {
 std::string pageAnswer(PageKind kind, std::string body, const AnswerOptions& options) {
   if (kind != PageKind::icon) body = withoutConnections(std::move(body), kind);
   if (kind == PageKind::message) body = agreeCharset(std::move(body));
+  if (kind == PageKind::page) body = withoutForeignFields(std::move(body));
   const std::string_view type = kind == PageKind::icon ? "image/x-icon" : "text/html; charset=windows-1252";
   return assemble("200 OK", type, contentSecurityPolicy(kind), "", body, options);
 }
@@ -138,6 +148,27 @@ std::string errorAnswer(int status, const AnswerOptions& options) {
   if (status == 503) further = "\r\nRetry-After: 5";
   return assemble(statusLine, "text/html; charset=windows-1252", contentSecurityPolicy(PageKind::unknown),
                   further, body, options);
+}
+
+std::string withoutForeignFields(std::string page) {
+  constexpr std::string_view kEnd = "</tbody";
+  const std::size_t begin = std::min(findNoCase(page, "<tbody"), page.size());
+  std::size_t end = begin;
+  for (std::size_t at = begin; (at = findNoCase(page, kEnd, at)) != std::string::npos; at += kEnd.size())
+    end = at;
+
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kFields = {{
+      {"<input", "<xnput"},
+      {"<select", "<xelect"},
+      {"<textarea", "<xextarea"},
+      {"<button", "<xutton"},
+  }};
+  for (const auto& [tag, harmless] : kFields) {
+    for (std::size_t at = begin; (at = findNoCase(page, tag, at)) < end; at += tag.size()) {
+      if (!isRowBox(std::string_view(page).substr(at))) page.replace(at, tag.size(), harmless);
+    }
+  }
+  return page;
 }
 
 std::string withoutConnections(std::string page, PageKind kind) {

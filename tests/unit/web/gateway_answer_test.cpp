@@ -105,6 +105,36 @@ TEST(PageAnswer, TheIconKeepsItsBytes) {
   EXPECT_EQ(body(pageAnswer(PageKind::icon, "<link>", kKeepAlive)), "<link>");
 }
 
+TEST(PageAnswer, AFieldInASubjectIsNotPostedWithTheRowsBoxes) {
+  const std::string before = "<form><input name='addtolist'><button>Add</button><TBODY>";
+  const std::string boxes =
+      "<td><input name='R0' type='checkbox' value='1'></td><td><input name='D0' type='checkbox' "
+      "value='1'></td>";
+  const std::string after = "</TBody><input type=\"hidden\" name=\"END\"><select></select></form>";
+  EXPECT_EQ(body(pageAnswer(PageKind::page,
+                            before + "<a><Input name=D7 value=1></a></tbody><SELECT name=D0><option>" +
+                                "<textarea name=D1><button name=D2>" + boxes + after,
+                            kKeepAlive)),
+            before + "<a><xnput name=D7 value=1></a></tbody><xelect name=D0><option>" +
+                "<xextarea name=D1><xutton name=D2>" + boxes + after);
+}
+
+TEST(PageAnswer, ABoxThatASubjectImitatesIsNoRowsBox) {
+  const auto row = [](const std::string& subject) {
+    return "<tbody>" + subject + "</a>\r\n    </td></tbody>";
+  };
+  for (const char* subject :
+       {"<input name='D0' type='checkbox' ", "<input name='D0' value=1>", "<input name='D0"}) {
+    EXPECT_EQ(body(pageAnswer(PageKind::page, row(subject), kKeepAlive)),
+              row("<xnput" + std::string(subject + 6)));
+  }
+}
+
+TEST(PageAnswer, FieldsOfPagesWithoutRowsStay) {
+  const std::string page = "<form><input name='x'><select></select></form>";
+  EXPECT_EQ(body(pageAnswer(PageKind::page, page, kKeepAlive)), page);
+}
+
 TEST(ErrorAnswer, HasItsStatusInLineAndPage) {
   for (const auto& [status, line] : {std::pair{400, "400 Bad Request"},
                                      {403, "403 Forbidden"},

@@ -94,6 +94,7 @@ TEST_F(GatewayTest, ABrowserThatGoesAwayWhileItWaitsIsDroppedFromTheQueue) {
   doEvents();
   second.disconnect();
   doEvents();
+  EXPECT_EQ(gatewayState().waiting, 1u);
   answer(*taken_.back(), "one\r\n");
   doEvents();
   EXPECT_EQ(requestsTaken(), (std::vector<std::string>{"GET /1", "GET /3"}));
@@ -272,6 +273,17 @@ TEST_F(GatewayTest, ABodyThatDoesNotComeIn30SecondsIs408) {
   EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 408"));
 }
 
+TEST_F(GatewayTest, TheThirtySecondsBeginWithTheFirstByteOfTheRequest) {
+  sim::Client client = open();
+  sim::advance(600000);
+  client.send("GET / HTTP/1.1\r\n");
+  sim::advance(28000);
+  EXPECT_THAT(client.received(), IsEmpty());
+  client.send("Host: localhost\r\n\r\n");
+  doEvents();
+  EXPECT_THAT(client.received(), StartsWith("HTTP/1.1 200"));
+}
+
 TEST_F(GatewayTest, SpareConnectionsHoldUpNobodyAndAreLeftAlone) {
   sim::Client spare = open();
   sim::advance(600000);
@@ -288,12 +300,13 @@ TEST_F(GatewayTest, TooManyConnectionsEndTheOneThatHasBeenIdleLongest) {
     clients.push_back(open());
     sim::advance(1);
   }
+  clients[0].send(get("/"));  // the oldest one, and now the one that was used last
   sim::Client oneMore = open();
   oneMore.send(get("/"));
   doEvents();
   EXPECT_THAT(oneMore.received(), StartsWith("HTTP/1.1 200"));
-  EXPECT_TRUE(clients[0].closedByServer());
-  EXPECT_FALSE(clients[1].closedByServer());
+  EXPECT_FALSE(clients[0].closedByServer());
+  EXPECT_TRUE(clients[1].closedByServer());
   EXPECT_EQ(gatewayState().connections, static_cast<std::size_t>(kGatewayConnectionLimit));
 }
 
@@ -346,6 +359,11 @@ TEST_F(GatewayTest, TheLoginPageInPlaceOfAMessageIsNotSandboxed) {
   const std::string answer = ask(get("/displayemail.cgi?uidl=1&s=OLD"));
   EXPECT_THAT(answer, Not(HasSubstr("sandbox")));
   EXPECT_THAT(answer, HasSubstr("script-src 'unsafe-inline'"));
+}
+
+TEST_F(GatewayTest, TheLoginPageInPlaceOfAnUnknownPageRunsItsScript) {
+  form1.sessionId = "SESSION";
+  EXPECT_THAT(ask(get("/foo?s=OLD")), HasSubstr("script-src 'unsafe-inline'"));
 }
 
 TEST_F(GatewayTest, APageThatQuotesAnUnknownPathRunsNoScript) {
@@ -410,6 +428,23 @@ TEST_F(GatewayTest, AnAnswerThatWentToAnotherConnectionIsNotAwaitedForEver) {
   answer(*taken_.back(), "two\r\n");
   doEvents();
   EXPECT_EQ(body(next.received()), "two\r\n");
+}
+
+TEST_F(GatewayTest, AnAnswerThatIsStillGrowingOrExpectedIsAwaited) {
+  automatic_ = false;
+  sim::Client client = open();
+  client.send(get("/1"));
+  doEvents();
+  form1.requestPath = "1";  // the plain listener has a request pending
+  sim::advance(60000);
+  form1.requestPath = "";
+  for (int i = 0; i < 5; ++i) {
+    ASSERT_TRUE(taken_.back()->socket.sendData("piece "));
+    sim::advance(2000);
+    EXPECT_THAT(client.received(), IsEmpty());
+  }
+  sim::advance(6000);
+  EXPECT_EQ(body(client.received()), "piece piece piece piece piece ");
 }
 
 TEST_F(GatewayTest, AnAnswerWhoseConnectionWasNotClosedIsTakenAsItIs) {

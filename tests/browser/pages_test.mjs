@@ -137,6 +137,9 @@ inEachBrowser((userTest, name) => {
     assert.equal(lure.connections, before);
     // Every row is there, and the form's last field.
     assert.equal((await user.rows()).length, 7);
+    // Each can be opened: what shows no text of its own is given some.
+    assert.deepEqual(await user.page.$$eval('#boxes td:nth-child(3)', (cells) => cells.map((cell) => cell.innerText.trim())),
+      ['plain words', 'an HTML offer', 'soon gone', '(HTML code)', '(HTML code)', '(HTML code)', '(HTML code)']);
     assert.equal(await user.page.$eval('#boxes', (form) => form.elements.END.value), '1');
     await user.picture('hostile-subjects');
   });

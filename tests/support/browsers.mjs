@@ -33,23 +33,31 @@ const KINDS = {
   firefox: { type: firefox, host: '[::1]', options: { executablePath: '/usr/bin/firefox-esr', channel: 'moz-firefox' } },
 };
 
+// A browser that prefers dark pages. Firefox takes that at its start only.
+const DARK = {
+  chromium: {},
+  firefox: { firefoxUserPrefs: { 'layout.css.prefers-color-scheme.content-override': 0 } },
+};
+
 const PATIENCE = 30000;  // milliseconds until something that never comes is given up
 
 const screenshots = path.join(repository, 'build', 'screenshots');
 
 class Browser {
-  static async open(name) {
+  // options: dark
+  static async open(name, { dark = false } = {}) {
     const browser = new Browser();
     browser.name = name;
     browser.kind = KINDS[name];
-    browser.process = await browser.kind.type.launch({ ...browser.kind.options, headless: true, timeout: 60000 });
+    browser.look = dark ? { colorScheme: 'dark' } : {};
+    browser.process = await browser.kind.type.launch({ ...browser.kind.options, ...(dark ? DARK[name] : {}), headless: true, timeout: 60000 });
     return browser;
   }
 
   // Somebody with a window of their own who knows nothing of other windows (no shared storage).
   // options: host (instead of the browser's own), and what playwright's newContext takes
   async user(app, { host = this.kind.host, ...options } = {}) {
-    const context = await this.process.newContext({ viewport: { width: 1280, height: 900 }, ...options });
+    const context = await this.process.newContext({ viewport: { width: 1280, height: 900 }, ...this.look, ...options });
     context.setDefaultTimeout(PATIENCE);
     context.setDefaultNavigationTimeout(PATIENCE);
     const user = new User(this, app, context, host);
@@ -61,11 +69,12 @@ class Browser {
 }
 
 // Tests that run in every browser, each with a user of its own. Where one fails there is a picture of what was seen.
-export function inEachBrowser(body) {
+// browserOptions: as for Browser.open
+export function inEachBrowser(body, browserOptions) {
   for (const name of BROWSERS) {
     describe(name, () => {
       let browser;
-      before(async () => { browser = await Browser.open(name); });
+      before(async () => { browser = await Browser.open(name, browserOptions); });
       after(() => browser?.close());
       body((title, app, work, options) => test(title, async () => {
         const user = await browser.user(app(), options);

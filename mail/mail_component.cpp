@@ -188,8 +188,12 @@ std::unique_ptr<MailMessage> MailComponent::loadMessageText(std::string text) {
 }
 
 std::unique_ptr<MailMessage> MailComponent::loadMessageFile(const std::string& path) {
-  std::optional<std::string> text = readFile(path);
-  return text ? loadMessageText(std::move(*text)) : nullptr;
+  try {
+    std::optional<std::string> text = readFile(path);
+    return text ? loadMessageText(std::move(*text)) : nullptr;
+  } catch (const std::bad_alloc&) {
+    return nullptr;  // a file that the memory does not hold is one that cannot be read
+  }
 }
 
 MailComponent& newPopComponent() {

@@ -19,7 +19,7 @@ import { repository } from '../support/launcher.mjs';
 import { freePort, keepChild, removeFolder, temporaryFolder, until } from '../support/tools.mjs';
 
 const execute = promisify(execFile);
-const WINE = ['/usr/lib/wine/wine64', '/usr/bin/wine64', '/usr/bin/wine'].find((name) => fs.existsSync(name));
+export const WINE = ['/usr/lib/wine/wine64', '/usr/bin/wine64', '/usr/bin/wine'].find((name) => fs.existsSync(name));
 const WINESERVER = ['/usr/lib/wine/wineserver64', '/usr/lib/wine/wineserver', '/usr/bin/wineserver']
   .find((name) => fs.existsSync(name));
 export const wineProgram = WINE;

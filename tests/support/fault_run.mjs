@@ -22,10 +22,10 @@ export async function faultRun(options, check) {
     const before = server.maildrop.messages.map((message) => message.data);
     const left = () => server.maildrop.messages.map((message) => message.data);
     await app.login();
-    const line = await app.filterMail({ milliseconds: options.milliseconds ?? 60000 });
+    const line = await app.filterMail({ milliseconds: options.milliseconds ?? 120000 });
     assert.ok(line, `the run ended without a last line:\n${app.log()}`);
     assertNothingLost(before, left(), app);
-    assert.ok(await app.isServing(), 'the login page');
+    assert.ok(await app.isServing(), `the login page\n${JSON.stringify(app.process.ended)}\n${app.log()}`);
     await check?.({ app, server, line });
     if (options.recover === false) return;
 

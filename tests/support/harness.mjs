@@ -97,7 +97,8 @@ export class Application {
   async filterMail(options) {
     const before = this.events().length;
     const page = await this.get('/MAILFILTER.CGI?s={s}', { milliseconds: 180000, ...options });
-    assert.match(page, /window\.location='displayspambox\.htm\?s=/);
+    assert.ok(page.includes("window.location='displayspambox.htm?s="),
+      `no redirect but: ${page}\n${JSON.stringify(this.process.ended)}\n${this.process.said()}\n${this.log()}`);
     return this.events().slice(before).find((event) => /^Mail filtered: |^\*\*Cannot log|^You need/.test(event));
   }
 

@@ -1,5 +1,6 @@
 // How the program under test is started, and how a test learns that it is ready. The one place that knows which
-// program that is: VORNELLE_PROGRAM names it, without it dist/linux/vornelle.
+// program that is: VORNELLE_PROGRAM names it, without it dist/linux/vornelle. A test that runs another kind of program
+// (the Windows one) says so with useProgram.
 
 import { spawn } from 'node:child_process';
 import fs from 'node:fs';
@@ -10,8 +11,15 @@ import { keepChild, until } from './tools.mjs';
 
 export const repository = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '..', '..');
 
+let other = null;
+
+// program: its path; start(folder): starts it in that folder and gives an object like ConsoleRun.
+export function useProgram(program, start) {
+  other = { program, start };
+}
+
 export function programPath() {
-  const program = path.resolve(process.env.VORNELLE_PROGRAM ?? path.join(repository, 'dist', 'linux', 'vornelle'));
+  const program = path.resolve(other?.program ?? process.env.VORNELLE_PROGRAM ?? path.join(repository, 'dist', 'linux', 'vornelle'));
   if (!fs.existsSync(program)) throw new Error(`There is no program ${program}: script/build makes it.`);
   return program;
 }
@@ -60,5 +68,5 @@ class ConsoleRun {
 }
 
 export function launch(folder, environment = {}) {
-  return new ConsoleRun(folder, environment);
+  return other ? other.start(folder) : new ConsoleRun(folder, environment);
 }

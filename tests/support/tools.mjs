@@ -32,13 +32,14 @@ process.on('exit', () => {
 });
 for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) process.once(signal, () => process.exit(1));
 
-// Resolves with the first true value of the condition (a function, it may be asynchronous); fails after the time.
+// Resolves with the first true value of the condition (a function, it may be asynchronous); fails after the time. What
+// was waited for may be a function too, for a text that is only worth making then.
 export async function until(condition, what = 'the condition', milliseconds = 10000) {
   const end = Date.now() + milliseconds;
   for (;;) {
     const value = await condition();
     if (value) return value;
-    if (Date.now() > end) throw new Error(`${what}: not within ${milliseconds} ms`);
+    if (Date.now() > end) throw new Error(`${typeof what === 'function' ? what() : what}: not within ${milliseconds} ms`);
     await new Promise((resolve) => setTimeout(resolve, 20));
   }
 }

@@ -60,8 +60,8 @@ describe('with postfix', () => {
     const row = await rowOf(app, 'spam-one');
     const page = await app.post('/deleterestore.cgi?s={s}', boxesForm(`R${row}`));
     assert.equal(redirectTarget(page), `displayspambox.htm?s=${app.sessionId}`);
-    assert.ok(app.events().includes('Restore msg from Sam <sam@spam-one.example> to InBox'), app.log());
-    const mails = await until(() => dovecot.messages().length === 2 && dovecot.messages(), `delivery\n${postfix.log()}`);
+    assert.ok(app.events().includes('Restore msg from Sam <sam@spam-one.example> to InBox'), `${app.log()}\n${postfix.log()}`);
+    const mails = await until(() => dovecot.messages().length === 2 && dovecot.messages(), () => `delivery\n${postfix.log()}`);
     const back = mails.map((message) => message.toString('latin1').replaceAll('\r\n', '\n')).find((m) => m.includes('spam-one'));
     // The file's closing line end travels with it.
     const sent = spam('one', 'body\r\n.lead\r\n.\r\n..\r\nend\r\n').toString('latin1').replaceAll('\r\n', '\n') + '\n';
@@ -74,7 +74,7 @@ describe('with postfix', () => {
     const before = dovecot.messages().length;
     const row = await rowOf(app, 'spam-two');
     await app.post('/deleterestore.cgi?s={s}', boxesForm(`R${row}`));
-    await until(() => dovecot.messages().length === before + 1, 'delivery');
+    await until(() => dovecot.messages().length === before + 1, () => `delivery\n${postfix.log()}`);
     await app.post('/add2white.cgi?s={s}', 'ADDTOLIST=spam-two.example&END=1');
     await app.filterMail();
     assert.ok(dovecot.messages().some((message) => message.includes('spam-two')));

@@ -142,7 +142,7 @@ describe('real servers', () => {
     const mails = await until(() => {
       const all = dovecot.messages().map(String).filter((m) => m.includes('Subject: back again'));
       return all.length && all;
-    }, `delivery\n${postfix.log()}`);
+    }, () => `delivery\n${postfix.log()}`);
     assert.equal(mails.length, 1);
     assert.match(await converse(dovecot.port, ['USER joe', 'PASS secret', 'STAT', 'QUIT']), /\+OK 2 /);
   });

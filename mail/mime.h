@@ -2,10 +2,10 @@
 //
 // One pass over the lines, no copies:
 // 1. A part has a header of its own. A multipart part names a boundary, which goes on a stack.
-// 2. A line "--boundary" of any multipart on the stack ends the part that is being read; "--boundary--" also
-// ends that
-//    multipart. So a part whose end is missing ends where an outer one goes on.
+// 2. A line "--boundary" of any multipart on the stack ends the part that is being read; "--boundary--" ends
+//    that multipart too. So a part whose end is missing ends where an outer one goes on.
 // 3. The first part of type text/html and the first of type text/plain that are not attachments are the text.
+//
 // Multiparts nested more deeply than anybody nests them are not looked into.
 #pragma once
 

@@ -1,14 +1,11 @@
 // The POP3 client (RFC 1939, RFC 2449): one session, from the log-on to QUIT.
 //
 // - After a network or protocol error the session is dead: every later call fails at once and it ends without
-// QUIT, so
-//   that the server deletes nothing.
-// - LIST and UIDL are asked once. A unique-id stands for the message number that it has in this session
-// (maildrop.h).
+//   QUIT, so that the server deletes nothing.
+// - LIST and UIDL are asked once. A unique-id stands for the message number that it has in this session.
 // - Headers come with TOP n 1; from servers without TOP with RETR, of which only the header is kept.
 // - From 32 messages on the server is asked (CAPA) whether commands may be pipelined. Servers exist that
-// close the line
-//   at that, or never answer: then the connection is made again, once, and goes on without.
+//   close the line at that, or never answer: then the connection is made again, once, and goes on without.
 #pragma once
 
 #include <cstdint>

@@ -2,8 +2,7 @@
 // each answer before the next command goes out, so where the server agrees many are under way at a time.
 //
 // 1. LIST; CAPA when the mailbox is large; UIDL.
-// 2. TOP for the first message tells whether the server has that command at all; if not, RETR takes its
-// place.
+// 2. TOP for the first message tells whether the server has that command at all; if not, RETR serves.
 // 3. All other messages, pipelined or one by one.
 // 4. What TOP refused, or cut off before the header's end, is read again with RETR.
 #include <algorithm>

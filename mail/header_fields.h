@@ -7,7 +7,7 @@
 //
 // - Lines end with CR LF or LF.
 // - A line that is no field and goes on with none is passed over when fields are looked for, so that one
-//   broken line hides nothing. The body starts at the empty line; where there is none, at the first such line.
+//   broken line hides nothing. The body starts at the empty line, or else at the first such line.
 // - "From " and ">From " lines at the top, as mail files have them, belong to the header.
 #pragma once
 

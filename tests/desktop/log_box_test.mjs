@@ -26,14 +26,14 @@ test('After 10,000 lines the log box holds them all, shows the newest, and the p
   };
   const middle = (list) => list.sort((a, b) => a - b)[Math.floor(list.length / 2)];
   const before = app.events().length;
-  const first = middle(await times(200));
+  const first = middle(await times(60));
   // Hidden it grows as well, and Wine need not draw every line.
   await desktop.xdotool('windowminimize', await desktop.mainXid());
   await until(async () => !(await desktop.main()).visible, 'the hidden window');
-  await times(4600);
+  await times(4880);
   await desktop.clickIcon();
   await desktop.main({ visible: true, iconic: false });
-  const last = middle(await times(200));
+  const last = middle(await times(60));
   const lines = app.events().length - before;
   assert.ok(lines >= 9999, `${lines} lines`);
   const text = await desktop.logText();

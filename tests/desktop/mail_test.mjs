@@ -126,7 +126,7 @@ test('At rest the program takes no processor time, and its memory stays small af
     console.log(`processor time in 5 seconds at rest: ${used * 10} ms`);
     assert.ok(used <= 5, `${used} ticks`);
   } finally {
-    bare.kill('SIGKILL');
+    await desktop.ask(`end ${(await desktop.window({ class: 'VornelleBare' })).pid}`);
     await server.stop();
   }
 });
@@ -143,8 +143,8 @@ test('The program file is below 2 MB, and listens soon after its start', async (
     await until(async () => await desktop.xdotool('search', '--onlyvisible', '--name', '^Bare$').catch(() => ''),
       'the bare window');
     const took = Date.now() - start;
-    bare.kill('SIGKILL');
-    await new Promise((resolve) => bare.once('exit', resolve));
+    await desktop.ask(`end ${(await desktop.window({ class: 'VornelleBare' })).pid}`);
+    await until(() => bare.exitCode !== null, 'the end of the bare program');
     return took;
   };
   const programStart = async () => {

@@ -6,6 +6,9 @@
 //   topline HANDLE   the number of the first line in sight in an edit box
 //   tips PID         the tool tips of a process: [{"window": HANDLE, "text": "..."}]
 //   menu HANDLE FILE the entries of a window's menu bar, whose resource is in that program, with their places
+//   close HANDLE     asks the window to close, as its close button does
+//   end PID          ends a process at once, with nothing saved
+//   press HANDLE     presses a button
 //   taskbar          what a task bar tells all windows when it has been started
 //   link PATH        the target of a shell link
 //   version PATH     version information of a program file
@@ -86,6 +89,17 @@ std::wstring classOf(HWND window) {
   return name;
 }
 
+DWORD processOf(HWND window);
+
+std::wstring programOf(HWND window) {
+  wchar_t path[1024] = {};
+  DWORD size = 1024;
+  const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processOf(window));
+  if (!process || !QueryFullProcessImageNameW(process, 0, path, &size)) size = 0;
+  if (process) CloseHandle(process);
+  return {path, size};
+}
+
 DWORD processOf(HWND window) {
   DWORD process = 0;
   GetWindowThreadProcessId(window, &process);
@@ -114,7 +128,7 @@ std::string describe(HWND window, bool withChildren) {
     result += ",\"checked\":" + boolean(SendMessageW(window, BM_GETCHECK, 0, 0) == BST_CHECKED);
   }
   if (withChildren) {
-    result += ",\"pid\":" + number(processOf(window)) + ",\"foreground\":" + boolean(GetForegroundWindow() == window) +
+    result += ",\"program\":" + quoted(programOf(window)) + ",\"pid\":" + number(processOf(window)) + ",\"foreground\":" + boolean(GetForegroundWindow() == window) +
               ",\"owner\":" + handleNumber(GetWindow(window, GW_OWNER)) + ",\"dpi\":" + number(GetDpiForWindow(window)) +
               ",\"children\":[";
     bool first = true;
@@ -133,7 +147,7 @@ std::string windows() {
   EnumWindows(
       [](HWND window, LPARAM list) -> BOOL {
         const std::wstring name = classOf(window);
-        const bool ours = name == L"VornelleForm1";  // looked at even while it is hidden
+        const bool ours = name == L"VornelleForm1" || name == L"VornelleBare";  // looked at even while it is hidden
         if ((IsWindowVisible(window) && GetWindow(window, GW_CHILD)) || ours || name == L"tooltips_class32") {
           if (ours || IsWindowVisible(window)) reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
         }
@@ -284,6 +298,14 @@ std::string version(const std::wstring& path) {
          quoted(product ? product : L"") + "}";
 }
 
+bool endProcess(DWORD id) {
+  const HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, id);
+  if (!process) return false;
+  const bool ended = TerminateProcess(process, 9) != FALSE;
+  CloseHandle(process);
+  return ended;
+}
+
 std::string answer(const std::string& line) {
   const std::size_t blank = line.find(' ');
   const std::string command = line.substr(0, blank);
@@ -291,6 +313,9 @@ std::string answer(const std::string& line) {
   if (command == "windows") return windows();
   if (command == "text") return quoted(textOf(handleOf(argument)));
   if (command == "topline") return number(SendMessageW(handleOf(argument), EM_GETFIRSTVISIBLELINE, 0, 0));
+  if (command == "close") return boolean(PostMessageW(handleOf(argument), WM_CLOSE, 0, 0));
+  if (command == "end") return boolean(endProcess(static_cast<DWORD>(std::stoul(argument))));
+  if (command == "press") return boolean(PostMessageW(handleOf(argument), BM_CLICK, 0, 0));
   if (command == "tips") return tips(static_cast<DWORD>(std::stoul(argument)));
   if (command == "menu") return menu(handleOf(argument), wide(argument.substr(argument.find(' ') + 1)));
   if (command == "link") return link(wide(argument));

@@ -12,17 +12,20 @@ import { execFile, execFileSync, spawn } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
 import readline from 'node:readline';
+import { fileURLToPath } from 'node:url';
 import { promisify } from 'node:util';
 
 import { get, post } from '../support/bare_http.mjs';
-import { repository } from '../support/launcher.mjs';
+
 import { freePort, keepChild, removeFolder, temporaryFolder, until } from '../support/tools.mjs';
 
+const repository = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '..', '..');
 const execute = promisify(execFile);
 export const WINE = ['/usr/lib/wine/wine64', '/usr/bin/wine64', '/usr/bin/wine'].find((name) => fs.existsSync(name));
 const WINESERVER = ['/usr/lib/wine/wineserver64', '/usr/lib/wine/wineserver', '/usr/bin/wineserver']
   .find((name) => fs.existsSync(name));
 export const wineProgram = WINE;
+export const wineserverProgram = WINESERVER;
 const PROBE = path.join(repository, 'build', 'windows', 'desktop_probe.exe');
 export const PROGRAM_FOLDER = path.join(repository, 'dist', 'windows');
 const BASE_PREFIX = path.join(repository, 'build', 'wine-prefix');
@@ -143,6 +146,14 @@ export class Desktop {
     this.manager.kill();
     this.server.kill();
     removeFolder(this.folder);
+  }
+
+  // Its programs no longer keep the test process from ending; they are ended with it.
+  letGo() {
+    for (const child of [this.server, this.manager, this.probe]) {
+      child.unref();
+      for (const pipe of child.stdio) pipe?.unref?.();
+    }
   }
 
   // ---- eyes ----
@@ -366,10 +377,15 @@ export class WindowsApplication {
 
   async end(milliseconds = 20000) { return await until(() => this.ended, 'the end of the program', milliseconds); }
 
+  // Through Wine: its server does not always survive it when a program with sockets is killed from outside.
   async stop() {
-    if (this.child && !this.ended) {
-      this.child.kill('SIGKILL');
-      await this.end();
+    if (!this.child || this.ended) return;
+    const own = windowsPath(this.folder).toLowerCase();
+    const drive = own.replace(/.*\\drive_c\\/, 'c:\\');
+    for (const { class: kind, program, pid } of await this.desktop.windows()) {
+      if (kind !== 'VornelleForm1') continue;
+      if ([own, drive].some((folder) => program.toLowerCase().startsWith(folder + '\\'))) await this.desktop.ask(`end ${pid}`);
     }
+    await this.end().catch(() => this.child.kill('SIGKILL'));
   }
 }

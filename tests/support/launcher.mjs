@@ -13,7 +13,7 @@ export const repository = path.resolve(path.dirname(fileURLToPath(import.meta.ur
 
 let other = null;
 
-// program: its path; start(folder): starts it in that folder and gives an object like ConsoleRun.
+// program: its path; start(folder, environment): starts it in that folder and gives an object like ConsoleRun.
 export function useProgram(program, start) {
   other = { program, start };
 }
@@ -68,5 +68,5 @@ class ConsoleRun {
 }
 
 export function launch(folder, environment = {}) {
-  return other ? other.start(folder) : new ConsoleRun(folder, environment);
+  return other ? other.start(folder, environment) : new ConsoleRun(folder, environment);
 }

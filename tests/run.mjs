@@ -29,7 +29,7 @@ const scratch = temporaryFolder('run-tests');
 // Runs a program to its end; { output, ended } where ended is "" for status 0.
 function run(program, args) {
   return new Promise((resolve) => {
-    const child = keepChild(spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'] }));
+    const child = keepChild(spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'] }), 'SIGTERM');
     const pieces = [];
     let late = '';
     const collect = (data) => pieces.push(data);

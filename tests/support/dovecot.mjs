@@ -38,7 +38,7 @@ export class Dovecot {
     fs.writeFileSync(path.join(dovecot.folder, 'users'),
       `${dovecot.account.user}:{PLAIN}${dovecot.account.password}\n`, { mode: 0o644 });
     fs.writeFileSync(config, dovecot.#config());
-    dovecot.child = keepChild(spawn(PROGRAM, ['-F', '-c', config], { stdio: ['ignore', 'ignore', 'inherit'] }));
+    dovecot.child = keepChild(spawn(PROGRAM, ['-F', '-c', config], { stdio: ['ignore', 'ignore', 'inherit'] }), 'SIGTERM');
     dovecot.child.once('exit', (code, signal) => { dovecot.ended = `Dovecot ended (${signal ?? code})\n${dovecot.log()}`; });
     await Promise.race([
       listening(dovecot.port, 'Dovecot'),

@@ -41,7 +41,7 @@ export class Postfix {
     fs.writeFileSync(path.join(postfix.folder, 'etc', 'master.cf'), postfix.#master());
     execFileSync(...postfix.#call('sh', '-ec', MAKE_QUEUE, 'sh', postfix.folder));
     const [program, ...args] = asRoot([path.join(DAEMONS, 'master'), '-c', path.join(postfix.folder, 'etc'), '-d']);
-    postfix.child = keepChild(spawn(program, args, { stdio: ['ignore', 'ignore', 'inherit'] }));
+    postfix.child = keepChild(spawn(program, args, { stdio: ['ignore', 'ignore', 'inherit'] }), 'SIGTERM');
     postfix.child.once('exit', (code, signal) => { postfix.ended = `Postfix ended (${signal ?? code})\n${postfix.log()}`; });
     await Promise.race([
       listening(postfix.port, 'Postfix'),

@@ -18,16 +18,17 @@ export function removeFolder(folder) {
   fs.rmSync(folder, { recursive: true, force: true, maxRetries: 5 });
 }
 
-// Children that a test started and that must not outlive it.
-const children = new Set();
-export function keepChild(child) {
-  children.add(child);
+// Children that a test started and that must not outlive it. One that has children of its own gets SIGTERM, so that it
+// can end them.
+const children = new Map();
+export function keepChild(child, signal = 'SIGKILL') {
+  children.set(child, signal);
   child.once('exit', () => children.delete(child));
   return child;
 }
 
 process.on('exit', () => {
-  for (const child of children) child.kill('SIGKILL');
+  for (const [child, signal] of children) child.kill(signal);
   for (const folder of folders) fs.rmSync(folder, { recursive: true, force: true });
 });
 for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) process.once(signal, () => process.exit(1));

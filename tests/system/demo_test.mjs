@@ -14,7 +14,7 @@ import { freePort, keepChild, removeFolder, temporaryFolder, until } from '../su
 async function demo(...args) {
   const folder = temporaryFolder('demo');
   const child = keepChild(spawn(process.execPath,
-    [path.join(repository, 'tests/support/demo.mjs'), '--port', String(await freePort()), ...args, folder]));
+    [path.join(repository, 'tests/support/demo.mjs'), '--port', String(await freePort()), ...args, folder]), 'SIGTERM');
   child.said = '';
   for (const stream of [child.stdout, child.stderr]) stream.on('data', (data) => { child.said += data; });
   child.once('close', (code) => { child.ended = { code }; });

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/text.h"
+#include "pages/message_page.h"
 
 namespace vornelle {
 namespace {
@@ -90,6 +91,17 @@ bool isRowBox(std::string_view text) {
   return text.substr(std::min(text.find('\''), text.size())).starts_with("' type='checkbox' value='1'>");
 }
 
+// One of the two pages that are shown where a message cannot be. Their "Go Back" is a script, which the
+// policy of the message views forbids. A message that spells out exactly such a page does no more than the
+// page does.
+bool isErrorPage(std::string_view body) {
+  for (const std::string_view text :
+       {"Requested email does not exist!", "Cannot log onto POP3 server. Try again later."}) {
+    if (body == messagePage(text) + "\r\n") return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 PageKind pageKind(std::string_view target) {
@@ -126,6 +138,7 @@ PageKind pageKind(std::string_view target) {
 }
 
 std::string pageAnswer(PageKind kind, std::string body, const AnswerOptions& options) {
+  if (kind == PageKind::message && isErrorPage(body)) kind = PageKind::page;
   if (kind != PageKind::icon) body = withoutConnections(std::move(body), kind);
   if (kind == PageKind::message) body = agreeCharset(std::move(body));
   if (kind == PageKind::page) body = withoutForeignFields(std::move(body));

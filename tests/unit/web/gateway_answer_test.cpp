@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "pages/message_page.h"
+
 namespace vornelle {
 namespace {
 
@@ -69,6 +71,19 @@ TEST(PageAnswer, AMessageOpensNoConnectionByFramesAndLinks) {
   EXPECT_EQ(
       body(pageAnswer(PageKind::message, "<IFrame src=//a></IFrame><frameset><frame src=//b>", kKeepAlive)),
       "<xframe src=//a></IFrame><xrameset><xrame src=//b>");
+}
+
+// Its link is a script.
+TEST(PageAnswer, TheErrorPageOfAMessageViewCanGoBack) {
+  for (const char* text :
+       {"Requested email does not exist!", "Cannot log onto POP3 server. Try again later."}) {
+    EXPECT_THAT(pageAnswer(PageKind::message, messagePage(text) + "\r\n", kKeepAlive),
+                Not(HasSubstr("sandbox")));
+    EXPECT_THAT(pageAnswer(PageKind::message, messagePage(text) + "<p>\r\n", kKeepAlive),
+                HasSubstr("sandbox"));
+  }
+  EXPECT_THAT(pageAnswer(PageKind::message, messagePage("<script>") + "\r\n", kKeepAlive),
+              HasSubstr("sandbox"));
 }
 
 TEST(PageAnswer, ASubjectOpensNoConnectionByAFrame) {

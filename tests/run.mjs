@@ -1,6 +1,9 @@
 // Runs test programs and says how many tests passed and failed, as its very last line: "N passed, N failed".
 //
-//   node tests/run.mjs [--jobs N] [--timeout SECONDS] FILE...
+//   node tests/run.mjs [--jobs N] [--timeout SECONDS] FILE... [--alone FILE]...
+//
+// The files named by --alone come after the others, one at a time: those that drive browsers and windows, which have to
+// keep up with the clock of the program in front of them.
 //
 // A FILE that ends in .mjs is a file of node:test tests, any other one a GoogleTest program. A program that crashes,
 // hangs or runs no test at all counts as a failed test, and so does a test that was skipped: nothing goes missing
@@ -21,6 +24,7 @@ const { values, positionals } = parseArgs({
     // One more than there are processors: the outer rings wait more than they work.
     jobs: { type: 'string', default: String(os.cpus().length + 1) },
     timeout: { type: 'string', default: '300' },
+    alone: { type: 'string', multiple: true, default: [] },
   },
   allowPositionals: true,
 });
@@ -107,6 +111,7 @@ async function worker() {
   for (let next = queue.shift(); next; next = queue.shift()) await runFile(...next);
 }
 await Promise.all(Array.from({ length: Number(values.jobs) }, worker));
+for (const [index, file] of values.alone.entries()) await runFile(file, positionals.length + index);
 removeFolder(scratch);
 console.log(`${passed} passed, ${failed} failed`);
 process.exitCode = passed > 0 && failed === 0 ? 0 : 1;

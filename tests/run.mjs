@@ -103,6 +103,8 @@ async function runFile(file, index) {
   console.log(`${bad.length ? 'FAIL' : 'ok  '} ${name}: ${good} passed, ${bad.length} failed, ` +
     `${((Date.now() - start) / 1000).toFixed(1)} s`);
   for (const { name: test, text } of bad) console.log(`--- ${test}\n${text.replace(/^/gm, '    ')}`);
+  // What a test has measured.
+  for (const [line] of output.matchAll(/^.*\bfigure: .*$/gm)) console.log(`     ${line.replace(/^.*\bfigure: /, '')}`);
   if (bad.length && output.trim()) console.log(`--- what ${name} said\n${output.trim().replace(/^/gm, '    ')}`);
 }
 

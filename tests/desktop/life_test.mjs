@@ -68,7 +68,7 @@ test('With START_MINIMIZED there is no window to see, only the icon, and the ico
   await desktop.run(app);
   assert.equal((await desktop.main()).visible, false);
   assert.match(await app.get('/'), /<form/i);
-  await desktop.clickIcon();
+  await desktop.restore();
   const main = await desktop.main({ visible: true, iconic: false });
   assert.equal(desktop.control(main, 102).checked, true);
   await desktop.moveAside();

@@ -12,7 +12,7 @@ import { repository } from '../support/launcher.mjs';
 import { MailServer } from '../support/mailserver.mjs';
 import { friendly, smallMailbox, spam } from '../support/mails.mjs';
 import { keepChild, listening, until } from '../support/tools.mjs';
-import { Desktop, PROGRAM_FOLDER, wineProgram } from './wine.mjs';
+import { Desktop, processorTicks, PROGRAM_FOLDER, wineProgram } from './wine.mjs';
 
 const ID = { filter: 104, log: 107 };
 let desktop;
@@ -32,7 +32,7 @@ test('Filter Mail runs against a mailbox: spam goes into the SpamBox and off the
     await app.event(/^Mail filtered: /, 30000);
     assert.deepEqual(fs.readdirSync(app.path('spam')).sort(), ['five.txt', 'three.txt', 'two.txt']);
     assert.deepEqual(server.maildrop.uids().sort(), ['four', 'one']);
-    assert.ok((await desktop.logText()).includes('Mail filtered: '));
+    await until(async () => (await desktop.logText()).includes('Mail filtered: '), 'the line in the box');
     assert.equal(app.read('spam/three.txt'), smallMailbox()[2].data.toString('latin1') + '\r\n');
   } finally {
     await server.stop();
@@ -98,10 +98,6 @@ test('A message as long as the send buffer many times over arrives whole', async
 // Private memory in KB, as the system underneath counts it.
 const privateMemory = (pid) => [...fs.readFileSync(`/proc/${pid}/smaps_rollup`, 'utf8').matchAll(/^Private_\w+: +(\d+) kB/gm)]
   .reduce((sum, [, size]) => sum + Number(size), 0);
-const processorTicks = (pid) => {
-  const fields = fs.readFileSync(`/proc/${pid}/stat`, 'utf8').split(') ')[1].split(' ');
-  return Number(fields[11]) + Number(fields[12]);
-};
 
 test('At rest the program takes no processor time, and its memory stays small after 1,000 requests and 10 runs', async () => {
   const server = await MailServer.start({ messages: smallMailbox(), user: 'joe', password: 'secret' });
@@ -112,18 +108,17 @@ test('At rest the program takes no processor time, and its memory stays small af
     const app = await desktop.install({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}`, TEST_MODE: 'TRUE' } });
     await desktop.run(app);
     await app.login();
-    await desktop.xdotool('windowminimize', await desktop.mainXid());
-    await until(async () => !(await desktop.main()).visible, 'the hidden window');
+    await desktop.minimize();
     for (let i = 0; i < 1000; i++) await app.get(i % 20 ? '/quick.htm?s={s}' : '/');
     for (let i = 0; i < 10; i++) await app.get('/MAILFILTER.CGI?s={s}', { milliseconds: 60000 });
     const own = privateMemory(app.child.pid);
     const system = privateMemory(bare.pid);
-    console.log(`private memory ${own} KB, of a bare program with a window ${system} KB`);
+    console.log(`figure: private memory ${own} KB, of a bare program with a window ${system} KB`);
     assert.ok(own < 16 * 1024, `${own} KB`);
     const before = processorTicks(app.child.pid);
     await new Promise((resolve) => setTimeout(resolve, 5000));
     const used = processorTicks(app.child.pid) - before;
-    console.log(`processor time in 5 seconds at rest: ${used * 10} ms`);
+    console.log(`figure: processor time in 5 seconds at rest: ${used * 10} ms`);
     assert.ok(used <= 5, `${used} ticks`);
   } finally {
     await desktop.ask(`end ${(await desktop.window({ class: 'VornelleBare' })).pid}`);
@@ -133,7 +128,7 @@ test('At rest the program takes no processor time, and its memory stays small af
 
 test('The program file is below 2 MB, and listens soon after its start', async () => {
   const size = fs.statSync(path.join(PROGRAM_FOLDER, 'vornelle.exe')).size;
-  console.log(`program file ${(size / 1024).toFixed(0)} KB`);
+  console.log(`figure: program file ${(size / 1024).toFixed(0)} KB`);
   assert.ok(size < 2 * 1024 * 1024);
 
   const bareStart = async () => {
@@ -164,6 +159,6 @@ test('The program file is below 2 MB, and listens soon after its start', async (
     times.bare.push(await bareStart());
     times.program.push(await programStart());
   }
-  console.log(`start to listening ${times.program.join(', ')} ms; a bare window ${times.bare.join(', ')} ms`);
+  console.log(`figure: start to listening ${times.program.join(', ')} ms; a bare window ${times.bare.join(', ')} ms`);
   assert.ok(isQuick(), `${best(times.program)} ms against ${best(times.bare)} ms`);
 });

@@ -35,6 +35,12 @@ const DOUBLE_CLICK = 600;  // a little more than the system's own limit in milli
 // Nothing is asked for and nothing is fetched; no menus of the real user's are touched.
 const OVERRIDES = 'mscoree=d;mshtml=d;winemenubuilder.exe=d';
 
+// What a process has used of the processor, in hundredths of a second.
+export function processorTicks(pid) {
+  const fields = fs.readFileSync(`/proc/${pid}/stat`, 'utf8').split(') ')[1].split(' ');
+  return Number(fields[11]) + Number(fields[12]);
+}
+
 export const windowsPath = (name) => 'Z:' + name.replaceAll('/', '\\');
 
 function wineEnvironment(prefix, display) {
@@ -264,12 +270,42 @@ export class Desktop {
     await (text === '' ? this.key('Delete') : this.type(text));
   }
 
+  // Does it until the condition holds. On a busy machine a click can come before the window that it is meant for has
+  // found its place.
+  async insist(action, condition, what) {
+    for (let tries = 1; ; tries++) {
+      await action();
+      try {
+        return await until(condition, what, 3000);
+      } catch (error) {
+        if (tries === 5) throw error;
+      }
+    }
+  }
+
   // Waits for a message box, checks nothing, presses its button; its text.
   async answerBox(milliseconds) {
     const box = await this.messageBox(milliseconds);
-    await this.click(box.children.find((child) => child.class === 'Button'));
-    await this.gone(box);
+    const now = async () => (await this.windows()).find((window) => window.handle === box.handle);
+    await this.insist(async () => {
+      const button = (await now())?.children.find((child) => child.class === 'Button');
+      if (button) await this.click(button);
+    }, async () => !(await now()), `the end of "${box.message}"`);
     return box.message;
+  }
+
+  // The main window's minimise button; the program then hides it.
+  async minimize() {
+    await this.insist(async () => { await this.xdotool('windowminimize', await this.mainXid()); },
+      async () => !(await this.main()).visible, 'the hidden window');
+  }
+
+  // The icon's click that brings the main window back.
+  async restore() {
+    await this.insist(() => this.clickIcon(), async () => {
+      const main = await this.main();
+      return main.visible && !main.iconic;
+    }, 'the window');
   }
 
   // The window of Wine's that stands in for a notification area.

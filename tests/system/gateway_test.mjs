@@ -341,6 +341,7 @@ describe('many', () => {
     const warm = memory();
     await round(10000);
     assert.ok(memory() - warm < 1024, `grown from ${warm} to ${memory()} KB`);
-    assert.ok(openFiles() <= files + 2);
+    // The last connections linger for a moment behind their close.
+    await until(() => openFiles() <= files + 2, () => `${openFiles()} open files, ${files} before`);
   });
 });

@@ -110,11 +110,13 @@ TEST(NetStreamTest, ALargeWriteArrivesWhole) {
 
 TEST(NetStreamTest, AResetIsABrokenConnection) {
   ScriptServer server([](int connection) {
+    (void)readUntil(connection, "\n");  // not before the stream stands
     const linger atOnce{1, 0};
     setsockopt(connection, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
   });
   const auto stream = openNetStream("127.0.0.1", server.port, 5000);
   ASSERT_TRUE(stream);
+  ASSERT_TRUE(stream->write("NOOP\r\n", 5000));
   EXPECT_EQ(readOnce(*stream), "(nothing)");
   EXPECT_FALSE(stream->write("QUIT\r\n", 5000) && stream->write("QUIT\r\n", 5000));
 }

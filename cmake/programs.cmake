@@ -43,5 +43,8 @@ endif()
 if(WIN32)
   add_executable(desktop_probe tests/desktop/probe.cpp)
   target_link_libraries(desktop_probe PRIVATE ole32 shell32 uuid version comctl32)
+  # The same as the test's browser: without a console window, which would take the focus away.
+  add_executable(desktop_browser WIN32 tests/desktop/probe.cpp)
+  target_link_libraries(desktop_browser PRIVATE ole32 shell32 uuid version comctl32)
   add_executable(desktop_bare WIN32 tests/desktop/bare.cpp)
 endif()

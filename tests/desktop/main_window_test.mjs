@@ -118,6 +118,7 @@ test('Launch opens the web interface in the browser, from the folder C:\\', asyn
 });
 
 test('The Tab key goes through the controls in the order of reading', async () => {
+  await desktop.activate();
   await desktop.click(await find(ID.log));
   await until(async () => (await find(ID.log)).focused, 'the focus in the log box');
   const order = [];
@@ -133,6 +134,7 @@ test('The Tab key goes through the controls in the order of reading', async () =
 });
 
 test('Access keys work although no caption shows one', async () => {
+  await desktop.activate();
   await desktop.key('alt+s');
   await checked(ID.startMin, true);
   await desktop.key('alt+s');

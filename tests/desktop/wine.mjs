@@ -27,6 +27,7 @@ const WINESERVER = ['/usr/lib/wine/wineserver64', '/usr/lib/wine/wineserver', '/
 export const wineProgram = WINE;
 export const wineserverProgram = WINESERVER;
 const PROBE = path.join(repository, 'build', 'windows', 'desktop_probe.exe');
+const BROWSER = path.join(repository, 'build', 'windows', 'desktop_browser.exe');
 export const PROGRAM_FOLDER = path.join(repository, 'dist', 'windows');
 const BASE_PREFIX = path.join(repository, 'build', 'wine-prefix');
 
@@ -139,7 +140,7 @@ export class Desktop {
   // The test's own browser: it notes what it is started with.
   #registerBrowser() {
     this.opened = path.join(this.folder, 'opened.txt');
-    const command = `\\"${windowsPath(PROBE)}\\" \\"${windowsPath(this.opened)}\\" \\"%1\\"`;
+    const command = `\\"${windowsPath(BROWSER)}\\" \\"${windowsPath(this.opened)}\\" \\"%1\\"`;
     setRegistry(this.prefix, 'system.reg', 'Software\\Classes\\http', 'URL Protocol', '""');
     setRegistry(this.prefix, 'system.reg', 'Software\\Classes\\http\\shell\\open\\command', '',
       `"${command.replaceAll('\\', '\\\\').replaceAll('\\\\"', '\\"')}"`);
@@ -265,9 +266,11 @@ export class Desktop {
 
   // Puts the text in the place of what the box holds.
   async fill(box, text) {
-    await this.click(box);
-    await this.key('ctrl+a');
-    await (text === '' ? this.key('Delete') : this.type(text));
+    await this.insist(async () => {
+      await this.click(box);
+      await this.key('ctrl+a');
+      await (text === '' ? this.key('Delete') : this.type(text));
+    }, async () => (await this.ask(`text ${box.handle}`)) === text, `"${text}" in the box`);
   }
 
   // Does it until the condition holds. On a busy machine a click can come before the window that it is meant for has
@@ -318,6 +321,13 @@ export class Desktop {
 
   // The main window's number in the X server.
   async mainXid() { return (await this.xdotool('search', '--name', '^Vornelle \\(v')).trim().split('\n')[0]; }
+
+  // The main window gets the keys.
+  async activate() {
+    await this.insist(async () => { await this.xdotool('windowactivate', await this.mainXid()); },
+      async () => (await this.main()).foreground && Number(await this.xdotool('getactivewindow')) === Number(await this.mainXid()),
+      'the main window in front');
+  }
 
   // Away from the window that stands in for the notification area.
   async moveAside() {

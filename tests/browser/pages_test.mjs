@@ -17,7 +17,9 @@ class Lure {
     this.connections = 0;
     this.server = http.createServer((request, response) => {
       this.requests.push(request.url);
-      response.end('caught');
+      // A page that names its icon: browsers ask for none later, in the middle of another test.
+      response.setHeader('Content-Type', 'text/html');
+      response.end('<link rel="icon" href="data:,">caught');
     });
     this.server.on('connection', () => { this.connections++; });
     await new Promise((resolve) => this.server.listen(0, '127.0.0.1', resolve));
@@ -148,6 +150,7 @@ inEachBrowser((userTest, name) => {
     await user.login();
     await user.go('inbox');
     const before = lure.connections;
+    const asked = lure.requests.length;
     await readMessage(user, 'an HTML offer', async (message) => {
       await message.waitForTimeout(500);
       assert.match(message.url(), /\/displayemail\.cgi\?uidl=hostile&/i);
@@ -158,11 +161,11 @@ inEachBrowser((userTest, name) => {
       await message.waitForTimeout(300);
       assert.match(message.url(), /\/displayemail\.cgi/i);
     });
-    assert.deepEqual(lure.requests.filter((url) => url !== '/control'), []);
+    assert.deepEqual(lure.requests.slice(asked), []);
     assert.equal(lure.connections, before);
     // The lure works: what goes there does count.
     await user.page.goto(`http://127.0.0.1:${lure.port}/control`);
-    assert.ok(lure.connections > before && lure.requests.includes('/control'));
+    assert.ok(lure.connections > before && lure.requests.slice(asked).includes('/control'));
   });
 
   userTest('ASavedMessageIsShownAsItsText', () => app, async (user) => {

@@ -6,7 +6,7 @@ import { Application } from './harness.mjs';
 import { MailServer } from './mailserver.mjs';
 import { friendly, spam } from './mails.mjs';
 
-const DELAY = 150;  // milliseconds each way
+const DELAY = 100;  // milliseconds each way
 
 export class SlowApplication {
   static async start() {

@@ -43,14 +43,16 @@ RECT textPlace(HWND dialog) {
 void showLinkControl(HWND dialog) {
   const RECT place = textPlace(dialog);
   DestroyWindow(GetDlgItem(dialog, IDC_ABOUT_TEXT));
-  const HWND text =
-      CreateWindowExW(0, WC_LINK, widen(linkControlText()).c_str(), WS_CHILD | WS_VISIBLE | WS_TABSTOP, place.left,
-                      place.top, place.right - place.left, place.bottom - place.top, dialog,
-                      reinterpret_cast<HMENU>(static_cast<INT_PTR>(IDC_ABOUT_TEXT)), GetModuleHandleW(nullptr), nullptr);
+  const HWND text = CreateWindowExW(
+      0, WC_LINK, widen(linkControlText()).c_str(), WS_CHILD | WS_VISIBLE | WS_TABSTOP, place.left, place.top,
+      place.right - place.left, place.bottom - place.top, dialog,
+      reinterpret_cast<HMENU>(static_cast<INT_PTR>(IDC_ABOUT_TEXT)), GetModuleHandleW(nullptr), nullptr);
   SendMessageW(text, WM_SETFONT, static_cast<WPARAM>(SendMessageW(dialog, WM_GETFONT, 0, 0)), TRUE);
 }
 
-void openLink(const std::string& address) { static_cast<void>(openInBrowser(address)); }
+void openLink(const std::string& address) {
+  static_cast<void>(openInBrowser(address));
+}
 
 void linkChosen(const NMHDR& header) {
   if (header.idFrom != IDC_ABOUT_TEXT || (header.code != NM_CLICK && header.code != NM_RETURN)) return;
@@ -58,8 +60,8 @@ void linkChosen(const NMHDR& header) {
   openLink(narrow(link.item.szUrl));
 }
 
-// Under Wine the engine behind the control may be missing although the control is there; Wine would then ask the user to
-// download it.
+// Under Wine the engine behind the control may be missing although the control is there; Wine would then ask
+// the user to download it.
 bool engineAsksToBeInstalled() {
   const HMODULE system = GetModuleHandleW(L"ntdll.dll");
   if (!system || !GetProcAddress(system, "wine_get_version")) return false;
@@ -112,6 +114,8 @@ INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lPar
 
 }  // namespace
 
-void showAboutWindow() { runModal(IDD_ABOUT, 0, procedure, 0); }
+void showAboutWindow() {
+  runModal(IDD_ABOUT, 0, procedure, 0);
+}
 
 }  // namespace vornelle::win32

@@ -15,7 +15,8 @@ constexpr std::wstring_view kBlank = L"about:blank";
 
 class ComString {
  public:
-  explicit ComString(std::wstring_view text) : string_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
+  explicit ComString(std::wstring_view text)
+      : string_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
   ~ComString() { SysFreeString(string_); }
   ComString(const ComString&) = delete;
   ComString& operator=(const ComString&) = delete;
@@ -58,7 +59,8 @@ bool writeDocument(IHTMLDocument2* document, const std::string& html) {
 // The control's place, and the one to whom it reports what happens in it.
 class BrowserControl::Host : public PlainHost, public IDispatch {
  public:
-  Host(HWND parent, const RECT& place, const std::string& html, std::function<void(const std::string&)> openLink)
+  Host(HWND parent, const RECT& place, const std::string& html,
+       std::function<void(const std::string&)> openLink)
       : PlainHost(parent, place), html_(html), openLink_(std::move(openLink)) {}
 
   bool start();
@@ -66,7 +68,9 @@ class BrowserControl::Host : public PlainHost, public IDispatch {
   [[nodiscard]] bool showsText() const { return showsText_; }
 
   // IUnknown
-  STDMETHODIMP QueryInterface(REFIID id, void** object) override { return PlainHost::QueryInterface(id, object); }
+  STDMETHODIMP QueryInterface(REFIID id, void** object) override {
+    return PlainHost::QueryInterface(id, object);
+  }
   STDMETHODIMP_(ULONG) AddRef() override { return PlainHost::AddRef(); }
   STDMETHODIMP_(ULONG) Release() override { return PlainHost::Release(); }
 
@@ -77,7 +81,8 @@ class BrowserControl::Host : public PlainHost, public IDispatch {
   }
   STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
   STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-  STDMETHODIMP Invoke(DISPID event, REFIID, LCID, WORD, DISPPARAMS* parameters, VARIANT*, EXCEPINFO*, UINT*) override;
+  STDMETHODIMP Invoke(DISPID event, REFIID, LCID, WORD, DISPPARAMS* parameters, VARIANT*, EXCEPINFO*,
+                      UINT*) override;
 
  protected:
   IUnknown* interfaceOf(REFIID id) override {
@@ -176,9 +181,11 @@ STDMETHODIMP BrowserControl::Host::Invoke(DISPID event, REFIID, LCID, WORD, DISP
   }
 }
 
-std::unique_ptr<BrowserControl> BrowserControl::create(HWND parent, const RECT& place, const std::string& html,
+std::unique_ptr<BrowserControl> BrowserControl::create(HWND parent, const RECT& place,
+                                                       const std::string& html,
                                                        std::function<void(const std::string&)> openLink) {
-  std::unique_ptr<BrowserControl> control(new BrowserControl(new Host(parent, place, html, std::move(openLink))));
+  std::unique_ptr<BrowserControl> control(
+      new BrowserControl(new Host(parent, place, html, std::move(openLink))));
   if (!control->host_->start()) return nullptr;
   return control;
 }
@@ -188,6 +195,8 @@ BrowserControl::~BrowserControl() {
   host_->Release();  // it goes when the control has let go of it, too
 }
 
-bool BrowserControl::showsText() const { return host_->showsText(); }
+bool BrowserControl::showsText() const {
+  return host_->showsText();
+}
 
 }  // namespace vornelle::win32

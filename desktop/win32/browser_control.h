@@ -11,11 +11,12 @@ namespace vornelle::win32 {
 
 class BrowserControl {
  public:
-  // Makes the control in that place of the parent and sends it to a blank document; when that has loaded, the HTML text
-  // is written into it. A link that is chosen goes to `openLink`; nothing else is ever loaded. Null where the system has
-  // no such control.
-  [[nodiscard]] static std::unique_ptr<BrowserControl> create(HWND parent, const RECT& place, const std::string& html,
-                                                              std::function<void(const std::string&)> openLink);
+  // Makes the control in that place of the parent and sends it to a blank document; when that has loaded, the
+  // HTML text is written into it. A link that is chosen goes to `openLink`; nothing else is ever loaded. Null
+  // where the system has no such control.
+  [[nodiscard]] static std::unique_ptr<BrowserControl> create(
+      HWND parent, const RECT& place, const std::string& html,
+      std::function<void(const std::string&)> openLink);
   ~BrowserControl();
   BrowserControl(const BrowserControl&) = delete;
   BrowserControl& operator=(const BrowserControl&) = delete;

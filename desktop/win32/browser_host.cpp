@@ -40,8 +40,8 @@ STDMETHODIMP PlainHost::GetWindow(HWND* window) {
   return S_OK;
 }
 
-STDMETHODIMP PlainHost::GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIWindow** document, RECT* place,
-                                         RECT* clip, OLEINPLACEFRAMEINFO* info) {
+STDMETHODIMP PlainHost::GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIWindow** document,
+                                         RECT* place, RECT* clip, OLEINPLACEFRAMEINFO* info) {
   AddRef();
   *frame = this;
   *document = nullptr;

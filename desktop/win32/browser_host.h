@@ -1,5 +1,5 @@
-// What a control of the component model asks of the window that it lives in: the plain answers of a host that gives it a
-// place and nothing more. No menus, no tool bars, no borders.
+// What a control of the component model asks of the window that it lives in: the plain answers of a host that
+// gives it a place and nothing more. No menus, no tool bars, no borders.
 #pragma once
 
 #include <windows.h>
@@ -36,8 +36,8 @@ class PlainHost : public IOleClientSite, public IOleInPlaceSite, public IOleInPl
   STDMETHODIMP CanInPlaceActivate() override { return S_OK; }
   STDMETHODIMP OnInPlaceActivate() override { return S_OK; }
   STDMETHODIMP OnUIActivate() override { return S_OK; }
-  STDMETHODIMP GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIWindow** document, RECT* place, RECT* clip,
-                                OLEINPLACEFRAMEINFO* info) override;
+  STDMETHODIMP GetWindowContext(IOleInPlaceFrame** frame, IOleInPlaceUIWindow** document, RECT* place,
+                                RECT* clip, OLEINPLACEFRAMEINFO* info) override;
   STDMETHODIMP Scroll(SIZE) override { return E_NOTIMPL; }
   STDMETHODIMP OnUIDeactivate(BOOL) override { return S_OK; }
   STDMETHODIMP OnInPlaceDeactivate() override { return S_OK; }
@@ -58,7 +58,8 @@ class PlainHost : public IOleClientSite, public IOleInPlaceSite, public IOleInPl
   STDMETHODIMP TranslateAccelerator(MSG*, WORD) override { return S_FALSE; }
 
  protected:
-  // Further interfaces of the actual host; null for one that it does not have. The caller counts the reference.
+  // Further interfaces of the actual host; null for one that it does not have. The caller counts the
+  // reference.
   virtual IUnknown* interfaceOf(REFIID) { return nullptr; }
 
   HWND parent_;

@@ -16,7 +16,9 @@ namespace {
 
 constexpr int kRows = static_cast<int>(std::size(kDlgConfigRows));
 
-HWND box(HWND dialog, int row) { return GetDlgItem(dialog, IDC_CONFIG_BOX + row); }
+HWND box(HWND dialog, int row) {
+  return GetDlgItem(dialog, IDC_CONFIG_BOX + row);
+}
 
 // A text box has its label before it, a check box without one beside it is labelled by its own caption.
 void showCaptions(HWND dialog) {
@@ -36,7 +38,8 @@ void fillBoxes(HWND dialog, const DlgConfig& boxes) {
   for (int row = 0; row < kRows; ++row) {
     const DlgConfigRow& entry = kDlgConfigRows[row];
     if (entry.text) setWindowText(box(dialog, row), boxes.*entry.text);
-    if (entry.check) CheckDlgButton(dialog, IDC_CONFIG_BOX + row, boxes.*entry.check ? BST_CHECKED : BST_UNCHECKED);
+    if (entry.check)
+      CheckDlgButton(dialog, IDC_CONFIG_BOX + row, boxes.*entry.check ? BST_CHECKED : BST_UNCHECKED);
   }
 }
 
@@ -95,6 +98,8 @@ INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
 
 }  // namespace
 
-void showConfigDialog() { runModal(IDD_CONFIG, IDA_CONFIG, procedure, 0); }
+void showConfigDialog() {
+  runModal(IDD_CONFIG, IDA_CONFIG, procedure, 0);
+}
 
 }  // namespace vornelle::win32

@@ -15,6 +15,8 @@ namespace vornelle::win32 {
   return narrow(text);
 }
 
-inline void setWindowText(HWND window, const std::string& text) { SetWindowTextW(window, widen(text).c_str()); }
+inline void setWindowText(HWND window, const std::string& text) {
+  SetWindowTextW(window, widen(text).c_str());
+}
 
 }  // namespace vornelle::win32

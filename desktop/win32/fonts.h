@@ -9,7 +9,9 @@ namespace vornelle::win32 {
 [[nodiscard]] HFONT makeMessageFont(UINT dpi);
 
 // A length given for 96 dots an inch.
-[[nodiscard]] inline int scaled(int length, UINT dpi) { return MulDiv(length, static_cast<int>(dpi), 96); }
+[[nodiscard]] inline int scaled(int length, UINT dpi) {
+  return MulDiv(length, static_cast<int>(dpi), 96);
+}
 
 // The size of a one-line text in the font.
 [[nodiscard]] SIZE textSize(HWND window, HFONT font, const wchar_t* text);

@@ -103,6 +103,8 @@ INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
 
 }  // namespace
 
-void showImportDialog() { runModal(IDD_IMPORT, IDA_IMPORT, procedure, 0); }
+void showImportDialog() {
+  runModal(IDD_IMPORT, IDA_IMPORT, procedure, 0);
+}
 
 }  // namespace vornelle::win32

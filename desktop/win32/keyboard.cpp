@@ -33,7 +33,9 @@ void setAccessKeys(HWND window, int acceleratorTable) {
   accessKeys()[window] = LoadAcceleratorsW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(acceleratorTable));
 }
 
-void forgetAccessKeys(HWND window) { accessKeys().erase(window); }
+void forgetAccessKeys(HWND window) {
+  accessKeys().erase(window);
+}
 
 bool keyboardMessage(MSG& message) {
   if (!message.hwnd) return false;

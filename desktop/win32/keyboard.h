@@ -1,13 +1,14 @@
-// Keyboard navigation of the program's windows: Tab and the arrow keys, Enter and Escape in dialogs, and access keys.
-// Access keys are accelerators and no "&" in a caption, so that captions read everywhere as they are shown.
+// Keyboard navigation of the program's windows: Tab and the arrow keys, Enter and Escape in dialogs, and
+// access keys. Access keys are accelerators and no "&" in a caption, so that captions read everywhere as they
+// are shown.
 #pragma once
 
 #include <windows.h>
 
 namespace vornelle::win32 {
 
-// The window's access keys, from the accelerator table with that resource number. A key arrives as WM_COMMAND of the
-// control or menu entry with the notification code 1.
+// The window's access keys, from the accelerator table with that resource number. A key arrives as WM_COMMAND
+// of the control or menu entry with the notification code 1.
 void setAccessKeys(HWND window, int acceleratorTable);
 void forgetAccessKeys(HWND window);
 

@@ -34,8 +34,8 @@ Timer& showTimer() {
   return *timer;
 }
 
-// Replacing an empty selection at the end touches nothing that is there; setting the whole text anew would take longer
-// with every line.
+// Replacing an empty selection at the end touches nothing that is there; setting the whole text anew would
+// take longer with every line.
 void show() {
   Waiting& lines = waiting();
   showTimer().setEnabled(false);

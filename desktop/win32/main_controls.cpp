@@ -20,7 +20,8 @@ struct Control {
 };
 
 constexpr Control kControls[] = {
-    {IDC_CMD_OPEN_BROWSER, Kind::button, L"Launch", "Launch default Internet browser and show Vornelle interface"},
+    {IDC_CMD_OPEN_BROWSER, Kind::button, L"Launch",
+     "Launch default Internet browser and show Vornelle interface"},
     {IDC_CMD_FILTER_MAIL, Kind::button, L"Filter Mail", "Filter for spam (manual)"},
     {IDC_CK_ACTIVE, Kind::checkBox, L"Active", "Starts auto spam filtering"},
     {IDC_CK_TEST_MODE, Kind::checkBox, L"Test Mode", "When checked, spam is not removed from InBox"},
@@ -41,8 +42,8 @@ DWORD styleOf(Kind kind) {
     case Kind::label:
       return SS_NOPREFIX;
     case Kind::log:
-      return ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | ES_AUTOHSCROLL | ES_NOHIDESEL | WS_VSCROLL | WS_HSCROLL |
-             WS_TABSTOP;
+      return ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | ES_AUTOHSCROLL | ES_NOHIDESEL | WS_VSCROLL |
+             WS_HSCROLL | WS_TABSTOP;
   }
   return 0;
 }
@@ -58,17 +59,19 @@ void MainControls::create(HWND window) {
   window_ = window;
   const HWND toolTips = makeToolTips(window);
   for (const Control& entry : kControls) {
-    const HWND made = CreateWindowExW(
-        entry.kind == Kind::log ? WS_EX_CLIENTEDGE : 0, classOf(entry.kind), entry.caption,
-        WS_CHILD | WS_VISIBLE | styleOf(entry.kind), 0, 0, 0, 0, window,
-        reinterpret_cast<HMENU>(static_cast<INT_PTR>(entry.id)), GetModuleHandleW(nullptr), nullptr);
+    const HWND made = CreateWindowExW(entry.kind == Kind::log ? WS_EX_CLIENTEDGE : 0, classOf(entry.kind),
+                                      entry.caption, WS_CHILD | WS_VISIBLE | styleOf(entry.kind), 0, 0, 0, 0,
+                                      window, reinterpret_cast<HMENU>(static_cast<INT_PTR>(entry.id)),
+                                      GetModuleHandleW(nullptr), nullptr);
     addToolTip(toolTips, made, entry.toolTip);
   }
   SendMessageW(logBox(), EM_SETLIMITTEXT, 0, 0);  // as much as the system can hold
   updateFont();
 }
 
-HWND MainControls::logBox() const { return control(IDC_LOG_WINDOW); }
+HWND MainControls::logBox() const {
+  return control(IDC_LOG_WINDOW);
+}
 
 void MainControls::updateFont() {
   const HFONT before = font_;
@@ -81,7 +84,9 @@ void MainControls::updateFont() {
 
 MainControls::Measures MainControls::measure() const {
   const UINT dpi = GetDpiForWindow(window_);
-  const auto width = [this](const Control& entry) { return static_cast<int>(textSize(window_, font_, entry.caption).cx); };
+  const auto width = [this](const Control& entry) {
+    return static_cast<int>(textSize(window_, font_, entry.caption).cx);
+  };
   const int lineHeight = static_cast<int>(textSize(window_, font_, L"Log:").cy);
   const int box = GetSystemMetricsForDpi(SM_CXMENUCHECK, dpi) + scaled(10, dpi);
   Measures all{};
@@ -128,10 +133,11 @@ SIZE MainControls::minimumSize() const {
   const UINT dpi = GetDpiForWindow(window_);
   const Measures size = measure();
   RECT rectangle{};
-  rectangle.right = size.margin + size.buttonWidth + 2 * size.margin + size.firstCheckWidth + 2 * size.margin +
-                    size.secondCheckWidth + size.margin;
+  rectangle.right = size.margin + size.buttonWidth + 2 * size.margin + size.firstCheckWidth +
+                    2 * size.margin + size.secondCheckWidth + size.margin;
   rectangle.bottom = size.margin + 2 * (size.rowHeight + size.gap) + size.labelHeight +
-                     kMinimumLogLines * size.labelHeight + GetSystemMetricsForDpi(SM_CYHSCROLL, dpi) + 2 * size.margin;
+                     kMinimumLogLines * size.labelHeight + GetSystemMetricsForDpi(SM_CYHSCROLL, dpi) +
+                     2 * size.margin;
   AdjustWindowRectExForDpi(&rectangle, WS_OVERLAPPEDWINDOW, TRUE, 0, dpi);
   return {rectangle.right - rectangle.left, rectangle.bottom - rectangle.top};
 }

@@ -31,7 +31,8 @@ void centre(HWND dialog, HWND owner) {
 
 void runModal(int dialog, int acceleratorTable, DLGPROC procedure, LPARAM parameter) {
   const HWND owner = mainWindow();
-  const HWND window = CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(dialog), owner, procedure, parameter);
+  const HWND window =
+      CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(dialog), owner, procedure, parameter);
   if (!window) return;
   if (acceleratorTable) setAccessKeys(window, acceleratorTable);
   centre(window, owner);

@@ -1,4 +1,5 @@
-// Numbers of the resources and controls. Read by the compiler and by the resource compiler, which knows no C++.
+// Numbers of the resources and controls. Read by the compiler and by the resource compiler, which knows no
+// C++.
 #pragma once
 
 #define IDI_VORNELLE 1

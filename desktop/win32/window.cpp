@@ -44,7 +44,8 @@ void showCheckBox(CheckBox& box, int id) {
 void showWindowState() {
   const std::wstring caption = win32::widen(form1.caption);
   std::wstring shown(caption.size() + 2, L'\0');
-  shown.resize(static_cast<std::size_t>(GetWindowTextW(window, shown.data(), static_cast<int>(shown.size()))));
+  shown.resize(
+      static_cast<std::size_t>(GetWindowTextW(window, shown.data(), static_cast<int>(shown.size()))));
   if (shown != caption) SetWindowTextW(window, caption.c_str());
   if (!form1.visible) {
     if (IsWindowVisible(window)) ShowWindow(window, SW_HIDE);
@@ -147,8 +148,8 @@ void activated(bool active) {
   }
 }
 
-// Both the icon's messages and real movements of the mouse come here. The icon's carry its number and no vertical
-// coordinate.
+// Both the icon's messages and real movements of the mouse come here. The icon's carry its number and no
+// vertical coordinate.
 void mouseMessage(WPARAM wParam, LPARAM lParam) {
   if (wParam == win32::kNotifyIconId && HIWORD(lParam) == 0) iconMessage(LOWORD(lParam));
 }
@@ -156,8 +157,8 @@ void mouseMessage(WPARAM wParam, LPARAM lParam) {
 void resolutionChanged(LPARAM lParam) {
   const RECT& wanted = *reinterpret_cast<const RECT*>(lParam);
   controls.updateFont();
-  SetWindowPos(window, nullptr, wanted.left, wanted.top, wanted.right - wanted.left, wanted.bottom - wanted.top,
-               SWP_NOZORDER | SWP_NOACTIVATE);
+  SetWindowPos(window, nullptr, wanted.left, wanted.top, wanted.right - wanted.left,
+               wanted.bottom - wanted.top, SWP_NOZORDER | SWP_NOACTIVATE);
   controls.layOut();
 }
 
@@ -220,7 +221,8 @@ LRESULT CALLBACK windowProcedure(HWND handle, UINT message, WPARAM wParam, LPARA
 
 HICON icon(int widthMetric, int heightMetric) {
   return static_cast<HICON>(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_VORNELLE), IMAGE_ICON,
-                                       GetSystemMetrics(widthMetric), GetSystemMetrics(heightMetric), LR_DEFAULTCOLOR));
+                                       GetSystemMetrics(widthMetric), GetSystemMetrics(heightMetric),
+                                       LR_DEFAULTCOLOR));
 }
 
 void makeWindow() {
@@ -237,7 +239,8 @@ void makeWindow() {
   windowClass.lpszClassName = L"VornelleForm1";
   RegisterClassExW(&windowClass);
   CreateWindowExW(0, windowClass.lpszClassName, win32::widen(form1.caption).c_str(), WS_OVERLAPPEDWINDOW,
-                  CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, program, nullptr);
+                  CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, program,
+                  nullptr);
   const UINT dpi = GetDpiForWindow(window);
   SetWindowPos(window, nullptr, 0, 0, scaled(kFirstWidth, dpi), scaled(kFirstHeight, dpi),
                SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);

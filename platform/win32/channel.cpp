@@ -1,10 +1,10 @@
-// Channels over Windows sockets. The system posts a message to the hidden window when something about a socket changes;
-// the message is only a hint to look again, except that the end of a connection attempt and of the peer's stream are
-// noted when they are reported.
+// Channels over Windows sockets. The system posts a message to the hidden window when something about a
+// socket changes; the message is only a hint to look again, except that the end of a connection attempt and
+// of the peer's stream are noted when they are reported.
 //
-// A channel that is finished lives on in a list of its own: it sends what is left, tells the peer that nothing more
-// comes, and reads and drops what the peer still sends until that ends too. Closing a socket with unread bytes would
-// reset the connection, and the peer would lose the answer.
+// A channel that is finished lives on in a list of its own: it sends what is left, tells the peer that
+// nothing more comes, and reads and drops what the peer still sends until that ends too. Closing a socket
+// with unread bytes would reset the connection, and the peer would lose the answer.
 #include "platform/shared/channel.h"
 
 #include <algorithm>
@@ -210,7 +210,9 @@ LoopbackName loopbackName(LoopbackAddress address, int port) {
   return name;
 }
 
-int familyOf(LoopbackAddress address) { return address == LoopbackAddress::ipv4 ? AF_INET : AF_INET6; }
+int familyOf(LoopbackAddress address) {
+  return address == LoopbackAddress::ipv4 ? AF_INET : AF_INET6;
+}
 
 }  // namespace
 

@@ -7,7 +7,7 @@
 namespace vornelle {
 namespace {
 
-constexpr std::int64_t kTicksPerSecond = 10'000'000;           // FILETIME counts 100 ns
+constexpr std::int64_t kTicksPerSecond = 10'000'000;  // FILETIME counts 100 ns
 constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
 
 FILETIME toFileTime(std::int64_t utcSeconds) {
@@ -29,11 +29,14 @@ LocalTime toLocalTime(std::int64_t utcSeconds) {
   SYSTEMTIME utc;
   SYSTEMTIME local;
   // With the rules of the date itself: summer time in summer, whatever is in force today.
-  if (!FileTimeToSystemTime(&fileTime, &utc) || !SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local)) return {};
+  if (!FileTimeToSystemTime(&fileTime, &utc) || !SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local))
+    return {};
   return {local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond};
 }
 
-std::int64_t monotonicMilliseconds() { return static_cast<std::int64_t>(GetTickCount64()); }
+std::int64_t monotonicMilliseconds() {
+  return static_cast<std::int64_t>(GetTickCount64());
+}
 
 std::string amPmDesignator(bool afternoon) {
   wchar_t text[16];

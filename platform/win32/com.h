@@ -50,7 +50,8 @@ template <typename Interface>
 [[nodiscard]] ComPointer<Interface> createComObject(REFCLSID classId, REFIID interfaceId) {
   startCom();
   ComPointer<Interface> object;
-  if (FAILED(CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, interfaceId, object.receive()))) object.reset();
+  if (FAILED(CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, interfaceId, object.receive())))
+    object.reset();
   return object;
 }
 

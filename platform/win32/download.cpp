@@ -1,6 +1,6 @@
-// One file over HTTP with the system's internet functions. They have no bound on the whole of a transfer, so they work on
-// a thread of their own; the program waits for at most two seconds and takes what has arrived by then. A transfer that is
-// left behind ends by itself, and what it works with lives until then.
+// One file over HTTP with the system's internet functions. They have no bound on the whole of a transfer, so
+// they work on a thread of their own; the program waits for at most two seconds and takes what has arrived by
+// then. A transfer that is left behind ends by itself, and what it works with lives until then.
 #include <windows.h>
 // After windows.h.
 #include <wininet.h>
@@ -18,8 +18,9 @@ namespace {
 constexpr DWORD kMilliseconds = 2000;
 constexpr std::size_t kMostBytes = 64 * 1024;
 constexpr DWORD kChunk = 2048;
-constexpr DWORD kFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_AUTO_REDIRECT | INTERNET_FLAG_NO_CACHE_WRITE |
-                         INTERNET_FLAG_NO_COOKIES | INTERNET_FLAG_NO_AUTH | INTERNET_FLAG_NO_UI;
+constexpr DWORD kFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_AUTO_REDIRECT |
+                         INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_NO_COOKIES | INTERNET_FLAG_NO_AUTH |
+                         INTERNET_FLAG_NO_UI;
 
 struct InternetHandle {
   HINTERNET handle;
@@ -30,7 +31,8 @@ struct InternetHandle {
 
 class Transfer {
  public:
-  explicit Transfer(std::string url) : url_(std::move(url)), done_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+  explicit Transfer(std::string url)
+      : url_(std::move(url)), done_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
   ~Transfer() {
     if (done_) CloseHandle(done_);
   }
@@ -51,11 +53,12 @@ class Transfer {
 
  private:
   void fetch() {
-    const InternetHandle session{InternetOpenA("VB OpenUrl", INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0)};
+    const InternetHandle session{
+        InternetOpenA("VB OpenUrl", INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0)};
     if (!session.handle) return;
     DWORD limit = kMilliseconds;
-    for (const DWORD option : {INTERNET_OPTION_CONNECT_TIMEOUT, INTERNET_OPTION_SEND_TIMEOUT,
-                               INTERNET_OPTION_RECEIVE_TIMEOUT}) {
+    for (const DWORD option :
+         {INTERNET_OPTION_CONNECT_TIMEOUT, INTERNET_OPTION_SEND_TIMEOUT, INTERNET_OPTION_RECEIVE_TIMEOUT}) {
       InternetSetOptionA(session.handle, option, &limit, sizeof limit);
     }
     const InternetHandle url{InternetOpenUrlA(session.handle, url_.c_str(), nullptr, 0, kFlags, 0)};
@@ -83,7 +86,8 @@ class Transfer {
 };
 
 DWORD WINAPI runTransfer(void* parameter) {
-  const std::unique_ptr<std::shared_ptr<Transfer>> transfer(static_cast<std::shared_ptr<Transfer>*>(parameter));
+  const std::unique_ptr<std::shared_ptr<Transfer>> transfer(
+      static_cast<std::shared_ptr<Transfer>*>(parameter));
   (*transfer)->run();
   return 0;
 }

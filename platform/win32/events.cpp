@@ -32,7 +32,8 @@ void serveTick(UINT_PTR id) {
   if (handler) handler();
 }
 
-// Timer messages come only when nothing else is waiting. A stream of socket events must not hold them up for long.
+// Timer messages come only when nothing else is waiting. A stream of socket events must not hold them up for
+// long.
 void serveDueTick() {
   MSG message;
   if (PeekMessageW(&message, state().window, WM_TIMER, WM_TIMER, PM_REMOVE)) DispatchMessageW(&message);
@@ -101,7 +102,9 @@ void wakeSockets() {
   state().wakePosted = PostMessageW(eventWindow(), kServeSockets, 0, 0) != FALSE;
 }
 
-void setMessageFilter(MessageFilter filter) { state().filter = filter; }
+void setMessageFilter(MessageFilter filter) {
+  state().filter = filter;
+}
 
 }  // namespace win32
 
@@ -148,8 +151,8 @@ void Timer::setEnabled(bool enabled) {
   restart();
 }
 
-// Every period gets an id of its own: a tick that is on its way when the timer is stopped or started again is not
-// taken for one of the new period.
+// Every period gets an id of its own: a tick that is on its way when the timer is stopped or started again is
+// not taken for one of the new period.
 void Timer::restart() {
   State& loop = state();
   for (auto entry = loop.timers.begin(); entry != loop.timers.end(); ++entry) {

@@ -1,5 +1,5 @@
-// Files on Windows. Letter case is the file system's own business here. Paths of any length are given to the system with
-// the prefix that lifts its limit of 260 characters.
+// Files on Windows. Letter case is the file system's own business here. Paths of any length are given to the
+// system with the prefix that lifts its limit of 260 characters.
 #include "platform/files.h"
 
 #include <windows.h>
@@ -41,7 +41,8 @@ DWORD attributesOf(const std::string& path) {
 }
 
 bool isFile(DWORD attributes) {
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) == 0;
+  return attributes != INVALID_FILE_ATTRIBUTES &&
+         (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) == 0;
 }
 
 bool writeAll(const Handle& file, std::string_view bytes) {
@@ -65,15 +66,18 @@ std::wstring temporaryPath(const std::wstring& path) {
 }
 
 bool writeTemporary(const std::wstring& path, std::string_view bytes) {
-  Handle file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  Handle file(
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   return file && writeAll(file, bytes) && FlushFileBuffers(file.get()) && file.close();
 }
 
 bool replaceFile(const std::wstring& from, const std::wstring& to) {
   for (int tries = 1;; ++tries) {
-    if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return true;
+    if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+      return true;
     const DWORD error = GetLastError();
-    if (tries == kReplaceTries || (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED)) return false;
+    if (tries == kReplaceTries || (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED))
+      return false;
     Sleep(kReplacePause);
   }
 }
@@ -112,7 +116,9 @@ std::string applicationFolder() {
   return folder;
 }
 
-bool fileExists(const std::string& path) { return isFile(attributesOf(path)); }
+bool fileExists(const std::string& path) {
+  return isFile(attributesOf(path));
+}
 
 bool folderExists(const std::string& path) {
   const DWORD attributes = attributesOf(path);
@@ -136,7 +142,8 @@ std::optional<std::string> readFile(const std::string& path) try {
                                 FILE_ATTRIBUTE_NORMAL, nullptr));
   LARGE_INTEGER size;
   if (!file || !GetFileSizeEx(file.get(), &size)) return std::nullopt;
-  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has grown.
+  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
+  // grown.
   std::string content(static_cast<std::size_t>(size.QuadPart) + 1, '\0');
   std::size_t length = 0;
   for (;;) {
@@ -165,8 +172,8 @@ bool writeFile(const std::string& path, std::string_view bytes) {
 bool appendFile(const std::string& path, std::string_view bytes) {
   const std::wstring target = systemPath(path);
   if (target.empty()) return false;
-  Handle file(CreateFileW(target.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                          FILE_ATTRIBUTE_NORMAL, nullptr));
+  Handle file(CreateFileW(target.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                          OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   LARGE_INTEGER end;
   if (!file || !SetFilePointerEx(file.get(), {}, &end, FILE_END)) return false;
   if (!writeAll(file, bytes)) {
@@ -177,7 +184,9 @@ bool appendFile(const std::string& path, std::string_view bytes) {
   return file.close();
 }
 
-bool deleteFile(const std::string& path) { return DeleteFileW(systemPath(path).c_str()) != FALSE; }
+bool deleteFile(const std::string& path) {
+  return DeleteFileW(systemPath(path).c_str()) != FALSE;
+}
 
 std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view ending) {
   std::vector<FolderEntry> result;

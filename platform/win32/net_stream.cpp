@@ -13,7 +13,8 @@ using win32::Socket;
 
 class Deadline {
  public:
-  explicit Deadline(int milliseconds) : end_(GetTickCount64() + static_cast<ULONGLONG>(std::max(milliseconds, 0))) {}
+  explicit Deadline(int milliseconds)
+      : end_(GetTickCount64() + static_cast<ULONGLONG>(std::max(milliseconds, 0))) {}
   [[nodiscard]] DWORD left() const {
     const ULONGLONG now = GetTickCount64();
     return now >= end_ ? 0 : static_cast<DWORD>(end_ - now);
@@ -36,7 +37,8 @@ bool waitSocket(SOCKET socket, For purpose, const Deadline& deadline) {
   const DWORD left = deadline.left();
   timeval time{static_cast<long>(left / 1000), static_cast<long>(left % 1000 * 1000)};
   const bool reads = purpose == For::reading;
-  const int ready = select(0, reads ? &wanted : nullptr, reads ? nullptr : &wanted, reads ? nullptr : &failed, &time);
+  const int ready =
+      select(0, reads ? &wanted : nullptr, reads ? nullptr : &wanted, reads ? nullptr : &failed, &time);
   return ready > 0 && FD_ISSET(socket, &wanted);
 }
 
@@ -73,8 +75,8 @@ class SocketStream : public NetStream {
   Socket socket_;
 };
 
-// One look-up of a name. The system's resolver cannot be told to hurry, so it works aside; one that has not answered in
-// time is left to end by itself, and what it worked with lives until then.
+// One look-up of a name. The system's resolver cannot be told to hurry, so it works aside; one that has not
+// answered in time is left to end by itself, and what it worked with lives until then.
 struct LookUp {
   std::wstring host;
   std::wstring port;
@@ -135,7 +137,8 @@ bool connectSocket(const Socket& socket, const ADDRINFOW& address, const Deadlin
 }  // namespace
 
 std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds) {
-  if (host.empty() || host.find('\0') != std::string::npos || port < 1 || port > 65535 || !win32::startWinsock()) {
+  if (host.empty() || host.find('\0') != std::string::npos || port < 1 || port > 65535 ||
+      !win32::startWinsock()) {
     return nullptr;
   }
   const Deadline deadline(timeoutMilliseconds);
@@ -143,7 +146,8 @@ std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int 
   for (const ADDRINFOW* address = found ? found->addresses : nullptr; address; address = address->ai_next) {
     if (deadline.left() == 0) break;
     Socket socket = win32::makeTcpSocket(address->ai_family);
-    if (socket && connectSocket(socket, *address, deadline)) return std::make_unique<SocketStream>(std::move(socket));
+    if (socket && connectSocket(socket, *address, deadline))
+      return std::make_unique<SocketStream>(std::move(socket));
   }
   return nullptr;
 }

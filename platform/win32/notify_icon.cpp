@@ -28,7 +28,9 @@ bool tellShell(DWORD command) {
   return Shell_NotifyIconA(command, &record) != FALSE;
 }
 
-void setTip(const std::string& tip) { iconTip = tip.substr(0, kMostTipCharacters); }
+void setTip(const std::string& tip) {
+  iconTip = tip.substr(0, kMostTipCharacters);
+}
 
 }  // namespace
 

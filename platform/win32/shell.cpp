@@ -20,8 +20,8 @@ HWND theMainWindow = nullptr;
 
 // The folder as the file system itself names it: one name, whatever way leads to it.
 std::wstring finalFolderName(const std::string& folder) {
-  const win32::Handle handle(CreateFileW(win32::widen(folder).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  const win32::Handle handle(CreateFileW(win32::widen(folder).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                         nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   std::wstring name(32768, L'\0');
   const DWORD length =
       handle ? GetFinalPathNameByHandleW(handle.get(), name.data(), static_cast<DWORD>(name.size()), 0) : 0;
@@ -50,12 +50,18 @@ HWND messageBoxOwner() {
 
 namespace win32 {
 
-void setMainWindow(HWND window) { theMainWindow = window; }
-HWND mainWindow() { return theMainWindow; }
+void setMainWindow(HWND window) {
+  theMainWindow = window;
+}
+HWND mainWindow() {
+  return theMainWindow;
+}
 
 }  // namespace win32
 
-void beep() { MessageBeep(MB_OK); }
+void beep() {
+  MessageBeep(MB_OK);
+}
 
 void messageBox(const std::string& text) {
   const HWND owner = messageBoxOwner();
@@ -96,7 +102,8 @@ bool createStartupLink(const std::string& linkName, const std::string& targetPat
 }
 
 bool openInBrowser(const std::string& address) {
-  const HINSTANCE result = ShellExecuteA(theMainWindow, nullptr, address.c_str(), nullptr, "C:\\", SW_SHOWNORMAL);
+  const HINSTANCE result =
+      ShellExecuteA(theMainWindow, nullptr, address.c_str(), nullptr, "C:\\", SW_SHOWNORMAL);
   return reinterpret_cast<std::intptr_t>(result) > 32;  // up to 32 are error codes
 }
 

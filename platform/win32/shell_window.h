@@ -5,8 +5,8 @@
 
 namespace vornelle::win32 {
 
-// The message that the notification icon sends to the main window: the window's own mouse-move message, with the icon's
-// real message in the horizontal coordinate.
+// The message that the notification icon sends to the main window: the window's own mouse-move message, with
+// the icon's real message in the horizontal coordinate.
 inline constexpr UINT kNotifyIconMessage = WM_MOUSEMOVE;  // 512
 inline constexpr UINT kNotifyIconId = 1;
 

@@ -15,7 +15,8 @@ std::string convert(std::wstring_view text, bool& complete) {
   const int size =
       WideCharToMultiByte(kCodePage, WC_NO_BEST_FIT_CHARS, text.data(), length, nullptr, 0, "?", &replaced);
   std::string result(static_cast<std::size_t>(size), '\0');
-  WideCharToMultiByte(kCodePage, WC_NO_BEST_FIT_CHARS, text.data(), length, result.data(), size, "?", &replaced);
+  WideCharToMultiByte(kCodePage, WC_NO_BEST_FIT_CHARS, text.data(), length, result.data(), size, "?",
+                      &replaced);
   complete = !replaced;
   return result;
 }

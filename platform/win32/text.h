@@ -14,7 +14,8 @@ namespace vornelle::win32 {
 // True when narrow() loses nothing of it.
 [[nodiscard]] bool fitsCodePage(std::wstring_view text);
 
-// A path that exists, as 8-bit text. A folder whose name Windows-1252 lacks goes by its short name, where it has one.
+// A path that exists, as 8-bit text. A folder whose name Windows-1252 lacks goes by its short name, where it
+// has one.
 [[nodiscard]] std::string narrowPath(const std::wstring& path);
 
 }  // namespace vornelle::win32

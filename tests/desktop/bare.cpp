@@ -7,8 +7,8 @@ int WINAPI WinMain(HINSTANCE program, HINSTANCE, LPSTR, int) {
   windowClass.hInstance = program;
   windowClass.lpszClassName = L"VornelleBare";
   RegisterClassW(&windowClass);
-  CreateWindowW(L"VornelleBare", L"Bare", WS_OVERLAPPEDWINDOW | WS_VISIBLE, CW_USEDEFAULT, CW_USEDEFAULT, 300, 200, nullptr,
-                nullptr, program, nullptr);
+  CreateWindowW(L"VornelleBare", L"Bare", WS_OVERLAPPEDWINDOW | WS_VISIBLE, CW_USEDEFAULT, CW_USEDEFAULT, 300,
+                200, nullptr, nullptr, program, nullptr);
   MSG message;
   while (GetMessageW(&message, nullptr, 0, 0) > 0) DispatchMessageW(&message);
   return 0;

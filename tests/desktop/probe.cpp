@@ -1,5 +1,5 @@
-// Looks at the windows of other programs for the desktop tests. Reads one command a line from standard input and answers
-// each with one line of JSON:
+// Looks at the windows of other programs for the desktop tests. Reads one command a line from standard input
+// and answers each with one line of JSON:
 //
 //   windows          every visible top-level window with its controls
 //   text HANDLE      the whole text of a window
@@ -13,8 +13,8 @@
 //   link PATH        the target of a shell link
 //   version PATH     version information of a program file
 //
-// Started with two arguments it is the test's web browser: it writes its working folder and the second argument, the
-// address, into the file that the first one names.
+// Started with two arguments it is the test's web browser: it writes its working folder and the second
+// argument, the address, into the file that the first one names.
 #include <windows.h>
 // After windows.h.
 #include <commctrl.h>
@@ -31,14 +31,18 @@ namespace {
 
 std::string utf8(const std::wstring& text) {
   const int length = static_cast<int>(text.size());
-  std::string result(static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr)), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), length, result.data(), static_cast<int>(result.size()), nullptr, nullptr);
+  std::string result(static_cast<std::size_t>(
+                         WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr)),
+                     '\0');
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), length, result.data(), static_cast<int>(result.size()),
+                      nullptr, nullptr);
   return result;
 }
 
 std::wstring wide(const std::string& text) {
   const int length = static_cast<int>(text.size());
-  std::wstring result(static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0)), L'\0');
+  std::wstring result(
+      static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0)), L'\0');
   MultiByteToWideChar(CP_UTF8, 0, text.data(), length, result.data(), static_cast<int>(result.size()));
   return result;
 }
@@ -59,24 +63,36 @@ std::string quoted(const std::wstring& text) {
   return result + "\"";
 }
 
-std::string number(long long value) { return std::to_string(value); }
-std::string handleNumber(HWND window) { return number(static_cast<long long>(reinterpret_cast<std::intptr_t>(window))); }
-HWND handleOf(const std::string& text) { return reinterpret_cast<HWND>(static_cast<std::intptr_t>(std::stoll(text))); }
-std::string boolean(bool value) { return value ? "true" : "false"; }
+std::string number(long long value) {
+  return std::to_string(value);
+}
+std::string handleNumber(HWND window) {
+  return number(static_cast<long long>(reinterpret_cast<std::intptr_t>(window)));
+}
+HWND handleOf(const std::string& text) {
+  return reinterpret_cast<HWND>(static_cast<std::intptr_t>(std::stoll(text)));
+}
+std::string boolean(bool value) {
+  return value ? "true" : "false";
+}
 
 std::string rectangle(const RECT& place) {
-  return "[" + number(place.left) + "," + number(place.top) + "," + number(place.right) + "," + number(place.bottom) + "]";
+  return "[" + number(place.left) + "," + number(place.top) + "," + number(place.right) + "," +
+         number(place.bottom) + "]";
 }
 
 // Asked of the window itself: what another process holds as a caption is not the text of an edit box.
 std::wstring textOf(HWND window) {
   DWORD_PTR length = 0;
-  if (!SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, 5000, &length)) return L"<no answer>";
-  constexpr DWORD_PTR kMostCharacters = 1 << 25;  // the answer of a window that is being destroyed can be anything
+  if (!SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, 5000, &length))
+    return L"<no answer>";
+  constexpr DWORD_PTR kMostCharacters =
+      1 << 25;  // the answer of a window that is being destroyed can be anything
   if (length > kMostCharacters) return L"<no answer>";
   std::wstring text(length + 1, L'\0');
   DWORD_PTR got = 0;
-  if (!SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()), SMTO_ABORTIFHUNG, 5000, &got)) {
+  if (!SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
+                           SMTO_ABORTIFHUNG, 5000, &got)) {
     return L"<no answer>";
   }
   text.resize(std::min(got, length));
@@ -119,18 +135,20 @@ std::string describe(HWND window, bool withChildren) {
   const auto style = GetWindowLongPtrW(window, GWL_STYLE);
   std::wstring text = textOf(window);
   if (text.size() > 400) text.resize(400);
-  std::string result = "{\"handle\":" + handleNumber(window) + ",\"class\":" + quoted(className) + ",\"text\":" +
-                       quoted(text) + ",\"id\":" + number(GetDlgCtrlID(window)) + ",\"style\":" + number(style) +
-                       ",\"visible\":" + boolean(IsWindowVisible(window)) + ",\"enabled\":" +
-                       boolean(IsWindowEnabled(window)) + ",\"iconic\":" + boolean(IsIconic(window)) +
+  std::string result = "{\"handle\":" + handleNumber(window) + ",\"class\":" + quoted(className) +
+                       ",\"text\":" + quoted(text) + ",\"id\":" + number(GetDlgCtrlID(window)) +
+                       ",\"style\":" + number(style) + ",\"visible\":" + boolean(IsWindowVisible(window)) +
+                       ",\"enabled\":" + boolean(IsWindowEnabled(window)) +
+                       ",\"iconic\":" + boolean(IsIconic(window)) +
                        ",\"focused\":" + boolean(focusOf(window) == window) + ",\"rect\":" + rectangle(place);
   if (className == L"Button") {
     result += ",\"checked\":" + boolean(SendMessageW(window, BM_GETCHECK, 0, 0) == BST_CHECKED);
   }
   if (withChildren) {
-    result += ",\"program\":" + quoted(programOf(window)) + ",\"pid\":" + number(processOf(window)) + ",\"foreground\":" + boolean(GetForegroundWindow() == window) +
-              ",\"owner\":" + handleNumber(GetWindow(window, GW_OWNER)) + ",\"dpi\":" + number(GetDpiForWindow(window)) +
-              ",\"children\":[";
+    result += ",\"program\":" + quoted(programOf(window)) + ",\"pid\":" + number(processOf(window)) +
+              ",\"foreground\":" + boolean(GetForegroundWindow() == window) +
+              ",\"owner\":" + handleNumber(GetWindow(window, GW_OWNER)) +
+              ",\"dpi\":" + number(GetDpiForWindow(window)) + ",\"children\":[";
     bool first = true;
     for (HWND child = GetWindow(window, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
       if (!first) result += ",";
@@ -147,7 +165,8 @@ std::string windows() {
   EnumWindows(
       [](HWND window, LPARAM list) -> BOOL {
         const std::wstring name = classOf(window);
-        const bool ours = name == L"VornelleForm1" || name == L"VornelleBare";  // looked at even while it is hidden
+        const bool ours =
+            name == L"VornelleForm1" || name == L"VornelleBare";  // looked at even while it is hidden
         if ((IsWindowVisible(window) && GetWindow(window, GW_CHILD)) || ours || name == L"tooltips_class32") {
           if (ours || IsWindowVisible(window)) reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
         }
@@ -196,7 +215,9 @@ std::string tipsOf(HWND control, DWORD process) {
     tool.cbSize = TTTOOLINFOW_V1_SIZE;
     tool.lpszText = reinterpret_cast<wchar_t*>(memory.at(kTextAt));
     memory.write(0, &tool, sizeof tool);
-    if (!SendMessageW(control, TTM_ENUMTOOLSW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(memory.at(0)))) continue;
+    if (!SendMessageW(control, TTM_ENUMTOOLSW, static_cast<WPARAM>(index),
+                      reinterpret_cast<LPARAM>(memory.at(0))))
+      continue;
     memory.read(0, &tool, sizeof tool);
     tool.lpszText = reinterpret_cast<wchar_t*>(memory.at(kTextAt));
     memory.write(0, &tool, sizeof tool);
@@ -217,7 +238,8 @@ std::string tips(DWORD process) {
   EnumWindows(
       [](HWND window, LPARAM parameter) -> BOOL {
         auto* const wanted = reinterpret_cast<Search*>(parameter);
-        if (processOf(window) == wanted->process && classOf(window) == L"tooltips_class32") wanted->found.push_back(window);
+        if (processOf(window) == wanted->process && classOf(window) == L"tooltips_class32")
+          wanted->found.push_back(window);
         return TRUE;
       },
       reinterpret_cast<LPARAM>(&search));
@@ -229,10 +251,11 @@ std::string tips(DWORD process) {
   return "[" + result + "]";
 }
 
-// The entries of the menu with resource number 10 in the program file, and where the window's menu bar shows them. Another
-// process's menu cannot be asked, so the places follow from the widths of the texts.
+// The entries of the menu with resource number 10 in the program file, and where the window's menu bar shows
+// them. Another process's menu cannot be asked, so the places follow from the widths of the texts.
 std::string menu(HWND window, const std::wstring& program) {
-  const HMODULE module = LoadLibraryExW(program.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+  const HMODULE module =
+      LoadLibraryExW(program.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
   const HMENU bar = LoadMenuW(module, MAKEINTRESOURCEW(10));
   const UINT dpi = GetDpiForWindow(window);
   NONCLIENTMETRICSW metrics{};
@@ -255,7 +278,8 @@ std::string menu(HWND window, const std::wstring& program) {
     GetTextExtentPoint32W(device, text, length, &size);
     place.left = place.right;
     place.right += size.cx + padding;
-    result += std::string(index ? "," : "") + "{\"text\":" + quoted(text) + ",\"rect\":" + rectangle(place) + "}";
+    result +=
+        std::string(index ? "," : "") + "{\"text\":" + quoted(text) + ",\"rect\":" + rectangle(place) + "}";
   }
   SelectObject(device, before);
   DeleteObject(font);
@@ -292,10 +316,11 @@ std::string version(const std::wstring& path) {
       !VerQueryValueW(data.data(), L"\\", reinterpret_cast<void**>(&fixed), &size)) {
     return "null";
   }
-  VerQueryValueW(data.data(), L"\\StringFileInfo\\040904B0\\ProductVersion", reinterpret_cast<void**>(&product), &size);
-  return "{\"file\":[" + number(HIWORD(fixed->dwFileVersionMS)) + "," + number(LOWORD(fixed->dwFileVersionMS)) + "," +
-         number(HIWORD(fixed->dwFileVersionLS)) + "," + number(LOWORD(fixed->dwFileVersionLS)) + "],\"product\":" +
-         quoted(product ? product : L"") + "}";
+  VerQueryValueW(data.data(), L"\\StringFileInfo\\040904B0\\ProductVersion",
+                 reinterpret_cast<void**>(&product), &size);
+  return "{\"file\":[" + number(HIWORD(fixed->dwFileVersionMS)) + "," +
+         number(LOWORD(fixed->dwFileVersionMS)) + "," + number(HIWORD(fixed->dwFileVersionLS)) + "," +
+         number(LOWORD(fixed->dwFileVersionLS)) + "],\"product\":" + quoted(product ? product : L"") + "}";
 }
 
 bool endProcess(DWORD id) {

@@ -33,8 +33,7 @@ beforeEach(async () => {
 });
 
 const config = async () => {
-  await desktop.clickMenu('Config');
-  return await desktop.dialog('Config');
+  return await desktop.openDialog('Config', 'Config');
 };
 const box = (dialog, row) => desktop.control(dialog, BOX + row);
 const press = async (dialog, caption) => { await desktop.click(desktop.control(dialog, caption)); };
@@ -198,8 +197,7 @@ test('Tab goes through the settings dialog from top to bottom', async () => {
 });
 
 const importDialog = async () => {
-  await desktop.clickMenu('Import');
-  return await desktop.dialog('Import Addresses to FriendList');
+  return await desktop.openDialog('Import', 'Import Addresses to FriendList');
 };
 const POSITION = 302, TAB = 303, COMMA = 304, LIST = 306, IMPORT = 307, LOAD = 308;
 
@@ -289,8 +287,7 @@ test('Cancelling the open-file dialog leaves the list alone', async () => {
 });
 
 test('The about window shows its text within two seconds where the browser control cannot load, and its link works', async () => {
-  await desktop.clickMenu('About');
-  const dialog = await desktop.dialog('About Vornelle');
+  const dialog = await desktop.openDialog('About', 'About Vornelle');
   await serves();
   const shown = await until(async () => (await desktop.dialog('About Vornelle')).children.find((child) => child.id === 401 &&
     child.class === 'SysLink'), 'the text', 8000);

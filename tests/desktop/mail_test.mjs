@@ -59,8 +59,7 @@ test('Pages are served while each dialog is open, and while the window is moved 
   const app = await desktop.install();
   await desktop.run(app);
   for (const [entry, title] of [['Import', 'Import Addresses to FriendList'], ['Config', 'Config'], ['About', 'About Vornelle']]) {
-    await desktop.clickMenu(entry);
-    const dialog = await desktop.dialog(title);
+    const dialog = await desktop.openDialog(entry, title);
     await serves(app);
     await desktop.key('Escape');
     await desktop.gone(dialog);
@@ -77,8 +76,7 @@ test('A filter run can be started from the web while a dialog is open', async ()
     const app = await desktop.install({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}` } });
     await desktop.run(app);
     await app.login();
-    await desktop.clickMenu('Config');
-    await desktop.dialog('Config');
+    await desktop.openDialog('Config', 'Config');
     await app.get('/MAILFILTER.CGI?s={s}');
     await app.event(/^Mail filtered: /);
     assert.equal(fs.readdirSync(app.path('spam')).length, 3);

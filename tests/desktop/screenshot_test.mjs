@@ -43,8 +43,7 @@ for (const dpi of [96, 144]) {
       await picture('main-window', main);
       for (const [entry, title, name] of [['Import', 'Import Addresses to FriendList', 'import-dialog'],
         ['Config', 'Config', 'settings-dialog'], ['About', 'About Vornelle', 'about-window']]) {
-        await desktop.clickMenu(entry);
-        const dialog = await desktop.dialog(title);
+        const dialog = await desktop.openDialog(entry, title);
         const ready = name !== 'about-window' ? dialog : await until(async () => {
           const now = await desktop.dialog(title);
           return now.children.some((child) => child.class === 'SysLink') && now;

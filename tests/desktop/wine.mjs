@@ -255,6 +255,12 @@ export class Desktop {
     return await this.ask(`menu ${main.handle} ${windowsPath(path.join(PROGRAM_FOLDER, 'vornelle.exe'))}`);
   }
 
+  // The dialog that the menu entry opens.
+  async openDialog(entry, title) {
+    const find = async () => (await this.windows()).find((window) => window.class === '#32770' && window.text === title);
+    return await this.insist(async () => { if (!(await find())) await this.clickMenu(entry); }, find, `the dialog ${title}`);
+  }
+
   async hover(control) {
     const [left, top, right, bottom] = control.rect;
     await this.xdotool('mousemove', Math.round((left + right) / 2) - 3, Math.round((top + bottom) / 2),

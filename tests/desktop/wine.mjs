@@ -326,7 +326,11 @@ export class Desktop {
   }
 
   // The main window's number in the X server.
-  async mainXid() { return (await this.xdotool('search', '--name', '^Vornelle \\(v')).trim().split('\n')[0]; }
+  // The window is there before it has its title.
+  async mainXid() {
+    const found = await until(() => this.xdotool('search', '--name', '^Vornelle \\(v').catch(() => ''), 'the main window');
+    return found.trim().split('\n')[0];
+  }
 
   // The main window gets the keys.
   async activate() {

@@ -1,6 +1,8 @@
 #include "mail/line_stream.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "platform/clock.h"
 #include "platform/net_stream.h"
@@ -36,20 +38,24 @@ bool LineStream::send(std::string_view bytes) {
 }
 
 bool LineStream::fill(int timeoutMilliseconds) {
-  if (!alive()) return false;
+  const std::optional<std::size_t> count = readMore(timeoutMilliseconds);
+  if (!count) kill();
+  return count > 0U;
+}
+
+// As NetStream::read; the stream is dead when it has ended, and goes on after a time-out.
+std::optional<std::size_t> LineStream::readMore(int timeoutMilliseconds) {
+  if (!alive()) return 0;
   const std::optional<std::size_t> count = stream_->read(buffer_.get(), kBufferSize, timeoutMilliseconds);
-  if (!count || *count == 0) {
-    kill();
-    return false;
-  }
+  if (!count) return std::nullopt;
   answerBytes_ += static_cast<std::int64_t>(*count);
-  if (crawls()) {
+  if (*count == 0 || crawls()) {
     kill();
-    return false;
+    return 0;
   }
   begin_ = 0;
   end_ = *count;
-  return true;
+  return count;
 }
 
 bool LineStream::crawls() const {
@@ -93,22 +99,35 @@ std::optional<std::string> LineStream::readLine(int timeoutMilliseconds) {
 
 bool LineStream::readText(std::size_t limit, const std::function<void(std::string_view)>& take) {
   enum class State { lineStart, dot, dotReturn, inLine, afterReturn };
+  constexpr std::string_view kEnd = ".\r\n";
   State state = State::lineStart;
   std::size_t taken = 0;
+  std::string held;  // the last of what has come: it may be the end and no part of the text
   const auto give = [&](std::string_view piece) {
-    taken += piece.size();
-    if (taken > limit) {
-      kill();
-    } else if (!piece.empty()) {
-      take(piece);
-    }
+    taken += held.size() + piece.size();
+    if (taken > limit) return kill();
+    if (!held.empty()) take(std::exchange(held, {}));
+    if (!piece.empty()) take(piece);
+  };
+  const auto giveButHoldEnd = [&](std::string_view piece) {
+    held += piece;
+    const std::string end = held.substr(held.size() - std::min(held.size(), kEnd.size()));
+    held.resize(held.size() - end.size());
+    give("");
+    held = end;
+  };
+  const auto hasMore = [&] {
+    if (hasUnread()) return true;
+    const std::optional<std::size_t> count = readMore(timeout_);
+    if (!count && (state != State::lineStart || held != kEnd)) kill();
+    return count > 0U;
   };
   // The state behind a character that belongs to the text.
   const auto after = [&](char c, State before) {
     if (c == '\n' && (bareLineFeeds_ || before == State::afterReturn)) return State::lineStart;
     return c == '\r' ? State::afterReturn : State::inLine;
   };
-  while (hasUnread() || fill(timeout_)) {
+  while (hasMore()) {
     const std::string_view unread(buffer_.get() + begin_, end_ - begin_);
     std::size_t pieceStart = 0;  // of what goes out as it stands
     for (std::size_t i = 0; i < unread.size(); ++i) {
@@ -128,6 +147,7 @@ bool LineStream::readText(std::size_t limit, const std::function<void(std::strin
           const bool lineFeedAllowed = bareLineFeeds_ || state == State::dotReturn;
           if (c == '\n' && lineFeedAllowed) {
             begin_ += i + 1;
+            give("");
             return alive();
           }
           if (c == '\r' && state == State::dot) {
@@ -161,11 +181,11 @@ bool LineStream::readText(std::size_t limit, const std::function<void(std::strin
           break;
       }
     }
-    give(unread.substr(pieceStart));
+    giveButHoldEnd(unread.substr(pieceStart));
     begin_ = end_;
     if (!alive()) return false;
   }
-  return false;
+  return alive();
 }
 
 }  // namespace vornelle

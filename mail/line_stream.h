@@ -38,8 +38,11 @@ class LineStream {
   // Reads a text up to the line with a lone dot (RFC 1939, 3) and hands it on in pieces, byte for byte but
   // for the dots that were stuffed. A dot is taken away only where a second one follows: a server that stuffs
   // nothing loses nothing. Only CR LF ends a line here, since a lone LF may be part of a message; unless the
-  // server ends its own lines so. False, and the stream is dead: cut short, timed out, or longer than the
-  // limit.
+  // server ends its own lines so.
+  // There are servers that do not end a text's last line before the lone dot, and their texts seem to go on.
+  // When nothing has come for the whole time-out and the last was a dot at a line's end, the text has ended
+  // there. That is a guess: whoever relies on the text asks the server something next. False, and the stream
+  // is dead: cut short, timed out, or longer than the limit.
   [[nodiscard]] bool readText(std::size_t limit, const std::function<void(std::string_view)>& take);
 
   // Bytes have arrived that no one has read.
@@ -49,6 +52,7 @@ class LineStream {
   // Waits for bytes. A long answer that comes in at less than a crawl ends the session too, although no
   // single wait is too long: nobody waits for it.
   bool fill(int timeoutMilliseconds);
+  [[nodiscard]] std::optional<std::size_t> readMore(int timeoutMilliseconds);
   [[nodiscard]] bool crawls() const;
 
   static constexpr std::size_t kBufferSize = 32U << 10;

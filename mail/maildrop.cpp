@@ -41,6 +41,12 @@ std::int32_t parseSize(std::string_view text) {
 
 }  // namespace
 
+std::optional<UidlLine> parseUidlLine(std::string_view line) {
+  const std::optional<std::int32_t> number = takeNumber(line);
+  if (!number) return std::nullopt;
+  return UidlLine{*number, line};
+}
+
 std::size_t Maildrop::indexOf(std::int32_t number) const {
   const auto found = indexes_.find(number);
   return found == indexes_.end() ? messages_.size() : found->second;
@@ -60,17 +66,17 @@ bool Maildrop::addUidlLine(std::string_view line) {
   // The lines are counted too: a message that has come in since LIST is passed over, a million of them is an
   // attack.
   if (++uidlLines_ > kMostMessages || (uidlBytes_ += line.size()) > kMostUidlBytes) return false;
-  const std::optional<std::int32_t> number = takeNumber(line);
-  if (!number || line.empty()) return true;
-  const std::size_t index = indexOf(*number);
+  const std::optional<UidlLine> parsed = parseUidlLine(line);
+  if (!parsed || parsed->uidl.empty()) return true;
+  const std::size_t index = indexOf(parsed->number);
   // Ids of messages that LIST has not told, having come in since, are counted as well: an id is good for
   // deleting only where no other message can be meant.
-  Carriers& carriers = carriers_[std::string(line)];
+  Carriers& carriers = carriers_[std::string(parsed->uidl)];
   ++carriers.count;
   if (index == messages_.size()) return true;
   carriers.last = index;
   // A second id for the same message: which is its own cannot be told.
-  messages_[index].uidl = states_[index].uidlSeen ? "" : line;
+  messages_[index].uidl = states_[index].uidlSeen ? "" : parsed->uidl;
   states_[index].uidlSeen = true;
   return true;
 }
@@ -99,12 +105,11 @@ const MaildropEntry* Maildrop::findToRead(const std::string& uidl) const {
   return index && !states_[*index].deleted ? &messages_[*index] : nullptr;
 }
 
-std::optional<std::int32_t> Maildrop::numberToDelete(const std::string& uidl) const {
-  if (!knowsUidls_ || uidl.empty()) return std::nullopt;
+const MaildropEntry* Maildrop::findToDelete(const std::string& uidl) const {
+  if (!knowsUidls_ || uidl.empty()) return nullptr;
   const std::optional<std::size_t> index = findExactly(uidl);
-  if (!index || carriers_.at(uidl).count > 1) return std::nullopt;
-  if (states_[*index].keep || states_[*index].deleted) return std::nullopt;
-  return messages_[*index].number;
+  if (!index || carriers_.at(uidl).count > 1) return nullptr;
+  return states_[*index].keep || states_[*index].deleted ? nullptr : &messages_[*index];
 }
 
 void Maildrop::keep(std::int32_t number, bool keep) {

@@ -24,6 +24,14 @@ struct MaildropEntry {
   std::string uidl;       // "" when the server has told none
 };
 
+// A line of the answer to UIDL, "1 abc". nullopt: it starts with no message number. Blanks around the parts
+// do not count.
+struct UidlLine {
+  std::int32_t number = 0;
+  std::string_view uidl;  // may be empty
+};
+[[nodiscard]] std::optional<UidlLine> parseUidlLine(std::string_view line);
+
 class Maildrop {
  public:
   // Take one line of the answer to LIST ("1 500") or UIDL ("1 abc"). Lines that make no sense and numbers
@@ -40,9 +48,9 @@ class Maildrop {
   // The message to read: an id that several have gives the last of them, an id that none has the only one
   // that differs in letter case alone. Null when there is none.
   [[nodiscard]] const MaildropEntry* findToRead(const std::string& uidl) const;
-  // The number of the message to delete: nullopt when the id does not tell exactly one, or when the message
-  // must not be deleted in this session.
-  [[nodiscard]] std::optional<std::int32_t> numberToDelete(const std::string& uidl) const;
+  // The message to delete: null when the id does not tell exactly one, or when the message must not be
+  // deleted in this session.
+  [[nodiscard]] const MaildropEntry* findToDelete(const std::string& uidl) const;
 
   void keep(std::int32_t number, bool keep);  // whether it must not be deleted in this session
   void deleted(std::int32_t number);          // it can no longer be found

@@ -11,10 +11,17 @@ namespace {
 
 constexpr int kLongestCapabilityWait = 10'000;  // milliseconds
 constexpr std::size_t kMostCapabilities = 1000;
+constexpr std::string_view kOk = "+OK";
+constexpr std::string_view kError = "-ERR";
 
 // They would end the command and start another.
 bool fitsInCommand(std::string_view argument) {
   return argument.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
+}
+
+bool isUidlOf(std::string_view line, const MaildropEntry& entry) {
+  const std::optional<UidlLine> uidl = parseUidlLine(line);
+  return uidl && uidl->number == entry.number && uidl->uidl == entry.uidl;
 }
 
 bool isPipelining(std::string_view line) {
@@ -68,7 +75,13 @@ bool Pop3Client::sendCommands(std::string_view commands, int count) {
     line_->kill();
     return false;
   }
+  return sendAnyway(commands, count);
+}
+
+bool Pop3Client::sendAnyway(std::string_view commands, int count) {
+  if (!line_ || !line_->alive()) return false;
   unanswered_ += count;
+  confirmed_ = 0;
   return line_->send(commands);
 }
 
@@ -76,8 +89,8 @@ Pop3Client::Answer Pop3Client::readAnswer(int timeoutMilliseconds) {
   const std::optional<std::string> line = line_->readLine(timeoutMilliseconds);
   if (!line) return Answer::dead;
   --unanswered_;
-  if (startsWithNoCase(*line, "+OK")) return Answer::ok;
-  if (startsWithNoCase(*line, "-ERR")) return Answer::refused;
+  if (startsWithNoCase(*line, kOk)) return Answer::ok;
+  if (startsWithNoCase(*line, kError)) return Answer::refused;
   line_->kill();
   return Answer::dead;
 }
@@ -134,6 +147,48 @@ bool Pop3Client::askCapabilities() {
   });
 }
 
+// ---- confirmation ----
+
+// Whether client and server mean the same answers, and the entry's number that message. Where they do not and
+// the session goes on, they do again.
+bool Pop3Client::confirm(const MaildropEntry& entry) {
+  if (confirmed_ == entry.number) return line_ && line_->alive();
+  const std::string number = uidlOfOne_ == UidlOfOne::refused ? "" : " " + std::to_string(entry.number);
+  return sendAnyway("UIDL" + number + "\r\n", 1) && readConfirmation(entry);
+}
+
+bool Pop3Client::readConfirmation(const MaildropEntry& entry) {
+  std::size_t passed = 0;  // bytes so far
+  bool listing = false;    // they are the start of a whole list and nothing else
+  const auto confirmed = [&](bool atOnce) {
+    --unanswered_;
+    confirmed_ = atOnce ? entry.number : 0;
+    return atOnce;
+  };
+  while (const std::optional<std::string> line = line_->readLine()) {
+    const bool first = passed == 0;
+    const bool ok = startsWithNoCase(*line, kOk);
+    if (ok && isUidlOf(std::string_view(*line).substr(kOk.size()), entry)) {
+      uidlOfOne_ = UidlOfOne::works;
+      return confirmed(first);
+    }
+    if (isUidlOf(*line, entry)) {
+      // Some servers list all, whatever the number.
+      uidlOfOne_ = UidlOfOne::refused;
+      return readLines(kMostMessages, [](std::string_view) { return true; }) && confirmed(listing);
+    }
+    if (uidlOfOne_ == UidlOfOne::unknown && startsWithNoCase(*line, kError)) {
+      --unanswered_;
+      uidlOfOne_ = UidlOfOne::refused;
+      return confirm(entry);
+    }
+    passed += line->size() + kCrLf.size();
+    if (passed > kLongestMessage || (listing && *line == ".")) line_->kill();
+    listing = first ? ok : listing && parseUidlLine(*line);
+  }
+  return false;
+}
+
 // ---- single messages ----
 
 std::optional<std::vector<std::string>> Pop3Client::fetchUidls() {
@@ -151,13 +206,18 @@ std::optional<Pop3Client::Message> Pop3Client::fetchMessage(const std::string& u
   if (entry == nullptr) return std::nullopt;
   // Only a whole text takes this back.
   maildrop_->keep(entry->number, true);
-  if (ask("RETR " + std::to_string(entry->number)) != Answer::ok) return std::nullopt;
+  const std::string number = std::to_string(entry->number) + "\r\n";
+  const bool both = pipelining_ && uidlOfOne_ == UidlOfOne::works;  // saves a wait
+  if (!sendCommands("RETR " + number + (both ? "UIDL " + number : ""), both ? 2 : 1)) return std::nullopt;
+  const Answer answer = readAnswer(timeout_);
+  if (answer == Answer::dead) return std::nullopt;
   Message message;
   message.size = entry->size;
   message.uidl = entry->uidl;
   // The announced size is a hint at best; memory is taken as the text comes in.
-  if (!line_->readText(kLongestMessage, [&](std::string_view piece) { message.text += piece; }))
-    return std::nullopt;
+  const auto take = [&](std::string_view piece) { message.text += piece; };
+  if (answer == Answer::ok && !line_->readText(kLongestMessage, take)) return std::nullopt;
+  if (!(both ? readConfirmation(*entry) : answer == Answer::refused || confirm(*entry))) return std::nullopt;
   if (message.text.empty()) return std::nullopt;
   maildrop_->keep(entry->number, false);
   return message;
@@ -165,9 +225,10 @@ std::optional<Pop3Client::Message> Pop3Client::fetchMessage(const std::string& u
 
 bool Pop3Client::deleteMessage(const std::string& uidl) {
   if (!askList() || !askUidls()) return false;
-  const std::optional<std::int32_t> number = maildrop_->numberToDelete(uidl);
-  if (!number || ask("DELE " + std::to_string(*number)) != Answer::ok) return false;
-  maildrop_->deleted(*number);
+  const MaildropEntry* const entry = maildrop_->findToDelete(uidl);
+  if (entry == nullptr || !confirm(*entry)) return false;
+  if (ask("DELE " + std::to_string(entry->number)) != Answer::ok) return false;
+  maildrop_->deleted(entry->number);
   deletedSomething_ = true;
   return true;
 }

@@ -3,6 +3,11 @@
 // - After a network or protocol error the session is dead: every later call fails at once and it ends without
 //   QUIT, so that the server deletes nothing.
 // - LIST and UIDL are asked once. A unique-id stands for the message number that it has in this session.
+// - A text may have ended too early: there are servers that do not stuff the lone dots inside a message. What
+//   comes behind could be taken for the answers to later commands. So behind a message, behind the headers
+//   and before a deletion the server is asked for the unique-id of that number (UIDL n). Only the server
+//   knows it, so no message can hold that answer; when it comes at once, client and server mean the same
+//   answers.
 // - Headers come with TOP n 1; from servers without TOP with RETR, of which only the header is kept.
 // - From 32 messages on the server is asked (CAPA) whether commands may be pipelined. Servers exist that
 //   close the line at that, or never answer: then the connection is made again, once, and goes on without.
@@ -49,7 +54,7 @@ class Pop3Client {
   [[nodiscard]] std::optional<std::vector<std::string>> fetchUidls();
 
   // The whole message as the server sent it. nullopt, and the message is not deleted in this session: it is
-  // not there, could not be had whole, or is empty.
+  // not there, could not be had whole, or is empty. The session may go on.
   struct Message {
     std::string text;
     std::string uidl;       // as the server spells it
@@ -60,7 +65,8 @@ class Pop3Client {
   // Makes the session a dead one.
   void abandon();
 
-  // DELE. The message is gone when the session has ended with QUIT.
+  // DELE, once the server has confirmed which message that is. It is gone when the session has ended with
+  // QUIT.
   [[nodiscard]] bool deleteMessage(const std::string& uidl);
 
  private:
@@ -70,9 +76,12 @@ class Pop3Client {
   bool connectAndLogOn();
   void leave();
   bool sendCommands(std::string_view commands, int count);
+  bool sendAnyway(std::string_view commands, int count);
   Answer readAnswer(int timeoutMilliseconds);
   Answer ask(const std::string& command);
   bool readLines(std::size_t most, const std::function<bool(std::string_view)>& take);
+  bool confirm(const MaildropEntry& entry);
+  bool readConfirmation(const MaildropEntry& entry);
   bool askList();
   bool askUidls();
   bool askCapabilities();
@@ -91,6 +100,9 @@ class Pop3Client {
   // CAPA has been sent, and no later command has been answered yet: if the session dies now, that is why.
   bool capabilitiesOnTrial_ = false;
   bool pipelining_ = false;
+  enum class UidlOfOne { unknown, works, refused };
+  UidlOfOne uidlOfOne_ = UidlOfOne::unknown;  // UIDL with a message number; else it lists all
+  std::int32_t confirmed_ = 0;                // the number whose confirmation was the last thing to happen
 };
 
 }  // namespace vornelle

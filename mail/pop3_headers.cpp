@@ -5,6 +5,7 @@
 // 2. TOP for the first message tells whether the server has that command at all; if not, RETR serves.
 // 3. All other messages, pipelined or one by one.
 // 4. What TOP refused, or cut off before the header's end, is read again with RETR.
+// 5. The server confirms the last unique-id: the answers have been those to the commands.
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -42,6 +43,7 @@ class Pop3Client::HeaderFetch {
       again.insert(again.end(), cut_.begin(), cut_.end());
       if (!fetch(false, again)) return false;
     }
+    if (!inStep()) return false;
     unreadable_.insert(unreadable_.end(), refused_.begin(), refused_.end());
     return std::all_of(unreadable_.begin(), unreadable_.end(), [this](std::size_t place) {
       MaildropEntry entry = messages()[place];
@@ -53,6 +55,14 @@ class Pop3Client::HeaderFetch {
 
  private:
   [[nodiscard]] const std::vector<MaildropEntry>& messages() const { return client_.maildrop_->messages(); }
+
+  // Whether each header was that of the message asked for. Where no message has an id nothing is ever
+  // deleted, and it does not matter.
+  [[nodiscard]] bool inStep() {
+    const auto named = [](const MaildropEntry& entry) { return !entry.uidl.empty(); };
+    const auto last = std::find_if(messages().rbegin(), messages().rend(), named);
+    return last == messages().rend() || client_.confirm(*last);
+  }
 
   // Fetches messages from `next` on until it is clear whether there is TOP. Usually that is the first one; a
   // message that cannot be read either way tells nothing.
@@ -122,11 +132,11 @@ class Pop3Client::HeaderFetch {
     return false;
   }
 
-  // The header's end is not there and neither is the sender, by which the message would be judged.
+  // The header's end is not there and neither are both fields by which the message would be judged.
   static bool isCut(std::string_view header) {
     if (header.size() >= kLongestHeader) return false;
     const HeaderFields fields(header);
-    return !fields.endsWithEmptyLine() && !fields.field("From");
+    return !fields.endsWithEmptyLine() && !(fields.field("From") && fields.field("Subject"));
   }
 
   Pop3Client& client_;

@@ -126,6 +126,13 @@ describe('messages', { concurrency }, () => {
   test('ADotThatTheServerDidNotDoubleStays', () => faultRun({
     messages: [{ uid: 'odd', data: spam('odd', 'a\r\n.hidden\r\n.x.\r\nend\r\n'), stuff: false }],
   }));
+  // Such a dot ends the message as far as the client can see; the rest must not be taken for answers.
+  for (const rest of ['+OK\r\n+OK\r\n+OK', '-ERR\r\n.\r\n+OK', 'no answer at all']) {
+    test(`AMessageCutByALoneDotAndFollowedBy${JSON.stringify(rest)}IsKept`, () => faultRun({
+      messages: [...smallMailbox(), { uid: 'odd', data: spam('odd', `half\r\n.\r\n${rest}\r\nend\r\n`), stuff: 'never' }],
+      recover: false,
+    }, ({ server }) => assert.deepEqual(server.maildrop.uids(), ['one', 'four', 'odd'])));
+  }
   test('AMessageWithoutABlankLineAfterItsHeaderIsSaved', () => faultRun({
     messages: [{ uid: 'odd', data: Buffer.from('From: x@spam.example\r\nSubject: no end\r\n') }],
   }, ({ app }) => assert.equal(String(app.spamBox()['odd.txt']), 'From: x@spam.example\r\nSubject: no end\r\n\r\n')));
@@ -156,7 +163,10 @@ describe('lists that do not agree', { concurrency }, () => {
     }, ({ line }) => assert.match(line, /^Mail filtered: /)));
   }
   test('NumbersOutOfOrderInUidlLeadToTheRightMessages', () => faultRun({
-    pop: { faults: [{ verb: 'UIDL', answer: '+OK\r\n5 five\r\n3 three\r\n1 one\r\n2 two\r\n4 four\r\n.\r\n' }] },
+    pop: { faults: [{ verb: 'UIDL', nth: 1, answer: '+OK\r\n5 five\r\n3 three\r\n1 one\r\n2 two\r\n4 four\r\n.\r\n' }] },
+  }, ({ server }) => assert.deepEqual(server.maildrop.uids(), ['one', 'four'])));
+  test('AServerThatListsAllUniqueIdsWhateverIsAskedLetsItsMailBeFiltered', () => faultRun({
+    pop: { faults: [{ verb: 'UIDL', answer: '+OK\r\n1 one\r\n2 two\r\n3 three\r\n4 four\r\n5 five\r\n.\r\n' }] },
   }, ({ server }) => assert.deepEqual(server.maildrop.uids(), ['one', 'four'])));
   test('NonsenseInLists', () => faultRun({
     pop: { faults: [

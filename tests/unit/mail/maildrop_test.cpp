@@ -15,10 +15,10 @@ Maildrop maildrop(const std::vector<std::string>& uidlLines) {
 
 TEST(Maildrop, AnIdThatOneMessageHasTellsIt) {
   const Maildrop drop = maildrop({"1 a", "2 b", "3 c"});
-  EXPECT_EQ(2, drop.numberToDelete("b"));
+  EXPECT_EQ(2, drop.findToDelete("b")->number);
   ASSERT_NE(nullptr, drop.findToRead("b"));
   EXPECT_EQ(20, drop.findToRead("b")->size);
-  EXPECT_EQ(std::nullopt, drop.numberToDelete("x"));
+  EXPECT_EQ(nullptr, drop.findToDelete("x"));
   EXPECT_EQ(nullptr, drop.findToRead("x"));
 }
 
@@ -28,37 +28,37 @@ TEST(Maildrop, UntilTheAnswerIsWholeNoMessageIsFound) {
   ASSERT_TRUE(drop.addUidlLine("1 a"));
   EXPECT_FALSE(drop.knowsUidls());
   EXPECT_EQ(nullptr, drop.findToRead("a"));
-  EXPECT_EQ(std::nullopt, drop.numberToDelete("a"));
+  EXPECT_EQ(nullptr, drop.findToDelete("a"));
 }
 
 TEST(Maildrop, ARepeatedIdReadsTheLastAndDeletesNone) {
   const Maildrop drop = maildrop({"1 a", "2 a", "3 c"});
   ASSERT_NE(nullptr, drop.findToRead("a"));
   EXPECT_EQ(2, drop.findToRead("a")->number);
-  EXPECT_EQ(std::nullopt, drop.numberToDelete("a"));
-  EXPECT_EQ(3, drop.numberToDelete("c"));
+  EXPECT_EQ(nullptr, drop.findToDelete("a"));
+  EXPECT_EQ(3, drop.findToDelete("c")->number);
 }
 
 TEST(Maildrop, AMessageThatIsToBeKeptIsNotDeleted) {
   Maildrop drop = maildrop({"1 a"});
   drop.keep(1, true);
-  EXPECT_EQ(std::nullopt, drop.numberToDelete("a"));
+  EXPECT_EQ(nullptr, drop.findToDelete("a"));
   EXPECT_NE(nullptr, drop.findToRead("a"));
   drop.keep(1, false);
-  EXPECT_EQ(1, drop.numberToDelete("a"));
+  EXPECT_EQ(1, drop.findToDelete("a")->number);
 }
 
 TEST(Maildrop, ADeletedMessageIsNotFoundAgain) {
   Maildrop drop = maildrop({"1 a"});
   drop.deleted(1);
-  EXPECT_EQ(std::nullopt, drop.numberToDelete("a"));
+  EXPECT_EQ(nullptr, drop.findToDelete("a"));
   EXPECT_EQ(nullptr, drop.findToRead("a"));
 }
 
 TEST(Maildrop, TheEmptyIdTellsNothing) {
   const Maildrop drop = maildrop({"1 ", "2"});
   EXPECT_EQ(nullptr, drop.findToRead(""));
-  EXPECT_EQ(std::nullopt, drop.numberToDelete(""));
+  EXPECT_EQ(nullptr, drop.findToDelete(""));
 }
 
 TEST(Maildrop, AMillionMessagesAreTheMost) {

@@ -27,6 +27,7 @@ struct Pop3Mailbox {
   std::string account = "bob", password = "secret";
 
   bool hasTop = true, hasUidl = true, hasCapa = true, pipelining = true;
+  bool hasUidlOfOne = true;  // UIDL takes a message number
   bool stuffsDots = true;
   // The whole answer to a verb ("RETR", or "RETR 2" for one message), in place of the right one.
   std::map<std::string, std::string> answers;
@@ -44,10 +45,11 @@ struct Pop3Mailbox {
   std::size_t bytesSent = 0;          // by the server
   std::vector<std::string> deleted;   // unique-ids of what is gone for good
 
-  [[nodiscard]] int count(std::string_view verb) const {
+  // Commands so far with this verb, or this whole line.
+  [[nodiscard]] int count(std::string_view what) const {
     int result = 0;
     for (const std::string& command : commands)
-      result += command.substr(0, command.find(' ')) == verb ? 1 : 0;
+      result += command == what || command.substr(0, command.find(' ')) == what ? 1 : 0;
     return result;
   }
   [[nodiscard]] bool has(std::string_view uidl) const {
@@ -63,7 +65,10 @@ class ScriptedPop3 : public sim::Server {
   explicit ScriptedPop3(std::shared_ptr<Pop3Mailbox> mailbox)
       : mailbox_(std::move(mailbox)), number_(++mailbox_->connections), marked_(mailbox_->messages.size()) {}
 
-  void onConnect(std::string& out) override { answer("GREETING", [] { return "+OK ready\r\n"; }, out); }
+  void onConnect(std::string& out) override {
+    answer(
+        "GREETING", [] { return "+OK ready\r\n"; }, out);
+  }
 
   void onData(std::string_view bytes, std::string& out) override {
     ++mailbox_->deliveries;
@@ -73,7 +78,8 @@ class ScriptedPop3 : public sim::Server {
       received_.erase(0, end + 2);
       mailbox_->commands.push_back(command);
       if (mailbox_->onCommand) mailbox_->onCommand(command);
-      answer(command, [&] { return rightAnswer(command); }, out);
+      answer(
+          command, [&] { return rightAnswer(command); }, out);
     }
   }
 
@@ -150,12 +156,15 @@ class ScriptedPop3 : public sim::Server {
       return loggedOn_ ? "+OK\r\n" : "-ERR wrong\r\n";
     }
     if (!loggedOn_) return "-ERR log on first\r\n";
-    if (verb == "LIST" || (verb == "UIDL" && mailbox_->hasUidl)) return list(verb == "UIDL");
-    const bool known = verb == "RETR" || verb == "DELE" || (verb == "TOP" && mailbox_->hasTop);
+    if (argument.empty() && (verb == "LIST" || (verb == "UIDL" && mailbox_->hasUidl)))
+      return list(verb == "UIDL");
+    const bool known = verb == "RETR" || verb == "DELE" || (verb == "TOP" && mailbox_->hasTop) ||
+                       (verb == "UIDL" && mailbox_->hasUidl && mailbox_->hasUidlOfOne);
     const std::size_t index = static_cast<std::size_t>(std::atoi(argument.c_str())) - 1;
     if (!known || index >= marked_.size() || marked_[index]) return "-ERR no\r\n";
     const std::string& text = mailbox_->messages[index].text;
     if (verb == "RETR") return multiLine(text);
+    if (verb == "UIDL") return "+OK " + argument + " " + mailbox_->messages[index].uidl + "\r\n";
     if (verb == "TOP")
       return multiLine(firstLines(text, std::atoi(argument.substr(argument.find(' ')).c_str())));
     marked_[index] = true;

@@ -76,7 +76,9 @@ class SimMaildropSession : public sim::Server {
       out += drop_.logOnRefused ? "-ERR no\r\n" : "+OK\r\n";
     } else if (verb == "STAT") {
       out += "+OK " + std::to_string(mails_.size() - deleted_.size()) + " 1\r\n";
-    } else if (verb == "LIST" || (verb == "UIDL" && !drop_.uidlUnknown)) {
+    } else if (verb == "UIDL" && known && !drop_.uidlUnknown) {
+      out += "+OK " + std::to_string(number) + " " + mails_[number - 1].uidl + "\r\n";
+    } else if (line == "LIST" || (line == "UIDL" && !drop_.uidlUnknown)) {
       list(verb, out);
     } else if (verb == "CAPA" && drop_.pipelining) {
       out += "+OK\r\nTOP\r\nUIDL\r\nPIPELINING\r\n.\r\n";

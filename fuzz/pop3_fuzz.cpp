@@ -15,12 +15,15 @@
 namespace vornelle {
 namespace {
 
-// Gives the bytes out in pieces, whatever is asked. The first byte is the length of a piece.
+// Gives the bytes out in pieces, whatever is asked; then it closes, or falls silent. The first byte is the
+// length of a piece, and its highest bit the silence.
 class Script : public NetStream {
  public:
   explicit Script(std::string_view bytes) : bytes_(bytes) {
     if (bytes_.empty()) return;
-    piece_ = static_cast<unsigned char>(bytes_.front()) + 1U;
+    const auto first = static_cast<unsigned char>(bytes_.front());
+    piece_ = (first & 0x7FU) + 1U;
+    silent_ = first >= 0x80U;
     bytes_.remove_prefix(1);
   }
 
@@ -29,8 +32,13 @@ class Script : public NetStream {
     const std::size_t count = std::min({size, piece_, bytes_.size()});
     bytes_.copy(buffer, count);
     bytes_.remove_prefix(count);
-    failed_ = count == 0;
-    return count;
+    last_.append(buffer, count);
+    if (last_.size() > 3) last_.erase(0, last_.size() - 3);
+    if (count > 0) return count;
+    // After a time-out the client may go on only where a text can have ended.
+    failed_ = !silent_ || last_ != ".\r\n";
+    last_.clear();
+    return silent_ ? std::nullopt : std::optional<std::size_t>(0);
   }
 
   [[nodiscard]] bool write(std::string_view commands, int /*timeout*/) override {
@@ -41,7 +49,9 @@ class Script : public NetStream {
  private:
   std::string_view bytes_;
   std::size_t piece_ = 1;
+  bool silent_ = false;
   bool failed_ = false;
+  std::string last_;  // what has been given out, as far as it matters
 };
 
 }  // namespace

@@ -45,7 +45,7 @@ export class Application {
   static async start(options = {}) {
     const app = await Application.create(options);
     try {
-      await app.run(options.environment);
+      await app.run(options.environment, options.shell);
     } catch (error) {
       await app.stop();
       throw error;
@@ -54,8 +54,8 @@ export class Application {
   }
 
   // Starts the program in the folder and waits until it says where it listens.
-  async run(environment) {
-    this.process = launch(this.folder, environment);
+  async run(environment, shell) {
+    this.process = launch(this.folder, environment, shell);
     this.port = await this.process.port();
   }
 

@@ -35,11 +35,13 @@ export function install(folder) {
 
 // The console program: the log box's text comes on standard output, message boxes on standard error.
 class ConsoleRun {
-  constructor(folder, environment) {
+  // shell: commands of the shell that starts it ("ulimit -f 100"), if any.
+  constructor(folder, environment, shell) {
     this.output = '';
     this.errors = '';
     this.ended = null;  // { code, signal } when it has
-    this.child = keepChild(spawn(path.join(folder, path.basename(programPath())), [], {
+    const program = path.join(folder, path.basename(programPath()));
+    this.child = keepChild(spawn(...(shell ? ['sh', ['-c', `${shell}; exec "$0"`, program]] : [program, []]), {
       cwd: folder,
       // The login page asks for an announcement. Tests stay on this machine: a proxy that refuses answers at once.
       env: { ...process.env, http_proxy: 'http://127.0.0.1:1/', ...environment },
@@ -67,6 +69,8 @@ class ConsoleRun {
   kill() { this.child.kill('SIGKILL'); }
 }
 
-export function launch(folder, environment = {}) {
-  return other ? other.start(folder, environment) : new ConsoleRun(folder, environment);
+export function launch(folder, environment = {}, shell = '') {
+  if (!other) return new ConsoleRun(folder, environment, shell);
+  if (shell) throw new Error('That program is not started by a shell.');
+  return other.start(folder, environment);
 }

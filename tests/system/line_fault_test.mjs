@@ -18,11 +18,16 @@ describe('the line is cut', { concurrency }, () => {
     test(`InTheMiddleOfTheAnswerTo${verb}`, () => faultRun({ pop: { faults: [{ verb, cut: 'middle' }] } }));
     test(`OneByteBeforeTheEndOfTheAnswerTo${verb}`, () => faultRun({ pop: { faults: [{ verb, cut: -1 }] } }));
   }
-  for (const verb of ['TOP', 'RETR', 'DELE']) {
+  for (const verb of ['UIDL', 'TOP', 'RETR', 'DELE']) {
     for (const cut of [true, 'middle']) {
       test(`AtTheSecond${verb}${cut === true ? '' : 'InItsMiddle'}AfterAGoodFirst`,
         () => faultRun({ pop: { faults: [{ verb, nth: 2, cut }] } }));
     }
+  }
+  // The first UIDL lists the ids, the second confirms the headers, the third the first message.
+  for (const cut of [true, 'middle', -1]) {
+    test(`WhenAMessageIsConfirmed (${cut})`, () => faultRun({ pop: { faults: [{ verb: 'UIDL', nth: 3, cut }] } },
+      ({ server }) => assert.equal(server.pop.count('DELE'), 0)));
   }
   test('BeforeTheDotThatEndsAMessage', () => faultRun({ pop: { faults: [{ verb: 'RETR', cut: -3 }] } },
     ({ server }) => assert.equal(server.pop.sessions[0].deleted.size, 0)));
@@ -68,6 +73,8 @@ describe('the server refuses', { concurrency }, () => {
   test('TheLogOnBecauseTheMailboxIsInUse', () => faultRun(
     { pop: { faults: [{ verb: 'PASS', error: '[IN-USE] another session has the mailbox' }] } },
     ({ line }) => assert.match(line, notLoggedOn)));
+  test('ToTellOneUniqueId', () => faultRun({ pop: { faults: [{ verb: 'UIDL', nth: 2, error: true }] } },
+    ({ server }) => assert.deepEqual(server.maildrop.uids(), ['one', 'four'], 'it is asked for all of them instead')));
   test('OneMessageOutOfThree', () => faultRun({ pop: { faults: [{ verb: 'RETR', nth: 2, error: true }] } },
     ({ server }) => assert.deepEqual(server.maildrop.uids(), ['one', 'three', 'four'])));
   test('ToDeleteOneMessageOutOfThree', () => faultRun({ pop: { faults: [{ verb: 'DELE', nth: 2, error: true }] } },

@@ -82,11 +82,8 @@ std::optional<std::int16_t> narrow16(long long value) {
 }  // namespace
 
 double val(std::string_view text) {
-  std::string packed;
-  for (const char c : text) {
-    if (c != ' ' && c != '\t' && c != '\n') packed += c;
-  }
-  return parseLeadingNumber(packed).value;
+  const std::size_t start = text.find_first_not_of(" \t\n");
+  return start == std::string_view::npos ? 0 : parseLeadingNumber(text.substr(start)).value;
 }
 
 double roundHalfEven(double value) {

@@ -9,8 +9,8 @@
 namespace vornelle {
 
 // The number at the start of a text: leading blanks (also tabs and line feeds) are skipped, then sign,
-// digits, decimal point, exponent, or one of the radix prefixes &H and &O; the rest is ignored. Blanks
-// between digits are skipped too. 0 for a text that starts with no number.
+// digits, decimal point, exponent, or one of the radix prefixes &H and &O; the rest is ignored. 0 for a text
+// that starts with no number.
 [[nodiscard]] double val(std::string_view text);
 
 // Rounded to a whole number, halves to the even neighbour.

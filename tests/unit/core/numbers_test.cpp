@@ -44,11 +44,20 @@ TEST(Numbers, ValReadsHexadecimalAndOctalPrefixes) {
   EXPECT_EQ(val("  &H10"), 16);
 }
 
-TEST(Numbers, ValSkipsBlanksTabsAndLineFeedsEverywhere) {
+TEST(Numbers, ValSkipsBlanksTabsAndLineFeedsBeforeTheNumber) {
   EXPECT_EQ(val("  \t\n 45"), 45);
-  EXPECT_EQ(val("4 5"), 45);
-  EXPECT_EQ(val("- 3"), -3);
   EXPECT_EQ(val("\r45"), 0);
+}
+
+TEST(Numbers, ABlankEndsTheNumberThatValReads) {
+  EXPECT_EQ(val("4 5"), 4);
+  EXPECT_EQ(val("30 45"), 30);
+  EXPECT_EQ(val("1 e2"), 1);
+  EXPECT_EQ(val("1e 2"), 1);
+  EXPECT_EQ(val("1\t5"), 1);
+  EXPECT_EQ(val("- 3"), 0);
+  EXPECT_EQ(val("& H10"), 0);
+  EXPECT_EQ(val("&H1 0"), 1);
 }
 
 TEST(Numbers, ValOfHugeNumbersStaysComparable) {

@@ -157,7 +157,8 @@ TEST_F(SettingsFile, RangesClampAndNumbersAreReadLeniently) {
                                       {"CHECK_MIN=  45 minutes", 45},
                                       {"CHECK_MIN=9.6", 10},
                                       {"CHECK_MIN", 10},
-                                      {"CHECK_MIN=11.5", 12},
+                                      {"CHECK_MIN=20 45", 20},
+                                {"CHECK_MIN=11.5", 12},
                                       {"CHECK_MIN=&H20", 32}}) {
     load(line);
     EXPECT_EQ(settings.CHECK_MIN, minutes) << line;

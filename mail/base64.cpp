@@ -8,11 +8,11 @@ namespace {
 
 constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-constexpr std::array<std::int8_t, 256> kValues = [] {
-  std::array<std::int8_t, 256> values{};
+constexpr std::array<int, 256> kValues = [] {
+  std::array<int, 256> values{};
   values.fill(-1);
   for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
-    values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::int8_t>(i);
+    values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<int>(i);
   }
   return values;
 }();

@@ -21,7 +21,7 @@ std::int64_t sessionMinutesLeft() {
 std::string readWholeFile(const std::string& path) {
   if (!fileExists(path)) return "";
   if (path.empty()) return "";
-  const std::string text = readFile(path).value_or("");
+  std::string text = readFile(path).value_or("");
   doEvents();
   return text;
 }

@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view kSealed = "base-uri 'none'; frame-ancestors 'none'; ";
 
 std::string contentSecurityPolicy(PageKind kind) {
-  const std::string sealed(kSealed);
+  std::string sealed(kSealed);
   switch (kind) {
     case PageKind::message:
       // No script, no remote picture, no form: a message cannot tell its sender that it has been read. Its

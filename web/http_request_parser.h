@@ -21,8 +21,8 @@
 
 namespace vornelle {
 
-inline constexpr std::size_t kMaxHeaderBlock = 64 * 1024;  // request line and header fields, bytes
-inline constexpr std::size_t kMaxBody = 8 * 1024 * 1024;   // bytes
+inline constexpr std::size_t kMaxHeaderBlock = 64U << 10;  // request line and header fields, bytes
+inline constexpr std::size_t kMaxBody = 8U << 20;          // bytes
 
 struct HttpRequest {
   std::string method;     // as sent; letter case counts

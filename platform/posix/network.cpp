@@ -32,7 +32,7 @@ namespace {
 constexpr std::int64_t kLongestDrain = 2000;        // milliseconds from the shutdown, when all has arrived
 constexpr std::int64_t kLongestStandstill = 30000;  // milliseconds for a peer that takes nothing
 constexpr std::size_t kMostDrained = std::size_t{16} * 1024 * 1024;  // bytes
-constexpr std::int64_t kAcceptRetry = 100;              // milliseconds, when the system has no room
+constexpr std::int64_t kAcceptRetry = 100;  // milliseconds, when the system has no room
 
 class Listener;
 
@@ -210,7 +210,7 @@ class Connection final : public Channel, public Polled {
  private:
   // True when the peer has closed its side and everything before that is read.
   bool drain() {
-    std::array<char, 16 * 1024> sink;
+    std::array<char, 16U << 10> sink;
     while (drained_ <= kMostDrained) {
       const ssize_t got = recv(socket_.get(), sink.data(), sink.size(), 0);
       if (got == 0) return true;

@@ -1,6 +1,5 @@
 #include "core/settings.h"
 
-#include "core/text.h"
 #include "tests/unit/support.h"
 
 namespace vornelle {
@@ -8,7 +7,6 @@ namespace {
 
 using namespace std::string_literals;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 class SettingsFile : public SimTest {
  protected:
@@ -18,7 +16,6 @@ class SettingsFile : public SimTest {
     makeFile("\\Vornelle.ini", lines);
     configLoad();
   }
-  static std::vector<std::string> saved() { return splitLines(contentOf("\\Vornelle.ini")); }
 };
 
 void expectDefaultsBut(const std::string& exceptKey) {
@@ -64,6 +61,22 @@ TEST_F(SettingsFile, AMissingFileLeavesTheDefaultsAndIsNotCreated) {
   configLoad();
   expectDefaultsBut("");
   EXPECT_FALSE(fileExists(inFolder("\\Vornelle.ini")));
+}
+
+TEST_F(SettingsFile, LoadingPutsEveryFieldOfTheFileBackToItsDefaultFirst) {
+  for (std::string* text :
+       {&settings.EMAIL_ADDRESS, &settings.SMTP_SERVER, &settings.SMTP_USER, &settings.SMTP_PASSWORD,
+        &settings.POP_SERVER, &settings.POP_ACCOUNT, &settings.POP_PASSWORD, &settings.HTTP_PORT_CFG}) {
+    *text = "left over";
+  }
+  for (std::int16_t* number : {&settings.CHECK_MIN, &settings.SESSION_MIN, &settings.MAX_SPAM_SIZE,
+                               &settings.MAX_LINK_SIZE, &settings.MESSAGES_PER_PAGE}) {
+    *number = 1;
+  }
+  settings.MAX_LINK_SIZE_ON = settings.NEW_WINDOW = settings.TEST_MODE = false;
+  settings.ACTIVATE_START = settings.START_MINIMIZED = true;
+  load("unknown=1\r\n");
+  expectDefaultsBut("");
 }
 
 TEST_F(SettingsFile, AnEmptyFileLeavesTheDefaults) {
@@ -158,7 +171,7 @@ TEST_F(SettingsFile, RangesClampAndNumbersAreReadLeniently) {
                                       {"CHECK_MIN=9.6", 10},
                                       {"CHECK_MIN", 10},
                                       {"CHECK_MIN=20 45", 20},
-                                {"CHECK_MIN=11.5", 12},
+                                      {"CHECK_MIN=11.5", 12},
                                       {"CHECK_MIN=&H20", 32}}) {
     load(line);
     EXPECT_EQ(settings.CHECK_MIN, minutes) << line;
@@ -266,6 +279,13 @@ TEST_F(SettingsFile, TheTimersTakeAThousandMillisecondsForEachMinute) {
   EXPECT_EQ(form1.Timer2.interval(), 10000);
 }
 
+TEST_F(SettingsFile, TheTimersAreSetBeforeTheSwitchesHandlersRun) {
+  std::vector<int> intervals;
+  form1.ckActive.onClick = [&] { intervals = {form1.Timer1.interval(), form1.Timer2.interval()}; };
+  load("CHECK_MIN=20\r\nSESSION_MIN=21\r\nACTIVATE_START=TRUE\r\n");
+  EXPECT_THAT(intervals, ElementsAre(20000, 21000));
+}
+
 TEST_F(SettingsFile, AProductAbove16BitsLeavesTheTimerAsItIs) {
   load("CHECK_MIN=45\r\nSESSION_MIN=33\r\n");
   EXPECT_EQ(form1.Timer1.interval(), 1000);
@@ -278,167 +298,6 @@ TEST_F(SettingsFile, AProductAbove16BitsLeavesTheTimerAsItIs) {
   configSave();
   EXPECT_EQ(form1.Timer1.interval(), 20000);
   EXPECT_EQ(form1.Timer2.interval(), 21000);
-}
-
-// ---- writing ----
-
-TEST_F(SettingsFile, ASavedFileHasEighteenLinesInTheirOrder) {
-  load(
-      "TEST_MODE=FALSE\r\nPOP_PASSWORD=pp\r\nNEW_WINDOW=FALSE\r\nMAX_LINK_SIZE=14\r\nHTTP_PORT_CFG=7100\r\n"
-      "EMAIL_ADDRESS=joe@example.com\r\nunknown=1\r\n");
-  configSave();
-  EXPECT_EQ(contentOf("\\Vornelle.ini"),
-            "EMAIL_ADDRESS=joe@example.com\r\nSMTP_SERVER=\r\nSMTP_USER=\r\nSMTP_PASSWORD=\r\nPOP_SERVER=\r\n"
-            "POP_ACCOUNT=\r\nPOP_PASSWORD=pp\r\nHTTP_PORT_CFG=7100\r\nCHECK_MIN=30\r\nSESSION_MIN=30\r\n"
-            "MAX_SPAM_SIZE=150\r\nMAX_LINK_SIZE=14\r\nMESSAGES_PER_PAGE=15\r\nNEW_WINDOW=FALSE\r\n"
-            "MAX_LINK_SIZE_ON=TRUE\r\nACTIVATE_START=FALSE\r\nSTART_MINIMIZED=FALSE\r\nTEST_MODE=FALSE\r\n");
-}
-
-TEST_F(SettingsFile, ASavedFileReadsBackTheSame) {
-  load(
-      "SMTP_USER=a "
-      "b\r\nCHECK_MIN=41\r\nMESSAGES_PER_PAGE=-2\r\nSTART_MINIMIZED=TRUE\r\nMAX_LINK_SIZE_ON=FALSE\r\n");
-  configSave();
-  const std::string first = contentOf("\\Vornelle.ini");
-  configLoad();
-  configSave();
-  EXPECT_EQ(contentOf("\\Vornelle.ini"), first);
-  EXPECT_EQ(settings.MESSAGES_PER_PAGE, -2);
-  EXPECT_EQ(settings.SMTP_USER, "a b");
-}
-
-TEST_F(SettingsFile, ThreeSwitchesAreSavedAsTheWindowShowsThem) {
-  configLoad();
-  settings.ACTIVATE_START = false;
-  settings.START_MINIMIZED = false;
-  settings.TEST_MODE = true;
-  form1.ckActive.setChecked(true);
-  form1.ckStartMinimized.setChecked(true);
-  form1.ckTestMode.setChecked(false);
-  configSave();
-  EXPECT_THAT(contentOf("\\Vornelle.ini"),
-              HasSubstr("ACTIVATE_START=TRUE\r\nSTART_MINIMIZED=TRUE\r\nTEST_MODE=FALSE"));
-}
-
-TEST_F(SettingsFile, ValuesAreSavedWithoutBlanksAroundThem) {
-  settings.POP_PASSWORD = "  a b ";
-  configSave();
-  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("\r\nPOP_PASSWORD=a b\r\n"));
-  EXPECT_EQ(settings.POP_PASSWORD, "  a b ");
-}
-
-TEST_F(SettingsFile, AValueWithALineBreakEndsThereAndMakesNoLineOfItsOwn) {
-  settings.EMAIL_ADDRESS = "a \r\nTEST_MODE=FALSE";
-  settings.SMTP_SERVER = "b\nHTTP_PORT_CFG=1";
-  settings.POP_SERVER = "\rc";
-  configSave();
-  const std::vector<std::string> lines = saved();
-  ASSERT_EQ(lines.size(), 18u);
-  EXPECT_EQ(lines[0], "EMAIL_ADDRESS=a");
-  EXPECT_EQ(lines[1], "SMTP_SERVER=b");
-  EXPECT_EQ(lines[4], "POP_SERVER=");
-}
-
-TEST_F(SettingsFile, SavingSetsBothMinuteCountersBack) {
-  form1.minutesSinceCheck = 7;
-  form1.sessionMinutesUsed = 8;
-  configSave();
-  EXPECT_EQ(form1.minutesSinceCheck, 0);
-  EXPECT_EQ(form1.sessionMinutesUsed, 0);
-}
-
-TEST_F(SettingsFile, LoadingLeavesBothMinuteCounters) {
-  form1.minutesSinceCheck = 7;
-  form1.sessionMinutesUsed = 8;
-  configLoad();
-  EXPECT_EQ(form1.minutesSinceCheck, 7);
-  EXPECT_EQ(form1.sessionMinutesUsed, 8);
-}
-
-TEST_F(SettingsFile, TheOverrideFileIsReadAndWrittenInPlaceOfTheOther) {
-  makeFile("\\Vornelle.ini", "POP_ACCOUNT=normal\r\n");
-  makeFile("\\pell-Vornelle.ini", "POP_ACCOUNT=override\r\n");
-  configLoad();
-  EXPECT_EQ(settings.POP_ACCOUNT, "override");
-  settings.POP_ACCOUNT = "new";
-  configSave();
-  EXPECT_EQ(contentOf("\\Vornelle.ini"), "POP_ACCOUNT=normal\r\n");
-  EXPECT_THAT(contentOf("\\pell-Vornelle.ini"), HasSubstr("POP_ACCOUNT=new\r\n"));
-}
-
-TEST_F(SettingsFile, TheChoiceOfFileIsMadeAfreshEachTime) {
-  makeFile("\\pell-Vornelle.ini", "POP_ACCOUNT=override\r\n");
-  configLoad();
-  ASSERT_TRUE(deleteFile(inFolder("\\pell-Vornelle.ini")));
-  configSave();
-  EXPECT_FALSE(fileExists(inFolder("\\pell-Vornelle.ini")));
-  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("POP_ACCOUNT=override\r\n"));
-}
-
-TEST_F(SettingsFile, AFailedSaveIsSilentAndLeavesTheOldFile) {
-  makeFile("\\Vornelle.ini", "POP_ACCOUNT=old\r\n");
-  configLoad();
-  sim::failWritesTo("Vornelle.ini");
-  settings.POP_ACCOUNT = "new";
-  form1.minutesSinceCheck = 5;
-  configSave();
-  EXPECT_EQ(contentOf("\\Vornelle.ini"), "POP_ACCOUNT=old\r\n");
-  EXPECT_EQ(form1.minutesSinceCheck, 0);
-  EXPECT_TRUE(sim::shell().messageBoxes.empty());
-  EXPECT_EQ(form1.LogWindow.text(), "");
-}
-
-// ---- range checks ----
-
-TEST_F(SettingsFile, RangeChecksClampAndRoundHalvesToEven) {
-  EXPECT_EQ(configCkCHECK_MIN("9.999"), 10);
-  EXPECT_EQ(configCkCHECK_MIN("10.5"), 10);
-  EXPECT_EQ(configCkCHECK_MIN("11.5"), 12);
-  EXPECT_EQ(configCkCHECK_MIN("60.4"), 60);
-  EXPECT_EQ(configCkCHECK_MIN("60.9"), 60);
-  EXPECT_EQ(configCkCHECK_MIN("1e9"), 60);
-  EXPECT_EQ(configCkCHECK_MIN(""), 10);
-  EXPECT_EQ(configCkSESSION_MIN("9"), 10);
-  EXPECT_EQ(configCkSESSION_MIN("59"), 59);
-  EXPECT_EQ(configCkSESSION_MIN("61"), 60);
-  EXPECT_EQ(configCkMAX_SPAM_SIZE("9"), 10);
-  EXPECT_EQ(configCkMAX_SPAM_SIZE("29999.5"), 30000);
-  EXPECT_EQ(configCkMAX_SPAM_SIZE("99999"), 30000);
-  EXPECT_EQ(configCkMAX_LINK_SIZE("x"), 10);
-  EXPECT_EQ(configCkMAX_LINK_SIZE("150"), 150);
-  EXPECT_EQ(configCkMAX_LINK_SIZE("30001"), 30000);
-}
-
-TEST_F(SettingsFile, TheBoundsOfTheMinuteChecksAreThoseOfTheRecord) {
-  settings.CHECK_MIN_minimum = 1;
-  settings.SESSION_MIN_maximum = 90;
-  EXPECT_EQ(configCkCHECK_MIN("0"), 1);
-  EXPECT_EQ(configCkSESSION_MIN("99"), 90);
-}
-
-// ---- small helpers ----
-
-TEST_F(SettingsFile, SizesAreDividedBy1048AndNeverShownAsZero) {
-  EXPECT_EQ(bytes2KB(150000), "143K");
-  EXPECT_EQ(bytes2KB(0), "1K");
-  EXPECT_EQ(bytes2KB(523), "1K");
-  EXPECT_EQ(bytes2KB(1572), "2K");
-  EXPECT_EQ(bytes2KB(2620), "2K");
-  EXPECT_EQ(bytes2KB(1024 * 1024), "1001K");
-}
-
-TEST_F(SettingsFile, APasswordIsMaskedCharacterByCharacter) {
-  EXPECT_EQ(passwordMask(""), "");
-  EXPECT_EQ(passwordMask("s*c r\xE4t"), "*******");
-  EXPECT_EQ(passwordMask(std::string(40000, 'x')).size(), 32767u);
-}
-
-TEST_F(SettingsFile, SpecialFoldersComeFromTheShell) {
-  EXPECT_EQ(getSpecialFolder(7), "");
-  EXPECT_EQ(startupLinkPath(), "");
-  sim::shell().startupFolder = "C:\\Startup\\";
-  EXPECT_EQ(getSpecialFolder(7), "C:\\Startup\\");
-  EXPECT_EQ(startupLinkPath(), "C:\\Startup\\vornelle.lnk");
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include "core/shutdown.h"
 
+#include <vector>
+
 #include "core/settings.h"
+#include "platform/shell.h"
 #include "tests/unit/support.h"
 
 namespace vornelle {
@@ -38,6 +41,15 @@ TEST_F(Shutdown, ADuplicateCopySavesNothing) {
 TEST_F(Shutdown, RemovesTheNotificationIcon) {
   EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
   EXPECT_EQ(sim::shell().iconDeletes, 1);
+}
+
+TEST_F(Shutdown, TheIconGoesAfterTheTwoLines) {
+  ASSERT_TRUE(notifyIconAdd("tip"));
+  std::vector<bool> shown;
+  form1.LogWindow.onAppend = [&](std::string_view) { shown.push_back(sim::shell().iconShown); };
+  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+  EXPECT_THAT(shown, testing::ElementsAre(true, true));
+  EXPECT_FALSE(sim::shell().iconShown);
 }
 
 TEST_F(Shutdown, AClickServedWhileClosingIsStillSaved) {

@@ -1,15 +1,10 @@
 #include "core/startup.h"
 
-#include <array>
-
-#include "core/event_log.h"
 #include "core/random_letters.h"
 #include "core/settings.h"
-#include "core/shutdown.h"
-#include "core/text.h"
 #include "desktop/main_window.h"
 #include "platform/events.h"
-#include "tests/unit/support.h"
+#include "tests/unit/core/startup_test_support.h"
 #include "web/gateway.h"
 
 namespace vornelle {
@@ -22,24 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
-
-constexpr std::array kTemplates = {"\\data\\config.htm", "\\data\\inbox.htm",   "\\data\\list.htm",
-                                   "\\data\\login.htm",  "\\data\\spambox.htm", "\\data\\top.inc"};
-constexpr std::string_view kStamp = "[11-15-26 01:55 AM] ";
-constexpr std::string_view kBanner =
-    "Vornelle started: 11-15-26 01:55 AM\r\n"
-    "To access on this computer, open a webbrowser and use the address: http://localhost:7000\r\n";
-
-class Startup : public SimTest {
- protected:
-  Startup() {
-    for (const char* name : kTemplates) makeFile(name, "<html></html>");
-  }
-
-  static std::string stamped(std::string_view text) { return std::string(kStamp).append(text).append(kCrLf); }
-  static std::string logFile() { return contentOf("\\Vornelle.log"); }
-  static std::string box() { return form1.LogWindow.text(); }
-};
 
 // ---- files and folders ----
 
@@ -217,42 +194,6 @@ TEST_F(Startup, WindowIconAndTitleFollowTheBannerInThisOrder) {
   EXPECT_THAT(order, ElementsAre("banner", "visible Vornelle", "visible icon Vornelle (v1.0.0) "));
 }
 
-// ---- second copy ----
-
-TEST_F(Startup, ASecondCopyWarnsWaitsFiveSecondsAndEndsWithoutSaving) {
-  makeFile("\\Vornelle.ini", "POP_ACCOUNT=joe\r\n");
-  sim::shell().previousInstance = true;
-  sim::occupyPort(LoopbackAddress::ipv4, 7000);
-  ASSERT_TRUE(createFolder(inFolder("\\spam")));
-  makeFile("\\Vornelle.log", "the first copy\r\n");
-  form1.ckTestMode.setChecked(true);  // so that loading logs nothing
-  EXPECT_THROW(Form1_Load(), sim::ProcessEnded);
-
-  EXPECT_EQ(sim::shell().beeps, 1);
-  EXPECT_EQ(sim::elapsedMilliseconds(), 5000);
-  EXPECT_EQ(contentOf("\\Vornelle.ini"), "POP_ACCOUNT=joe\r\n");
-  EXPECT_EQ(logFile(),
-            "the first copy\r\n" + stamped(" ") +
-                stamped("***Vornelle is already running! This instance will terminate in 5 seconds.") +
-                stamped("***Closing Vornelle***") + stamped("************************"));
-  // By then it had its listener, window, icon and title.
-  EXPECT_THAT(box(), AllOf(StartsWith("Vornelle started: "), HasSubstr("http://localhost:7001\r\n")));
-  EXPECT_TRUE(form1.visible);
-  EXPECT_EQ(sim::shell().iconAdds, 1);
-  EXPECT_EQ(form1.caption, "Vornelle (v1.0.0) ");
-}
-
-TEST_F(Startup, ThePauseOfASecondCopyServesNothing) {
-  sim::shell().previousInstance = true;
-  std::int64_t servedAt = -1;
-  form1.LogWindow.onAppend = [&](std::string_view text) {
-    if (text.find("already running") == std::string_view::npos) return;
-    sim::after(1000, [&] { servedAt = sim::elapsedMilliseconds(); });
-  };
-  EXPECT_THROW(Form1_Load(), sim::ProcessEnded);
-  EXPECT_EQ(servedAt, 5000);
-}
-
 // ---- schedule ----
 
 TEST_F(Startup, TheMinuteCounterStartsTwoMinutesBeforeTheFirstRun) {
@@ -285,73 +226,6 @@ TEST_F(Startup, TheSessionTimerEndsASession) {
   EXPECT_NE(form1.sessionId, "");
   sim::advance(2 * 60'000);
   EXPECT_EQ(form1.sessionId, "");
-}
-
-// ---- nested handlers ----
-
-TEST_F(Startup, EventsAreServedWhileStartUpLogs) {
-  bool listeningThen = true;
-  sim::after(0, [&] { listeningThen = sim::listeningPort(LoopbackAddress::ipv4) != 0; });
-  Form1_Load();
-  EXPECT_FALSE(listeningThen);  // served inside the line about the spam folder, long before the listener
-}
-
-TEST_F(Startup, TheBannerLetsEventsBeServedBeforeTheWindowIsShown) {
-  bool served = false;
-  form1.LogWindow.onReplace = [&] { sim::after(0, [&] { served = !form1.visible; }); };
-  Form1_Load();
-  EXPECT_TRUE(served);
-}
-
-TEST_F(Startup, AHandlerThatLogsInsideStartUpKeepsItsLineInTheFileOnly) {
-  sim::after(0, [] { LogWindowAdd("nested"); });
-  Form1_Load();
-  EXPECT_THAT(logFile(), StartsWith(stamped("nested") + stamped("Creating spam subdirectory...")));
-  EXPECT_EQ(box(), kBanner);
-}
-
-TEST_F(Startup, TheProgramCanBeEndedInsideItsStart) {
-  sim::after(0, [] { Form1_Unload(); });
-  EXPECT_THROW(Form1_Load(), sim::ProcessEnded);
-  EXPECT_THAT(box(), EndsWith(stamped("************************")));
-}
-
-TEST_F(Startup, AnEndBeforeTheSettingsAreReadLeavesTheirFileAlone) {
-  makeFile("\\Vornelle.ini", "POP_PASSWORD=secret\r\n");
-  sim::after(0, [] { Form1_Unload(); });  // served inside the line about the spam folder
-  EXPECT_THROW(Form1_Load(), sim::ProcessEnded);
-  EXPECT_EQ(contentOf("\\Vornelle.ini"), "POP_PASSWORD=secret\r\n");
-}
-
-TEST_F(Startup, AnEndWhileTheSwitchesAreSetLeavesTheSettingsFileAlone) {
-  const std::string lines = "ACTIVATE_START=TRUE\r\nTEST_MODE=TRUE\r\n";
-  makeFile("\\Vornelle.ini", lines);
-  form1.LogWindow.onAppend = [](std::string_view line) {
-    if (line.find("Automatic mail filtering on") != std::string_view::npos) sim::requestTermination();
-  };
-  EXPECT_THROW(Form1_Load(), sim::ProcessEnded);
-  EXPECT_FALSE(form1.ckTestMode.checked());  // it would have been saved as off
-  EXPECT_EQ(contentOf("\\Vornelle.ini"), lines);
-}
-
-TEST_F(Startup, ASettingsFileThatCouldNotBeReadIsNotReplacedByDefaultsAtTheEnd) {
-  makeFile("\\Vornelle.ini", "POP_PASSWORD=secret\r\n");
-  sim::failReadsOf("Vornelle.ini");
-  Form1_Load();
-  sim::failReadsOf("");
-  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
-  EXPECT_EQ(contentOf("\\Vornelle.ini"), "POP_PASSWORD=secret\r\n");
-}
-
-TEST_F(Startup, SettingsThatTheUserSavesCountAlthoughTheFileCouldNotBeRead) {
-  makeFile("\\Vornelle.ini", "POP_PASSWORD=secret\r\n");
-  sim::failReadsOf("Vornelle.ini");
-  Form1_Load();
-  sim::failReadsOf("");
-  configSave();
-  settings.POP_PASSWORD = "new";
-  EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
-  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("POP_PASSWORD=new\r\n"));
 }
 
 TEST_F(Startup, TheGatewayListensOnThePortThatTheListenerGot) {

@@ -5,6 +5,7 @@ import assert from 'node:assert/strict';
 import net from 'node:net';
 import { describe, test } from 'node:test';
 
+import { exchange } from '../support/bare_http.mjs';
 import { faultRun } from '../support/fault_run.mjs';
 import { Application } from '../support/harness.mjs';
 import { largeMailbox } from '../support/mails.mjs';
@@ -62,6 +63,24 @@ describe('silence', { concurrency: 20 }, () => {
       await until(ask, 'an answer', 60000);
     } finally {
       for (const socket of silent) socket.destroy();
+      await app.stop();
+    }
+  });
+
+  test('OfABrowserLeavesItsConnectionOpenAndWhatItAsksLateIsTakenByTheNextOne', async () => {
+    const app = await Application.start();
+    const silent = knock(app.port);
+    let open = true;
+    silent.on('close', () => { open = false; });
+    try {
+      await new Promise((resolve) => setTimeout(resolve, 33000));
+      assert.ok(open);
+      silent.write('GET /logout.cgi HTTP/1.0\r\n\r\n');
+      // The next one has nothing to say itself.
+      assert.equal((await exchange(app.port, '')).toString(), "<script language='Javascript'>window.location='/'</script>\r\n");
+      assert.ok(open && silent.received === '');
+    } finally {
+      silent.destroy();
       await app.stop();
     }
   });

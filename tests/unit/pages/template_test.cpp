@@ -127,6 +127,11 @@ TEST_F(TemplateTest, OwnMarkersComeBeforeVersionAndSessionAndLateOnesBehindThem)
             versionText() + "<!--SSVERSION--> (27m)</title>");
 }
 
+TEST_F(TemplateTest, TheVersionIsFilledInBeforeTheSession) {
+  form1.sessionId = "<!--SSVERSION-->";
+  EXPECT_EQ(filled("<!--SSSESSION-->"), "<!--SSVERSION-->");
+}
+
 TEST_F(TemplateTest, AMarkerThatTheTemplateLacksLosesNothing) {
   EXPECT_EQ(filled("text", {{"<!--ONE-->", "1"}}), "text");
 }

@@ -102,6 +102,14 @@ TEST_F(ConfigUpdateTest, SettingASwitchRunsItsClickHandlerWhenItChanges) {
   EXPECT_EQ(active, 1);
 }
 
+TEST_F(ConfigUpdateTest, TheActiveSwitchIsSetBeforeTheTestModeSwitch) {
+  std::vector<std::string> clicks;
+  form1.ckActive.onClick = [&] { clicks.push_back("active"); };
+  form1.ckTestMode.onClick = [&] { clicks.push_back("test"); };
+  post("TEST_MODE=1&ACTIVE=1");
+  EXPECT_THAT(clicks, ElementsAre("active", "test"));
+}
+
 TEST_F(ConfigUpdateTest, EmptyValuesChangeNothing) {
   settings.HTTP_PORT_CFG = "7777";
   settings.CHECK_MIN = 11;
@@ -220,6 +228,16 @@ TEST_F(ConfigUpdateTest, AServerThatCannotBeLoggedOnToGivesABeepAndAnAlert) {
   EXPECT_EQ(post(kServers), answer(kSmtpAlert));
   EXPECT_EQ(sim::shell().beeps, 4);
   EXPECT_EQ(currentMail, nullptr);
+}
+
+TEST_F(ConfigUpdateTest, TheSettingsAreSavedBeforeTheServersAreTried) {
+  std::string savedThen;
+  sim::addServer("pop.example", 110, [&]() -> std::unique_ptr<sim::Server> {
+    savedThen = contentOf("\\Vornelle.ini");
+    return nullptr;
+  });
+  post("POP_SERVER=pop.example&POP_ACCOUNT=joe&POP_PASSWORD=pw&EMAIL_ADDRESS=me@home.example");
+  EXPECT_THAT(savedThen, StartsWith("EMAIL_ADDRESS=me@home.example\r\n"));
 }
 
 TEST_F(ConfigUpdateTest, TheSettingsStaySavedWhateverTheTestsFind) {

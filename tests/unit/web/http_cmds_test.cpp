@@ -1,11 +1,6 @@
 #include "web/http_cmds.h"
 
-#include <vector>
-
-#include "core/text.h"
-#include "platform/events.h"
-#include "tests/unit/mail/sim_maildrop.h"
-#include "tests/unit/web/web_test_support.h"
+#include "tests/unit/web/dispatch_test_support.h"
 
 namespace vornelle {
 namespace {
@@ -13,25 +8,6 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-
-constexpr const char* kLogoutAnswer = "<script language='Javascript'>window.location='/'</script>\r\n";
-constexpr const char* kBackAnswer = "<script language='Javascript'>history.back()</script>\r\n";
-constexpr std::string_view kEndedNotice =
-    "Your session has ended. Please login again. Your sessions last 30 minutes.";
-
-class DispatchTest : public WebTest {
- protected:
-  DispatchTest() {
-    makeFile("\\data\\inbox.htm", "INBOX <!--SSPAGEDESC-->");
-    makeFile("\\data\\spambox.htm", "SPAMBOX <!--SSPAGEDESC-->");
-    makeFile("\\data\\List.htm", "LIST <!--SSTYPE--> <!--SSLIST-->");
-    makeFile("\\data\\find.htm", "FIND <!--ssFINDINLISTS-->");
-    makeFile("\\data\\config.htm", "CONFIG");
-    EXPECT_TRUE(createFolder(inFolder("\\spam")));
-  }
-
-  static std::string plainLoginPage() { return get("/index.htm"); }
-};
 
 // ---- without a session ----
 
@@ -101,6 +77,12 @@ TEST_F(DispatchTest, TheIconReachesTheBrowserUnchanged) {
 
 TEST_F(DispatchTest, AMissingIconIsALineEnd) {
   EXPECT_EQ(get("/vornelle.ico"), "\r\n");
+}
+
+TEST_F(DispatchTest, TheRootIsWhateverPageIsTheDefaultOne) {
+  webServer.defaultPage = "logout.cgi";
+  EXPECT_EQ(get("/"), kLogoutAnswer);
+  EXPECT_EQ(logged("logout.cgi request complete!"), 1);
 }
 
 // ---- the session test ----
@@ -192,6 +174,11 @@ TEST_F(FirstMessageTest, TextThatIsNoNumberIsRowZero) {
   }
 }
 
+TEST_F(FirstMessageTest, TextThatIsNoNumberKeepsTheListing) {
+  makeFile("\\spam\\more.txt", "Subject: x\r\n\r\nx\r\n");
+  EXPECT_THAT(shown("&msg=x"), HasSubstr("of 20)"));
+}
+
 TEST_F(FirstMessageTest, EverythingUpToTheEndOfThePathCounts) {
   EXPECT_THAT(get("/displayspambox.htm?msg=5&s=" + kSessionId), HasSubstr("(showing 1 - 1 of 20)"));
 }
@@ -202,184 +189,6 @@ TEST_F(FirstMessageTest, WithoutMsgTheListingIsMadeAnew) {
   EXPECT_THAT(shown(""), HasSubstr("of 21)"));
   makeFile("\\spam\\more2.txt", "Subject: x\r\n\r\nx\r\n");
   EXPECT_THAT(shown("&msg=-1"), HasSubstr("of 22)"));
-}
-
-// ---- messages ----
-
-TEST_F(DispatchTest, ASpamBoxMessageIsShownDecodedAsAWhole) {
-  logIn();
-  makeFile("\\spam\\key1.txt", "Subject: a+b %21 %40\r\n\r\n<x>\r\n");
-  EXPECT_EQ(get("/displayspam.cgi?fn=key1.txt&s=" + kSessionId),
-            "Subject: a b ! %40\r\n<br>\r\n<br>&lt;x&gt;\r\n<br>\r\n");
-}
-
-TEST_F(DispatchTest, ASpamBoxNameCannotLeaveTheFolder) {
-  logIn();
-  makeFile("\\Vornelle.ini", "POP_PASSWORD=secret\r\n");
-  makeFile("\\data\\friendlist.txt", "secret\r\n");
-  const std::string missing = get("/displayspam.cgi?fn=missing.txt&s=" + kSessionId);
-  for (const std::string name :
-       {"..\\Vornelle.ini", "../Vornelle.ini", "..\\data\\friendlist.txt", "x\\..\\..\\Vornelle.ini",
-        "C:\\Vornelle.ini", "\\Vornelle.ini", "..%5CVornelle.ini"}) {
-    EXPECT_EQ(get("/displayspam.cgi?fn=" + name + "&s=" + kSessionId), missing) << name;
-  }
-}
-
-TEST_F(DispatchTest, AMessageOnTheServerIsShownDecodedAsAWhole) {
-  logIn();
-  SimMaildrop maildrop;
-  maildrop.mails.push_back({"id1", "Subject: x\r\nContent-Type: text/html\r\n\r\na+b %21 %40\r\n"});
-  maildrop.serve("pop.example");
-  settings.POP_SERVER = "pop.example";
-  EXPECT_THAT(get("/displayemail.cgi?uidl=id1&s=" + kSessionId), StartsWith("a b ! %40\r\n"));
-}
-
-TEST_F(DispatchTest, AMessageThatCannotBeFetchedGivesTheMessagePage) {
-  logIn();
-  settings.POP_SERVER = "nowhere.example";
-  EXPECT_EQ(get("/displayemail.cgi?uidl=1&s=" + kSessionId),
-            "<html><body><h2>Cannot log onto POP3 server. Try again later.</h2>\r\n"
-            "<a href='Javascript:history.back();'>Go Back</a>\r\n</body></html>\r\n");
-}
-
-TEST_F(DispatchTest, DeletingSpamWaitsUntilNoMoreOfTheFormComes) {
-  logIn();
-  makeFile("\\spam\\key1.txt", "x\r\n");
-  form1.rowKey[3] = "key1";
-  form1.rowSender[3] = "bob";
-  sim::Client client = connected();
-  client.send("POST /deleterestore.cgi?s=" + kSessionId + " HTTP/1.1\r\n\r\n");
-  sim::after(3000, [&] { client.send("SUBMIT3=DELETE&"); });
-  sim::after(4000, [&] { client.send("SUBMIT3=DELETE&D3=1&END=1"); });
-  sim::advance(0);
-  // 2000, then 1500 until two looks agree: the pieces are seen at 3500 and 5000.
-  EXPECT_EQ(sim::elapsedMilliseconds(), 6500);
-  EXPECT_EQ(client.received(), redirectTo("displayspambox.htm"));
-  EXPECT_EQ(contentOf("\\spam\\key1.txt"), "(missing)");
-  EXPECT_EQ(logged("Delete spam from bob"), 1);
-}
-
-TEST_F(DispatchTest, TwoLooksAtTheFormAgreeWithoutRegardToLetterCase) {
-  logIn();
-  sim::Client client = connected();
-  const std::string request =
-      "POST /deleterestore.cgi?s=" + kSessionId + " HTTP/1.1\r\n\r\nsubmit3=delete&END=1";
-  client.send(request);
-  sim::after(3000, [&] { form1.requestText = toLower(request); });
-  sim::advance(0);
-  EXPECT_EQ(sim::elapsedMilliseconds(), 3500);
-}
-
-TEST_F(DispatchTest, AFormThatIsThereAtOnceTakesThreeAndAHalfSeconds) {
-  logIn();
-  EXPECT_EQ(postWithSession("deleterestore.cgi", "SUBMIT3=DELETE&END=1"), redirectTo("displayspambox.htm"));
-  EXPECT_EQ(sim::elapsedMilliseconds(), 3500);
-}
-
-TEST_F(DispatchTest, DeletingMailPausesFiveSecondsAndServesNothingMeanwhile) {
-  logIn();
-  settings.POP_SERVER = "nowhere.example";
-  std::int64_t servedAt = 0;
-  sim::after(1000, [&] { servedAt = sim::elapsedMilliseconds(); });
-  EXPECT_EQ(postWithSession("delete.cgi", "SUBMIT3=DELETE&D3=1&END=1"), redirectTo("displayinbox.htm"));
-  EXPECT_EQ(servedAt, 5000);
-  EXPECT_EQ(logged("**Cannot log onto POP3 server!"), 1);
-}
-
-// ---- lists ----
-
-class ListActionTest : public DispatchTest {
- protected:
-  ListActionTest() { logIn(); }
-
-  // Type and entry before "END", so that both can be read.
-  static std::string add(std::string_view type, std::string_view entry) {
-    return postWithSession("addtolist.cgi",
-                           "addtolist=" + std::string(entry) + "&type=" + std::string(type) + "&END=1");
-  }
-  static std::string remove(std::string_view type, std::string_view line) {
-    return postWithSession("deletefromlist.cgi",
-                           "deletefromlist=" + std::string(line) + "&type=" + std::string(type) + "&END=1");
-  }
-};
-
-TEST_F(ListActionTest, AnEntryIsAddedToTheListOfThePostedType) {
-  EXPECT_EQ(add("FRIENDLIST", "Bob%40example.com"), redirectTo("displayFRIENDLIST.htm"));
-  EXPECT_EQ(add("subjectlist", "hello+world"), redirectTo("displaysubjectlist.htm"));
-  EXPECT_EQ(add("EnemyList", "spam"), redirectTo("displayEnemyList.htm"));
-  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "bob@example.com\r\n");
-  EXPECT_EQ(contentOf("\\data\\subjectlist.txt"), "hello world\r\n");
-  EXPECT_EQ(contentOf("\\data\\enemylist.txt"), "spam\r\n");
-  EXPECT_EQ(logged("FriendList add: bob%40example.com"), 1);
-  EXPECT_EQ(logged("SubjectList add: hello+world"), 1);
-  EXPECT_EQ(logged("EnemyList add: spam"), 1);
-}
-
-TEST_F(ListActionTest, AnyOtherTypeAddsNothingAnywhereAndIsAnsweredAllTheSame) {
-  for (const char* const type : {"", "friend", "FriendListX", "..\\FriendList", "message"}) {
-    EXPECT_EQ(add(type, "x"), redirectTo("display" + std::string(type) + ".htm")) << type;
-  }
-  EXPECT_THAT(form1.LogWindow.text(), Not(HasSubstr("add:")));
-  EXPECT_EQ(listFolder(inFolder("\\data"), ".txt").size(), 0u);
-}
-
-TEST_F(ListActionTest, ABlankEntryAddsNothing) {
-  EXPECT_EQ(add("FriendList", ""), redirectTo("displayFriendList.htm"));
-  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "(missing)");
-}
-
-TEST_F(ListActionTest, TheLineWithThatNumberIsRemovedCountedOverAllLinesFromZero) {
-  makeFile("\\data\\friendlist.txt", "zero\r\n\r\nTwo\r\nthree\r\n");
-  EXPECT_EQ(remove("FriendList", "2"), redirectTo("displayFriendList.htm"));
-  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "zero\r\n\r\nthree\r\n");
-  EXPECT_EQ(remove("FRIENDLIST", " 0 "), redirectTo("displayFRIENDLIST.htm"));
-  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "\r\nthree\r\n");
-}
-
-TEST_F(ListActionTest, ANumberThatNoLineHasRemovesNothing) {
-  makeFile("\\data\\friendlist.txt", "zero\r\none\r\n");
-  for (const char* const line : {"2", "-1", "0.5", "", " ", "x", "32768", "99999999999"}) {
-    EXPECT_EQ(remove("FriendList", line), redirectTo("displayFriendList.htm"));
-    EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "zero\r\none\r\n") << line;
-  }
-}
-
-TEST_F(ListActionTest, ARemovalTouchesNoFileButTheThreeLists) {
-  makeFile("\\Vornelle.txt", "a\r\nb\r\n");
-  makeFile("\\spam\\key1.txt", "a\r\nb\r\n");
-  for (const char* const type :
-       {"..\\Vornelle", "../Vornelle", "..\\spam\\key1", "", "friendlist.txt", "x"}) {
-    EXPECT_EQ(remove(type, "0"), redirectTo("display" + std::string(type) + ".htm"));
-  }
-  EXPECT_EQ(contentOf("\\Vornelle.txt"), "a\r\nb\r\n");
-  EXPECT_EQ(contentOf("\\spam\\key1.txt"), "a\r\nb\r\n");
-  EXPECT_EQ(listFolder(inFolder("\\data"), ".txt").size(), 0u);
-}
-
-TEST_F(ListActionTest, AListThatCannotBeReadIsNotReplacedByNothing) {
-  makeFile("\\data\\friendlist.txt", "zero\r\none\r\n");
-  sim::failReadsOf("riend");
-  EXPECT_EQ(remove("FriendList", "0"), redirectTo("displayFriendList.htm"));
-  sim::failReadsOf("");
-  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "zero\r\none\r\n");
-}
-
-TEST_F(ListActionTest, TheMessagePagesButtonsAddToTheEnemyListAndTheFriendList) {
-  EXPECT_EQ(postWithSession("add2black.cgi", "addtolist=Foe&END=1"), kBackAnswer);
-  EXPECT_EQ(postWithSession("ADD2WHITE.CGI", "ADDTOLIST=Friend&END=1"), kBackAnswer);
-  EXPECT_EQ(contentOf("\\data\\enemylist.txt"), "foe\r\n");
-  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "friend\r\n");
-}
-
-TEST_F(ListActionTest, AButtonWhoseEntryCannotBeReadAddsNothing) {
-  EXPECT_EQ(postWithSession("add2white.cgi", "addtolist=friend"), kBackAnswer);
-  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "(missing)");
-}
-
-TEST_F(ListActionTest, AFilterRunOnRequestIsLoggedRunsAndLeadsToTheSpamBox) {
-  EXPECT_EQ(getWithSession("mailfilter.cgi"), redirectTo("displayspambox.htm"));
-  EXPECT_EQ(logged("Filter mail (user request)"), 1);
-  EXPECT_EQ(logged("You need to set up your FriendList first!"), 1);
 }
 
 }  // namespace

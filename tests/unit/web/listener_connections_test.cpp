@@ -1,4 +1,4 @@
-// Connections that overlap, linger or die: who gets an answer, whose wait ends when, and what is released.
+// Connections that overlap or linger: who gets an answer and whose wait ends when.
 #include <vector>
 
 #include "platform/events.h"
@@ -202,6 +202,20 @@ TEST_F(ListenerTest, TheCompletedSendOfAnOlderConnectionClosesTheNewestOne) {
   EXPECT_EQ(newer.received(), "");
 }
 
+TEST_F(ListenerTest, ASendThatIsCompleteWithNoRequestPendingIsLoggedAndClosesNothing) {
+  sim::Client older = reluctant();
+  older.send(kLogout);
+  sim::advance(0);
+  EXPECT_EQ(answerTo(kLogout), kLogoutAnswer);  // the newer answer's completion has emptied the path
+  sim::Client newest;
+  sim::after(100, [&] { newest = connected(); });
+  sim::after(200, [&] { older.takeMore(1000); });
+  sim::advance(300);
+  EXPECT_EQ(older.received(), kLogoutAnswer);
+  EXPECT_EQ(logged(" request complete!"), 1);
+  EXPECT_FALSE(newest.closedByServer());
+}
+
 // ---- past the last index ----
 
 TEST_F(ListenerTest, TheLastIndexStillWorks) {
@@ -257,89 +271,6 @@ TEST_F(ListenerTest, ARequestThatCameMeanwhileStaysWhenAnAnswerCannotBeSent) {
   // The older handler has found the second request and made the page; it could not be sent either.
   EXPECT_EQ(sim::shell().downloadedUrls.size(), 1u);
   EXPECT_EQ(form1.requestPath, "");
-}
-
-// ---- dead connections ----
-
-TEST_F(ListenerTest, AConnectionWhosePeerGoesWithoutARequestEndsItsWait) {
-  sim::Client client = connected();
-  sim::after(100, [&] { client.disconnect(); });
-  sim::after(101, [&] { EXPECT_EQ(webServer.activeRequests, 0); });
-  sim::advance(200);
-  EXPECT_FALSE(form1.TimerWS_Timeout.enabled());
-  EXPECT_EQ(form1.LogWindow.text(), "");
-}
-
-TEST_F(ListenerTest, AnOlderConnectionWhosePeerGoesEndsItsWaitAsSoonAsTheNewerOnesHaveEnded) {
-  sim::Client older = connected();
-  sim::Client newer;
-  sim::after(100, [&] { newer = connected(); });
-  sim::after(200, [&] { older.disconnect(); });
-  sim::after(300, [&] { newer.disconnect(); });
-  sim::after(301, [&] { EXPECT_EQ(webServer.activeRequests, 0); });
-  sim::advance(400);
-  EXPECT_EQ(loadedConnections(), 1u);
-}
-
-TEST_F(ListenerTest, DeadConnectionsAreReleased) {
-  for (int i = 0; i < 2000; ++i) {
-    sim::Client client = connected();
-    if (i % 3 == 0) client.send("rubbish");
-    i % 2 == 0 ? client.disconnect() : client.reset();
-    sim::advance(10);
-    ASSERT_LE(loadedConnections(), 1u);
-    ASSERT_EQ(webServer.activeRequests, 0);
-  }
-  EXPECT_EQ(answerTo(kLogout), kLogoutAnswer);
-}
-
-TEST_F(ListenerTest, ATimedOutConnectionIsReleasedOnceItsPeerGoes) {
-  std::vector<sim::Client> silent;
-  for (int i = 0; i < 50; ++i) silent.push_back(connected());
-  sim::advance(31000);
-  EXPECT_EQ(loadedConnections(), 50u);
-  silent.clear();
-  sim::advance(0);
-  EXPECT_EQ(loadedConnections(), 1u);  // the newest one may still be sent to
-}
-
-TEST_F(ListenerTest, ADeadOlderConnectionDoesNotTakeTheOthersTimeOutAway) {
-  sim::Client silent = connected();
-  sim::Client dead;
-  sim::after(10000, [&] { dead = connected(); });
-  sim::after(11000, [&] { dead.disconnect(); });
-  std::vector<int> active;
-  for (const int at : {12000, 41001}) {
-    sim::after(at, [&] { active.push_back(webServer.activeRequests); });
-  }
-  sim::advance(42000);
-  EXPECT_THAT(active, ElementsAre(1, 0));
-}
-
-TEST_F(ListenerTest, AnOlderConnectionThatHasAskedAndFinishedSendingIsKeptUntilItsSendIsComplete) {
-  sim::Client older = reluctant();
-  older.send(kLogout);
-  older.finishSending();
-  sim::advance(0);
-  sim::Client newer;
-  sim::after(100, [&] { newer = connected(); });
-  sim::after(200, [&] { older.takeMore(1000); });
-  sim::advance(300);
-  EXPECT_EQ(older.received(), kLogoutAnswer);
-  EXPECT_EQ(logged("logout.cgi request complete!"), 1);
-  EXPECT_EQ(form1.requestPath, "");
-}
-
-TEST_F(ListenerTest, ALateRequestOnATimedOutConnectionIsTakenByTheNextOne) {
-  sim::Client late = connected();
-  sim::advance(31000);
-  late.send(kLogout);
-  sim::advance(0);
-  EXPECT_EQ(form1.requestPath, "/logout.cgi");
-  sim::Client next = connected();
-  sim::advance(0);
-  EXPECT_EQ(next.received(), kLogoutAnswer);
-  EXPECT_EQ(late.received(), "");
 }
 
 }  // namespace

@@ -107,6 +107,25 @@ TEST_F(ListenerTest, TheLogLineOfACompletedRequestShowsThePathAsRewritten) {
   EXPECT_EQ(logged("index.htm request complete!"), 1);
 }
 
+TEST_F(ListenerTest, ACompletedRequestIsLoggedBeforeItsConnectionIsClosed) {
+  sim::Client client = connected();
+  bool closedThen = true;
+  form1.LogWindow.onAppend = [&](std::string_view line) {
+    if (line.ends_with("logout.cgi request complete!\r\n")) closedThen = client.closedByServer();
+  };
+  client.send(kLogout);
+  sim::advance(0);
+  EXPECT_FALSE(closedThen);
+  EXPECT_TRUE(client.closedByServer());
+}
+
+TEST_F(ListenerTest, TheTimersTickSaysThatTheTimeIsOverAndLeavesTheTimerOn) {
+  form1.TimerWS_Timeout.setEnabled(true);
+  form1.TimerWS_Timeout.tick();
+  EXPECT_TRUE(form1.wsTimedOut);
+  EXPECT_TRUE(form1.TimerWS_Timeout.enabled());
+}
+
 TEST_F(ListenerTest, ManyRequestsOneAfterTheOther) {
   for (int i = 1; i <= 300; ++i) {
     ASSERT_EQ(answerTo(kLogout), kLogoutAnswer);

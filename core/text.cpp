@@ -94,6 +94,20 @@ std::string_view trim(std::string_view text) {
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
+std::string_view trimBlanksAndTabs(std::string_view text) {
+  constexpr std::string_view kWhiteSpace = " \t";
+  const std::size_t start = text.find_first_not_of(kWhiteSpace);
+  if (start == std::string_view::npos) return {};
+  return text.substr(start, text.find_last_not_of(kWhiteSpace) + 1 - start);
+}
+
+int hexDigitValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
 std::string replaceAll(std::string_view text, std::string_view find, std::string_view with) {
   if (find.empty()) return std::string(text);
   return replaceFound(text, find.size(), with, [&](std::size_t from) { return text.find(find, from); });

@@ -21,6 +21,11 @@ inline constexpr std::string_view kCrLf = "\r\n";
 [[nodiscard]] bool containsNoCase(std::string_view text, std::string_view find);
 
 [[nodiscard]] std::string_view trim(std::string_view text);
+// The same for blanks and tabs: the white space of mail and of HTTP.
+[[nodiscard]] std::string_view trimBlanksAndTabs(std::string_view text);
+
+// What a hexadecimal digit stands for; -1 for any other character.
+[[nodiscard]] int hexDigitValue(char c);
 
 // Every occurrence, left to right, without looking again at what was put in. An empty `find` changes nothing.
 [[nodiscard]] std::string replaceAll(std::string_view text, std::string_view find, std::string_view with);

@@ -14,18 +14,6 @@ bool holdsAsterisk(const std::string& text) {
   return text.find('*') != std::string::npos;
 }
 
-void putComponentIntoSlot() {
-  currentMail = std::make_unique<MailComponent>();
-  currentMail->setSmtpServer(settings.SMTP_SERVER);
-  currentMail->setPopServer(settings.POP_SERVER);
-  currentMail->setPopAccount(settings.POP_ACCOUNT);
-  currentMail->setPopPassword(settings.POP_PASSWORD);
-  if (settings.SMTP_USER.empty()) return;
-  currentMail->setSmtpUser(settings.SMTP_USER);
-  currentMail->setSmtpPassword(settings.SMTP_PASSWORD);
-  currentMail->setSmtpAuthMethod("LOGIN");
-}
-
 bool reportFailure(const char* text) {
   beep();
   messageBox(text);
@@ -35,7 +23,7 @@ bool reportFailure(const char* text) {
 // True when no test failed. A mail task that runs while one of the boxes is open takes the slot over; the
 // tests then find no component and fail.
 bool testConnections() {
-  putComponentIntoSlot();
+  newMailComponent();
   messageBox("Vornelle will now attempt to connect to servers.\nThis may take a few seconds.");
   bool passed = true;
   if (!settings.POP_SERVER.empty() && !(currentMail && currentMail->popConnect())) {

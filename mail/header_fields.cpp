@@ -20,12 +20,6 @@ std::size_t fieldNameLength(std::string_view line) {
   return colon < line.size() && line[colon] == ':' ? length : 0;
 }
 
-std::string_view trimBlanks(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
-  return text;
-}
-
 }  // namespace
 
 std::string_view takeLine(std::string_view& rest) {
@@ -65,7 +59,7 @@ std::optional<std::string> HeaderFields::field(std::string_view name) const {
     if (fieldNameLength(line) != name.size() || !startsWithNoCase(line, name)) continue;
     std::string value(line.substr(line.find(':') + 1));
     while (!rest.empty() && isBlank(rest.front())) value += takeLine(rest);
-    return std::string(trimBlanks(value));
+    return std::string(trimBlanksAndTabs(value));
   }
   return std::nullopt;
 }
@@ -78,7 +72,7 @@ std::string HeaderFields::fieldText(std::string_view name) const {
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < ' ' && c != '\t') c = ' ';
   }
-  return std::string(trimBlanks(text));
+  return std::string(trimBlanksAndTabs(text));
 }
 
 }  // namespace vornelle

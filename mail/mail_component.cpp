@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kPopPort = 110;
 constexpr int kSmtpPort = 25;
-constexpr std::int16_t kTimeoutSeconds = 30;
+constexpr std::int16_t kDefaultTimeoutSeconds = 30;
 constexpr std::int32_t kSent = 1;
 constexpr std::int32_t kNotSent = 0;
 
@@ -62,7 +62,7 @@ std::unique_ptr<MailComponent> currentMail;
 struct MailComponent::Impl {
   std::string popServer, popAccount, popPassword;
   std::string smtpServer, smtpUser, smtpPassword, smtpAuthMethod;
-  std::int16_t timeoutSeconds = kTimeoutSeconds;
+  std::int16_t timeoutSeconds = kDefaultTimeoutSeconds;
   std::unique_ptr<Pop3Client> pop;
   std::unique_ptr<SmtpClient> smtp;
 
@@ -203,8 +203,18 @@ MailComponent& newPopComponent() {
   currentMail->setPopServer(settings.POP_SERVER);
   currentMail->setPopAccount(settings.POP_ACCOUNT);
   currentMail->setPopPassword(settings.POP_PASSWORD);
-  currentMail->setTimeoutSeconds(kTimeoutSeconds);
+  currentMail->setTimeoutSeconds(settings.mailTimeoutSeconds);
   return *currentMail;
+}
+
+MailComponent& newMailComponent() {
+  MailComponent& component = newPopComponent();
+  component.setSmtpServer(settings.SMTP_SERVER);
+  if (settings.SMTP_USER.empty()) return component;
+  component.setSmtpUser(settings.SMTP_USER);
+  component.setSmtpPassword(settings.SMTP_PASSWORD);
+  component.setSmtpAuthMethod("LOGIN");
+  return component;
 }
 
 }  // namespace vornelle

@@ -1,10 +1,10 @@
-// The mail component: the program's POP3 and SMTP client as the rest of the program sees it, and its result objects.
-// Nothing else speaks a mail protocol.
+// The mail component: the program's POP3 and SMTP client as the rest of the program sees it, and its result
+// objects. Nothing else speaks a mail protocol.
 //
-// Each mail task puts a new component into the one program-wide slot, configures it, works, and releases it, which ends
-// the session politely (QUIT, so that deletions take effect) unless a protocol or network error has killed the session:
-// then it ends without QUIT and the server deletes nothing. A task that starts while another one yields replaces the
-// component; the older task's later operations then find none and fail.
+// Each mail task puts a new component into the one program-wide slot, configures it, works, and releases it,
+// which ends the session politely (QUIT, so that deletions take effect) unless a protocol or network error
+// has killed the session: then it ends without QUIT and the server deletes nothing. A task that starts while
+// another one yields replaces the component; the older task's later operations then find none and fail.
 #pragma once
 
 #include <cstdint>
@@ -24,11 +24,15 @@ class SmtpClient;
 class MailMessage {
  public:
   [[nodiscard]] const std::string& getSubject() const { return subject; }
-  [[nodiscard]] const std::string& getFromAddress() const { return from; }  // the whole From field, unfolded, decoded
+  [[nodiscard]] const std::string& getFromAddress() const {
+    return from;
+  }  // the whole From field, unfolded, decoded
   [[nodiscard]] const std::string& getFromDisplay() const { return from; }
   // Seconds since 1970 UTC; nullopt when the message has no date that can be read.
   [[nodiscard]] std::optional<std::int64_t> getDate() const { return date; }
-  [[nodiscard]] const std::string& getRawText() const { return rawText; }  // the source exactly as received, CR LF
+  [[nodiscard]] const std::string& getRawText() const {
+    return rawText;
+  }  // the source exactly as received, CR LF
   [[nodiscard]] const std::string& getPlainBody() const { return plainBody; }
   [[nodiscard]] const std::string& getHtmlBody() const { return htmlBody; }
   [[nodiscard]] const std::string& getBodyText(int /*option*/) const { return bodyText; }
@@ -78,13 +82,13 @@ class MailComponent {
   void setSmtpServer(std::string host);
   void setSmtpUser(std::string user);
   void setSmtpPassword(std::string password);
-  void setSmtpAuthMethod(std::string method);  // "LOGIN"
+  void setSmtpAuthMethod(std::string method);    // "LOGIN"
   void setTimeoutSeconds(std::int16_t seconds);  // for each network wait; 30 when never set
 
   // Connects and logs on (USER, PASS; RFC 1939). False on any failure.
   [[nodiscard]] bool popConnect();
-  // Headers, sizes and unique-ids of every message; null on failure. A message whose unique-id cannot be told has an
-  // empty one: it can be neither fetched nor deleted.
+  // Headers, sizes and unique-ids of every message; null on failure. A message whose unique-id cannot be told
+  // has an empty one: it can be neither fetched nor deleted.
   [[nodiscard]] std::unique_ptr<HeaderList> popGetHeaderList(int option);
   // The whole message; null on failure, and then it is not deleted in this session either.
   [[nodiscard]] std::unique_ptr<MailMessage> popGetMessage(const std::string& uidl);
@@ -94,12 +98,15 @@ class MailComponent {
 
   // Connects and greets (EHLO, HELO where that is refused; RFC 5321). False on any failure.
   [[nodiscard]] bool smtpConnect();
-  // Connects and greets if that has not been done, then authenticates (AUTH LOGIN, RFC 4954) when a user is set.
+  // Connects and greets if that has not been done, then authenticates (AUTH LOGIN, RFC 4954) when a user is
+  // set.
   [[nodiscard]] bool smtpLogin();
   // Sends the text (dot-stuffed on the wire only). 1: sent. Anything else: not sent.
-  [[nodiscard]] std::int32_t smtpSendRaw(const std::string& from, const std::string& to, const std::string& text);
+  [[nodiscard]] std::int32_t smtpSendRaw(const std::string& from, const std::string& to,
+                                         const std::string& text);
 
-  // Parses the source text of a message. Size is the length of the text. Never fails; missing fields are empty.
+  // Parses the source text of a message. Size is the length of the text. Never fails; missing fields are
+  // empty.
   [[nodiscard]] static std::unique_ptr<MailMessage> loadMessageText(std::string text);
   // The same from a file; null when it cannot be read.
   [[nodiscard]] static std::unique_ptr<MailMessage> loadMessageFile(const std::string& path);
@@ -114,5 +121,7 @@ extern std::unique_ptr<MailComponent> currentMail;
 
 // Puts a new component into the slot, configured with the POP3 settings and the time-out.
 MailComponent& newPopComponent();
+// The same with the SMTP server besides, and its user where there is one.
+MailComponent& newMailComponent();
 
 }  // namespace vornelle

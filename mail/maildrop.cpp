@@ -11,21 +11,15 @@ namespace {
 
 constexpr std::size_t kMostUidlBytes = 128U << 20;
 
-std::string_view trimBlanks(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
-  return text;
-}
-
 // Takes the message number off the start of the line; what is left starts with a blank or is empty.
 std::optional<std::int32_t> takeNumber(std::string_view& line) {
-  line = trimBlanks(line);
+  line = trimBlanksAndTabs(line);
   std::int32_t number = 0;
   const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), number);
   if (error != std::errc{} || number < 1) return std::nullopt;
   line.remove_prefix(static_cast<std::size_t>(end - line.data()));
   if (!line.empty() && line.front() != ' ' && line.front() != '\t') return std::nullopt;
-  line = trimBlanks(line);
+  line = trimBlanksAndTabs(line);
   return number;
 }
 

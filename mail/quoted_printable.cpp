@@ -1,19 +1,14 @@
 #include "mail/quoted_printable.h"
 
+#include "core/text.h"
+
 namespace vornelle {
 namespace {
-
-int hexValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
 
 // The byte that the two digits at `at` stand for; -1 when they are none.
 int escapedByte(std::string_view text, std::size_t at) {
   if (at + 1 >= text.size()) return -1;
-  const int high = hexValue(text[at]), low = hexValue(text[at + 1]);
+  const int high = hexDigitValue(text[at]), low = hexDigitValue(text[at + 1]);
   return high < 0 || low < 0 ? -1 : high * 16 + low;
 }
 

@@ -1,5 +1,8 @@
 #include "mail/spambox_store.h"
 
+#include <new>
+#include <stdexcept>
+
 #include "core/text.h"
 #include "platform/files.h"
 
@@ -12,10 +15,6 @@ enum class EncodedLetters { none, capitals, all };
 
 std::string spamFolder() {
   return applicationFolder() + "\\spam";
-}
-
-bool isHexDigit(char c) {
-  return (c >= '0' && c <= '9') || (toLowerChar(c) >= 'a' && toLowerChar(c) <= 'f');
 }
 
 bool isCapital(char c) {
@@ -48,7 +47,7 @@ bool isDeviceName(std::string_view uidl) {
 bool mustBeEncoded(std::string_view uidl, std::size_t at) {
   const char c = uidl[at];
   const std::string_view rest = uidl.substr(at);
-  if (c == '%') return rest.size() >= 3 && isHexDigit(rest[1]) && isHexDigit(rest[2]);
+  if (c == '%') return rest.size() >= 3 && hexDigitValue(rest[1]) >= 0 && hexDigitValue(rest[2]) >= 0;
   if (c == '.' && startsWithNoCase(rest, kEnding)) return true;
   if ((c == '.' || c == ' ') && rest.size() == 1) return true;
   constexpr std::string_view kRefused = "<>:\"/\\|?*";
@@ -61,10 +60,10 @@ std::string encode(std::string_view uidl, EncodedLetters letters) {
   std::string key;
   for (std::size_t at = 0; at < uidl.size(); ++at) {
     const char c = uidl[at];
-    const bool encodedLetter = letters == EncodedLetters::all        ? isLetter(c)
-                               : letters == EncodedLetters::capitals ? isCapital(c)
-                                                                     : false;
-    if (encodedLetter || (device && isLetter(c) && key.find('%') == std::string::npos) ||
+    const bool encodedByChoice = letters == EncodedLetters::all        ? isLetter(c) || c == '~'
+                                 : letters == EncodedLetters::capitals ? isCapital(c) || c == '~'
+                                                                       : false;
+    if (encodedByChoice || (device && isLetter(c) && key.find('%') == std::string::npos) ||
         mustBeEncoded(uidl, at)) {
       const auto code = static_cast<unsigned char>(c);
       key.append({'%', kHexDigits[code >> 4], kHexDigits[code & 15]});
@@ -75,7 +74,8 @@ std::string encode(std::string_view uidl, EncodedLetters letters) {
   return key;
 }
 
-// True when the file of that key belongs to another key: the names differ in letter case.
+// True when the file of that key belongs to another key: the names differ in letter case, or the key is the
+// short name that Windows gives a long one besides ("123456~1.txt").
 bool isTaken(const std::string& key) {
   if (!fileExists(spamPath(key))) return false;
   const std::string name = key + std::string(kEnding);
@@ -92,15 +92,26 @@ std::string spamPath(std::string_view key) {
 }
 
 std::string spamKey(std::string_view uidl) {
+  return firstFreeKey(uidl, isTaken);
+}
+
+std::string firstFreeKey(std::string_view uidl, const std::function<bool(const std::string& key)>& isTaken) {
   for (const EncodedLetters letters : {EncodedLetters::none, EncodedLetters::capitals}) {
     std::string key = encode(uidl, letters);
     if (!isTaken(key)) return key;
   }
+  // Nobody else's: without letters and tildes it is no other name in other letters, and no short name.
   return encode(uidl, EncodedLetters::all);
 }
 
 bool saveSpam(std::string_view key, std::string rawText) {
-  rawText += kCrLf;
+  try {
+    rawText += kCrLf;
+  } catch (const std::bad_alloc&) {
+    return false;
+  } catch (const std::length_error&) {
+    return false;
+  }
   return writeFile(spamPath(key), rawText);
 }
 

@@ -8,15 +8,17 @@
 //   device name
 //   ("%43ON"), the dot of ".txt" inside ("a%2Etxt2"; listings cut a name at its first ".txt"), and a percent
 //   sign that would read as an encoding.
-// - File names ignore letter case and unique-ids do not. Where "uid" is taken by the file of "UID", the
-// capital letters
-//   are percent-encoded as well, and where even that is taken, all letters.
+// - File names ignore letter case and unique-ids do not; and Windows gives a file with a long name a short
+// one besides
+//   ("123456~1.txt"). Where a name is taken by the file of another key, capital letters and tildes are
+//   percent-encoded as well, and where even that is taken, all letters.
 //
 // So a key can be decoded to one unique-id only, and two unique-ids never share a file. A message without a
 // unique-id has no key and cannot be saved.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,9 +30,12 @@ namespace vornelle {
 
 // The key under which the message with this unique-id, which is not empty, is saved or would be saved.
 [[nodiscard]] std::string spamKey(std::string_view uidl);
+// The same, where `isTaken` says which keys lead to the file of another one.
+[[nodiscard]] std::string firstFreeKey(std::string_view uidl,
+                                       const std::function<bool(const std::string& key)>& isTaken);
 
 // Saves the message's source, followed by CR LF, in place of an earlier file of that key. False when it could
-// not be written whole; then nothing has changed.
+// not be written whole, or the memory does not suffice; then nothing has changed.
 [[nodiscard]] bool saveSpam(std::string_view key, std::string rawText);
 
 // Leaves a file with nothing but CR LF for a message that could not be retrieved. A file that is there

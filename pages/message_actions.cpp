@@ -28,19 +28,12 @@ struct CheckedRow {
   std::string sender;
 };
 
-int hexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
-
 // Browsers encode what they find in a link (a blank, a letter beyond ASCII) when they follow it.
 std::string percentDecode(std::string_view text) {
   std::string decoded;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const int high = text[i] == '%' && i + 2 < text.size() ? hexDigit(text[i + 1]) : -1;
-    const int low = high >= 0 ? hexDigit(text[i + 2]) : -1;
+    const int high = text[i] == '%' && i + 2 < text.size() ? hexDigitValue(text[i + 1]) : -1;
+    const int low = high >= 0 ? hexDigitValue(text[i + 2]) : -1;
     if (low >= 0) {
       decoded += static_cast<char>(high * 16 + low);
       i += 2;

@@ -56,20 +56,8 @@ void takePostedSettings() {
   }
 }
 
-void putComponentIntoSlot() {
-  currentMail = std::make_unique<MailComponent>();
-  currentMail->setPopServer(settings.POP_SERVER);
-  currentMail->setPopAccount(settings.POP_ACCOUNT);
-  currentMail->setPopPassword(settings.POP_PASSWORD);
-  currentMail->setSmtpServer(settings.SMTP_SERVER);
-  if (settings.SMTP_USER.empty()) return;
-  currentMail->setSmtpAuthMethod("LOGIN");
-  currentMail->setSmtpUser(settings.SMTP_USER);
-  currentMail->setSmtpPassword(settings.SMTP_PASSWORD);
-}
-
 std::string testConnections() {
-  putComponentIntoSlot();
+  newMailComponent();
   std::string alerts;
   if (!settings.POP_SERVER.empty() && !currentMail->popConnect()) {
     beep();

@@ -20,12 +20,6 @@ bool isControl(char c) {
   return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
-std::string_view trimBlanksAndTabs(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
-  return text;
-}
-
 // One line without its end, and the rest behind it. A bare LF ends a line too (RFC 9112, 2.2).
 std::string_view takeLine(std::string_view& block) {
   const std::size_t end = block.find('\n');

@@ -127,5 +127,20 @@ TEST(Text, AnEndAtTheVeryEndStartsNoFurtherLine) {
   EXPECT_THAT(splitLines(""), IsEmpty());
 }
 
+TEST(Text, BlanksAndTabsGoFromBothEnds) {
+  EXPECT_EQ(trimBlanksAndTabs(" \t a \t b\t "), "a \t b");
+  EXPECT_EQ(trimBlanksAndTabs(" \t "), "");
+  EXPECT_EQ(trimBlanksAndTabs(""), "");
+  EXPECT_EQ(trimBlanksAndTabs("\ra\n"), "\ra\n");
+}
+
+TEST(Text, HexadecimalDigitsHaveValuesInEitherCase) {
+  EXPECT_EQ(hexDigitValue('0'), 0);
+  EXPECT_EQ(hexDigitValue('9'), 9);
+  EXPECT_EQ(hexDigitValue('a'), 10);
+  EXPECT_EQ(hexDigitValue('F'), 15);
+  for (const char c : {'/', ':', '@', 'G', '`', 'g', '\0', '\xE4'}) EXPECT_EQ(hexDigitValue(c), -1) << c;
+}
+
 }  // namespace
 }  // namespace vornelle

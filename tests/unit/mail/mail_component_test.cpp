@@ -117,5 +117,14 @@ TEST_F(MailComponentTest, ANewPopComponentHasTheSettingsAndEndsTheOldSession) {
   currentMail.reset();
 }
 
+TEST_F(MailComponentTest, ANewPopComponentWaitsAsLongAsTheSettingsSay) {
+  mailbox->stallsAt = "GREETING";
+  settings.POP_SERVER = "mail.example";
+  settings.mailTimeoutSeconds = 11;
+  EXPECT_FALSE(newPopComponent().popConnect());
+  EXPECT_EQ(11'000, sim::elapsedMilliseconds());
+  currentMail.reset();
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -255,5 +255,18 @@ TEST_F(SpamBoxStore, TwoUniqueIdsNeverShareAFile) {
   }
 }
 
+TEST(SpamBoxKeys, AKeyThatIsTheShortNameOfAnotherFileIsEncoded) {
+  const auto shortName = [](const std::string& key) { return key == "123456~1" || key == "ABCDEF~1"; };
+  EXPECT_EQ(firstFreeKey("123456~1", shortName), "123456%7E1");
+  EXPECT_EQ(firstFreeKey("ABCDEF~1", shortName), "%41%42%43%44%45%46%7E1");
+  EXPECT_EQ(firstFreeKey("123456~2", shortName), "123456~2");
+}
+
+TEST(SpamBoxKeys, WhereEverythingElseIsTakenNoLetterAndNoTildeIsLeft) {
+  const auto all = [](const std::string&) { return true; };
+  EXPECT_EQ(firstFreeKey("aB~1", all), "%61%42%7E1");
+  EXPECT_EQ(firstFreeKey("%61%42%7E1", all), "%2561%2542%257%451") << "and nobody else's key is the same";
+}
+
 }  // namespace
 }  // namespace vornelle

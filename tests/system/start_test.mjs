@@ -54,6 +54,15 @@ describe('start', { concurrency: 3 }, () => {
     }));
   }
 
+  test('WithoutTheDataFolderItEndsInTheSameWay', () => withApplication({}, async (app) => {
+    fs.rmSync(app.path('data'), { recursive: true });
+    app.process = launch(app.folder);
+    await app.ended();
+    assert.match(app.process.errors, /Missing installation files\. Please reinstall\./);
+    assert.ok(!app.exists('data'), 'it comes with the installation');
+    assert.deepEqual(app.events().slice(-2), CLOSING);
+  }));
+
   test('TemplatesAndListsAreFoundInAnyLetterCase', () => withApplication({}, async (app) => {
     for (const name of fs.readdirSync(app.path('data'))) {
       fs.renameSync(app.path(`data/${name}`), app.path(`data/${name.toUpperCase()}`));

@@ -103,6 +103,12 @@ TEST_F(TemplateTest, TheSharedHeaderIsFilledInAndItsMarkersToo) {
   EXPECT_EQ(filled("[<!--sstop-->]", {{"<!--OWN-->", "mine"}}), "[<a href='x?s=ABC'>mine]");
 }
 
+TEST_F(TemplateTest, TheSharedHeaderIsReadAfterTheTemplate) {
+  makeFile("\\data\\top.inc", "before");
+  sim::after(0, [] { makeFile("\\data\\top.inc", "after"); });  // served once the template has been read
+  EXPECT_EQ(filled("<!--SSTOP-->"), "after");
+}
+
 TEST_F(TemplateTest, AMissingHeaderFillsItsMarkerWithNothing) {
   EXPECT_EQ(filled("[<!--SSTOP-->]"), "[]");
 }

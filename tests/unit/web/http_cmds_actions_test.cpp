@@ -190,6 +190,14 @@ TEST_F(ListActionTest, AFilterRunOnRequestIsLoggedBeforeItRuns) {
             form1.LogWindow.text().find("You need to set up your FriendList first!"));
 }
 
+TEST_F(ListActionTest, ARedirectCarriesTheSessionAsItIsAfterTheAction) {
+  form1.LogWindow.onAppend = [](std::string_view line) {
+    if (line.ends_with("Filter mail (user request)\r\n")) form1.sessionId = "";  // it ends in mid-run
+  };
+  EXPECT_EQ(getWithSession("mailfilter.cgi"),
+            "<script language='Javascript'>window.location='displayspambox.htm?s='</script>\r\n");
+}
+
 TEST_F(ListActionTest, AFilterRunOnRequestIsLoggedRunsAndLeadsToTheSpamBox) {
   EXPECT_EQ(getWithSession("mailfilter.cgi"), redirectTo("displayspambox.htm"));
   EXPECT_EQ(logged("Filter mail (user request)"), 1);

@@ -39,6 +39,7 @@ void resetProgramState() {
   form1.onRaise = nullptr;
 
   form1.isClosingDuplicate = false;
+  form1.closingLines = 0;
   form1.settingsUnread = false;
   form1.minutesSinceCheck = 0;
   form1.sessionId.clear();

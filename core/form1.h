@@ -40,6 +40,7 @@ struct Form1 {
 
   // Counters and flags.
   bool isClosingDuplicate = false;
+  int closingLines = 0;         // of the two lines with which a run ends, those that the log file has
   bool settingsUnread = false;  // the settings file holds what the record does not: the end must not save
   std::int32_t minutesSinceCheck = 0;  // towards the next automatic filter run
 

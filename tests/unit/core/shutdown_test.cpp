@@ -52,6 +52,23 @@ TEST_F(Shutdown, TheIconGoesAfterTheTwoLines) {
   EXPECT_FALSE(sim::shell().iconShown);
 }
 
+TEST_F(Shutdown, ASecondEndInTheMiddleOfTheFirstWritesNoLineTwice) {
+  const std::string lines =
+      "[11-15-26 01:55 AM] ***Closing Vornelle***\r\n[11-15-26 01:55 AM] ************************\r\n";
+  for (const char* ending : {"***Closing Vornelle***\r\n", "************************\r\n"}) {
+    sim::reset();
+    resetProgramState();
+    form1.LogWindow.onAppend = [&](std::string_view line) {
+      if (!line.ends_with(ending)) return;
+      form1.LogWindow.onAppend = nullptr;
+      sim::after(0, [] { Form1_Unload(); });
+    };
+    EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);
+    EXPECT_EQ(contentOf("\\Vornelle.log"), lines) << ending;
+    EXPECT_TRUE(fileExists(inFolder("\\Vornelle.ini")));
+  }
+}
+
 TEST_F(Shutdown, AClickServedWhileClosingIsStillSaved) {
   sim::after(0, [] { form1.ckTestMode.setChecked(true); });
   EXPECT_THROW(Form1_Unload(), sim::ProcessEnded);

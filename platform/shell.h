@@ -8,9 +8,11 @@ namespace vornelle {
 
 void beep();
 
+enum class MessageIcon { none, information };
+
 // A box with an OK button and the program's default title ("Vornelle"), brought to the foreground; returns when it has
 // been answered. Events are served meanwhile where there is a screen.
-void messageBox(const std::string& text);
+void messageBox(const std::string& text, MessageIcon icon = MessageIcon::none);
 
 // True when another copy of the program runs in the same application folder. The first call settles it for the process
 // and, when there is none, marks this copy as the running one until the process ends.

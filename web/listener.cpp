@@ -166,7 +166,7 @@ void listenerStart() {
   socket.close();
   socket.onConnectionRequest = sckWS_ConnectionRequest;
   if (listenOnFreePort(socket)) return;
-  messageBox("Error on loading winsock.");
+  messageBox("Error on loading winsock.", MessageIcon::information);
   socket.close();
 }
 

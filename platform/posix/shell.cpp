@@ -124,7 +124,7 @@ bool flushesToDisk() {
 
 void beep() {}
 
-void messageBox(const std::string& text) {
+void messageBox(const std::string& text, MessageIcon /*icon*/) {
   std::fprintf(stderr, "Vornelle: %s\n", text.c_str());
   std::fflush(stderr);
 }

@@ -28,8 +28,9 @@ void beep() {
   ++sim::shell().beeps;
 }
 
-void messageBox(const std::string& text) {
+void messageBox(const std::string& text, MessageIcon icon) {
   sim::shell().messageBoxes.push_back(text);
+  sim::shell().messageIcons.push_back(icon);
   const std::function<void(const std::string&)> whileOpen = sim::shell().onMessageBox;
   if (whileOpen) whileOpen(text);
 }

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "platform/clock.h"
+#include "platform/shell.h"
 #include "platform/socket.h"
 
 namespace vornelle::sim {
@@ -88,6 +89,7 @@ int connectionsMade();
 struct Shell {
   int beeps = 0;
   std::vector<std::string> messageBoxes;
+  std::vector<MessageIcon> messageIcons;  // of the same boxes
   std::function<void(const std::string&)> onMessageBox;  // run while the box is open; may serve events
   bool previousInstance = false;
   std::string startupFolder;                     // "" : getSpecialFolderPath fails

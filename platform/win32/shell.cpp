@@ -63,10 +63,11 @@ void beep() {
   MessageBeep(MB_OK);
 }
 
-void messageBox(const std::string& text) {
+void messageBox(const std::string& text, MessageIcon icon) {
   const HWND owner = messageBoxOwner();
   const UINT modality = owner ? MB_APPLMODAL : MB_TASKMODAL;
-  MessageBoxW(owner, win32::widen(text).c_str(), L"Vornelle", MB_OK | MB_SETFOREGROUND | modality);
+  const UINT picture = icon == MessageIcon::information ? MB_ICONINFORMATION : 0;
+  MessageBoxW(owner, win32::widen(text).c_str(), L"Vornelle", MB_OK | MB_SETFOREGROUND | modality | picture);
 }
 
 bool previousInstanceRunning() {

@@ -77,14 +77,34 @@ test('With START_MINIMIZED there is no window to see, only the icon, and the ico
   assert.equal(app.settings().START_MINIMIZED, 'TRUE');
 });
 
+// The text of a message box makes room for an icon; the place for one is always there under Wine.
+function hasIcon(box) {
+  const parts = box.children.filter((child) => child.class === 'Static');
+  const icon = parts.find((part) => !part.text);
+  return Boolean(icon) && parts.find((part) => part.text).rect[0] >= icon.rect[2];
+}
+
 test('A missing template is told in a message box; then the program ends and the settings are saved', async () => {
   const app = await desktop.install();
   fs.rmSync(app.path('data/top.inc'));
   const before = app.read('Vornelle.ini');
   await desktop.run(app, { listens: false });
-  assert.equal(await desktop.answerBox(30000), 'Missing installation files. Please reinstall.');
+  const box = await desktop.messageBox(30000);
+  assert.ok(!hasIcon(box), JSON.stringify(box));
+  assert.equal(await desktop.answerBox(), 'Missing installation files. Please reinstall.');
   await assertClosed(app);
   assert.notEqual(app.read('Vornelle.ini'), before);
+});
+
+test('Without a port a message box with an icon says so, and the program goes on without its web server', async () => {
+  const app = await desktop.install({ settings: { HTTP_PORT_CFG: '65536' } });
+  await desktop.run(app, { listens: false });
+  const box = await desktop.messageBox(30000);
+  assert.ok(hasIcon(box), JSON.stringify(box));
+  assert.equal(await desktop.answerBox(), 'Error on loading winsock.');
+  await desktop.main({ visible: true });
+  await desktop.clickMenu('Exit');
+  await assertClosed(app);
 });
 
 test('A second copy in the same folder says so, waits, and leaves the settings alone', async () => {

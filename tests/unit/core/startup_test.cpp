@@ -133,6 +133,7 @@ TEST_F(Startup, AnyMissingTemplateEndsTheProgramAfterItsMessage) {
     EXPECT_THROW(Form1_Load(), sim::ProcessEnded) << missing;
     EXPECT_THAT(sim::shell().messageBoxes, ElementsAre("Missing installation files. Please reinstall."))
         << missing;
+    EXPECT_THAT(sim::shell().messageIcons, ElementsAre(MessageIcon::none));
     EXPECT_EQ(box(),
               std::string(kBanner) + stamped("***Closing Vornelle***") + stamped("************************"))
         << missing;

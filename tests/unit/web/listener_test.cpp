@@ -61,6 +61,11 @@ TEST_F(ListenerStartTest, TheWalkEndsAtTheLastPortWithAMessageBoxAndTheProgramGo
   EXPECT_EQ(listenerPort(), 0);
 }
 
+TEST_F(ListenerStartTest, TheMessageThatThereIsNoPortHasAnInformationIcon) {
+  startOn(65536);
+  EXPECT_THAT(sim::shell().messageIcons, ElementsAre(MessageIcon::information));
+}
+
 TEST_F(ListenerStartTest, APortAboveTheLastOneFailsAtOnce) {
   startOn(65536);
   EXPECT_THAT(sim::shell().messageBoxes, ElementsAre("Error on loading winsock."));

@@ -165,6 +165,19 @@ TEST_F(SessionTest, TheLoginPageShowsTheVersionAndNoMinutes) {
   EXPECT_FALSE(form1.suppressTitleMinutes);
 }
 
+TEST_F(SessionTest, TheLoginPageHasNoSharedHeaderNoSessionAndNoReload) {
+  logIn();
+  makeFile("\\data\\top.inc", "top");
+  const std::string markers = "<head></head><!--SSTOP--><!--SSSESSION--><!--SSPAGEDESC-->";
+  makeFile("\\data\\login.htm", markers);
+  EXPECT_EQ(loginPage(""), markers);
+}
+
+TEST_F(SessionTest, ATextInTheAnnouncementIsNoMarkerOfThePage) {
+  sim::shell().downloads[announcementUrl()] = "<!--SSVERSION--><!--SSINFO-->";
+  EXPECT_THAT(loginPage("notice"), HasSubstr("<p><!--SSVERSION--><!--SSINFO--></p>"));
+}
+
 TEST_F(SessionTest, TheNoticeStandsInARowOfItsOwn) {
   EXPECT_THAT(loginPage("Hello"),
               HasSubstr("[<tr><td colspan='2'><p><b><i>\r\nHello\r\n</i></b></p></td></tr>\r\n]"));

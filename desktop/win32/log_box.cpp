@@ -9,12 +9,17 @@
 namespace vornelle::win32 {
 namespace {
 
-constexpr int kShowMilliseconds = 100;
+// Lines are shown at once, as many in a span of time as the program logs in its ordinary work: what comes
+// next may hold the thread up for long, and the lines before it must be seen then. What comes beyond them in
+// the same span is shown together at its end.
+constexpr int kSpanMilliseconds = 100;
+constexpr int kAtOnce = 5;
 
 struct Waiting {
   HWND logBox = nullptr;
   std::string text;  // not yet shown
-  std::int64_t lastShown = -kShowMilliseconds;
+  std::int64_t spanStart = -kSpanMilliseconds;
+  int shownInSpan = 0;
 };
 
 // Never destroyed: lines come until the process ends.
@@ -27,7 +32,7 @@ void show();
 
 Timer& showTimer() {
   static Timer* const timer = [] {
-    auto* made = new Timer(kShowMilliseconds, false);
+    auto* made = new Timer(kSpanMilliseconds, false);
     made->onTick = show;
     return made;
   }();
@@ -44,7 +49,17 @@ void show() {
   SendMessageW(lines.logBox, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(widen(lines.text).c_str()));
   SendMessageW(lines.logBox, EM_SCROLLCARET, 0, 0);
   lines.text.clear();
-  lines.lastShown = monotonicMilliseconds();
+  ++lines.shownInSpan;
+}
+
+bool mayShow() {
+  Waiting& lines = waiting();
+  const std::int64_t now = monotonicMilliseconds();
+  if (now - lines.spanStart >= kSpanMilliseconds) {
+    lines.spanStart = now;
+    lines.shownInSpan = 0;
+  }
+  return lines.shownInSpan < kAtOnce;
 }
 
 }  // namespace
@@ -53,7 +68,7 @@ void logBoxAppend(HWND logBox, std::string_view piece) {
   Waiting& lines = waiting();
   lines.logBox = logBox;
   lines.text += piece;
-  if (monotonicMilliseconds() - lines.lastShown >= kShowMilliseconds) {
+  if (mayShow()) {
     show();
   } else {
     showTimer().setEnabled(true);

@@ -8,7 +8,7 @@
 
 namespace vornelle::win32 {
 
-// Adds to what the box shows and scrolls to the end. A single line is shown at once; of many lines in a row
+// Adds to what the box shows and scrolls to the end. A few lines are shown at once; of many lines in a row
 // the later ones are shown together, ten times a second, because every change costs a scroll and a repaint of
 // the whole box.
 void logBoxAppend(HWND logBox, std::string_view piece);

@@ -1,0 +1,56 @@
+// What a second copy shows while it waits. Its thread stands still then and answers no questions, so the test looks at
+// the screen.
+
+import assert from 'node:assert/strict';
+import { execFile } from 'node:child_process';
+import path from 'node:path';
+import { after, before, test } from 'node:test';
+import { promisify } from 'node:util';
+
+import { until } from '../support/tools.mjs';
+import { Desktop } from './wine.mjs';
+
+const execute = promisify(execFile);
+let desktop;
+before(async () => { desktop = await Desktop.start(); });
+after(async () => { await desktop?.stop(); });
+
+// How many lines of dark text the part of the screen shows.
+async function textLines(area) {
+  const file = path.join(desktop.folder, 'text.png');
+  await desktop.screenshot(file, area);
+  const { stdout } = await execute('convert', [file, '-colorspace', 'Gray', '-threshold', '50%', '-negate', '-scale', `1x${area[3] - area[1]}!`,
+    '-threshold', '0', '-depth', '8', 'gray:-'], { encoding: 'buffer' });
+  return [...stdout].filter((row, i) => row > 0 && !stdout[i - 1]).length;
+}
+
+async function placeOf(xid) {
+  const said = await desktop.xdotool('getwindowgeometry', '--shell', xid);
+  return [Number(/^X=(-?\d+)/m.exec(said)[1]), Number(/^Y=(-?\d+)/m.exec(said)[1])];
+}
+
+const windowsByX = async () => (await desktop.xdotool('search', '--name', '^Vornelle \\(v')).trim().split('\n');
+
+test('The warning of a second copy can be read in its window while it waits', async () => {
+  const app = await desktop.install();
+  await desktop.run(app);
+  const log = desktop.control(await desktop.main({ visible: true }), 107).rect;
+  const [first] = await windowsByX();
+  const [left, top] = await placeOf(first);
+  const { child } = app;
+  app.launch();
+  await app.event(/^\*\*\*Vornelle is already running!/);
+  const second = await until(async () => (await windowsByX()).find((xid) => xid !== first), 'the second window');
+  const [otherLeft, otherTop] = await placeOf(second);
+  // Inside the frame, without the scroll bars.
+  const area = [log[0] + 4, log[1] + 4, log[2] - 40, log[3] - 40].map((edge, i) =>
+    edge + (i % 2 === 0 ? otherLeft - left : otherTop - top));
+  // The banner's two lines, the line with nothing but its time, the warning.
+  let seen;
+  await until(async () => (seen = await textLines(area)) === 4, () => `four lines, not ${seen}`, 3000);
+  assert.equal(app.ended, null, 'the copy waits');
+  await app.end(30000);
+  app.child = child;
+  app.ended = null;
+  child.once('exit', (code, signal) => { app.ended = { code, signal }; });
+});

@@ -59,7 +59,7 @@ bool createStartupLink(const std::string& linkName, const std::string& targetPat
 
 bool openInBrowser(const std::string& address) {
   sim::shell().openedAddresses.push_back(address);
-  return true;
+  return sim::shell().launchesBrowser;
 }
 
 std::string downloadUrl(const std::string& url) {

@@ -95,6 +95,7 @@ struct Shell {
   std::string startupFolder;                     // "" : getSpecialFolderPath fails
   std::vector<std::pair<std::string, std::string>> links;  // name, target; the .lnk file is created too
   std::vector<std::string> openedAddresses;
+  bool launchesBrowser = true;
   std::map<std::string, std::string> downloads;  // url -> text
   std::vector<std::string> downloadedUrls;
   int iconAdds = 0, iconDeletes = 0;

@@ -7,6 +7,7 @@
 #include "mail/mail_component.h"
 #include "tests/unit/line_server.h"
 #include "tests/unit/support.h"
+#include "web/listener.h"
 
 namespace vornelle {
 namespace {
@@ -99,6 +100,34 @@ TEST_F(SettingsDialog, EveryBoxHasARowAndEveryRowABox) {
   EXPECT_EQ(shown.size(), 15u);
 }
 
+// Label, tool tip and unit text of every row, in the order in which they stand.
+TEST_F(SettingsDialog, TheRowsHaveTheirLabelsToolTipsAndUnitsInOrder) {
+  std::vector<std::string> rows;
+  for (const DlgConfigRow& row : kDlgConfigRows) {
+    rows.push_back(std::string(row.label) + "|" + row.toolTip + "|" + row.unit);
+  }
+  EXPECT_THAT(
+      rows,
+      ElementsAre("HTTP Port:|HTTP Port that Vornelle listens to|Chg req restart",
+                  "Filter Timer:|How often to automatically filter for spam|mins (10-60)",
+                  "Session Timeout:|How long before user must relogin|mins (10-60)",
+                  "POP3 Mail Server:|POP3 mail server name|", "Account Name:|E-mail account name|",
+                  "Account Password:|E-mail account password|", "SMTP Server:|Server used to send mail|",
+                  "SMTP Auth Username:|Sending server username. Not always required.|",
+                  "SMTP Auth Password:|Sending server password. Not always required.|",
+                  "Display in New Window:|Displays email/spam in new browser window|",
+                  "Email Address:|Account e-mail address|",
+                  "Maximum Spam Size:|Messages larger than this are not considered spam|kbytes (10-30000)",
+                  "Maximum Link Size|No link to read messages is provided if larger than this|"
+                  "kbytes (10-30000)",
+                  "On/Off||", "Messages Per Page|Number of messages to show per page|"));
+}
+
+TEST_F(SettingsDialog, TheButtonsAreUpdateAndCancel) {
+  EXPECT_STREQ(kDlgConfigSaveCaption, "Update");
+  EXPECT_STREQ(kDlgConfigCancelCaption, "Cancel");
+}
+
 // ---- Update ----
 
 TEST_F(SettingsDialog, UpdateStoresAndSavesEveryBox) {
@@ -159,6 +188,44 @@ TEST_F(SettingsDialog, NumbersAreClampedSilently) {
   EXPECT_EQ(settings.MAX_SPAM_SIZE, 10);
   EXPECT_EQ(settings.MAX_LINK_SIZE, 30000);
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Settings updated"));
+}
+
+TEST_F(SettingsDialog, TheFilterTimerTakes10For5And60For100) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtCHECK_MIN = "5";
+  static_cast<void>(SaveButtonClick(typed));
+  EXPECT_EQ(settings.CHECK_MIN, 10);
+  typed.txtCHECK_MIN = "100";
+  static_cast<void>(SaveButtonClick(typed));
+  EXPECT_EQ(settings.CHECK_MIN, 60);
+}
+
+TEST_F(SettingsDialog, TheRunningListenerStaysWhereItIs) {
+  listenerStart();
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtHTTP_PORT_CFG = "7100";
+  static_cast<void>(SaveButtonClick(typed));
+  EXPECT_EQ(settings.httpPort, 7100);
+  EXPECT_EQ(listenerPort(), 7000);
+  EXPECT_EQ(sim::listeningPort(LoopbackAddress::ipv4), 7000);
+  resetWebServer();
+}
+
+TEST_F(SettingsDialog, MessagesPerPageHasNoRange) {
+  DlgConfig typed = dlgConfigLoad();
+  for (const int rows : {-32768, 0, 32767}) {
+    typed.txtMESSAGES_PER_PAGE = std::to_string(rows);
+    EXPECT_TRUE(SaveButtonClick(typed).close);
+    EXPECT_EQ(settings.MESSAGES_PER_PAGE, rows);
+  }
+}
+
+TEST_F(SettingsDialog, TheFourSwitchesOfTheMainWindowStayAsTheyAre) {
+  form1.ckActive.setChecked(true);
+  form1.ckTestMode.setChecked(true);
+  form1.ckStartMinimized.setChecked(true);
+  static_cast<void>(SaveButtonClick(dlgConfigLoad()));
+  EXPECT_THAT(file(), HasSubstr("ACTIVATE_START=TRUE\r\nSTART_MINIMIZED=TRUE\r\nTEST_MODE=TRUE\r\n"));
 }
 
 TEST_F(SettingsDialog, PortAndMessagesPerPageAreRounded) {
@@ -254,6 +321,46 @@ TEST_F(SettingsDialog, AFailedPop3LogOnIsSaidAndTheDialogStaysOpenWithTheSetting
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto POP3 Server!", "Settings updated"));
   EXPECT_EQ(sim::shell().beeps, 1);
   EXPECT_THAT(fileThen, HasSubstr("POP_PASSWORD=wrong\r\n"));
+}
+
+TEST_F(SettingsDialog, TheBeepComesBeforeTheBoxThatTellsTheFailure) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtPOP_SERVER = "nobody.example";
+  std::vector<int> beepsThen;
+  sim::shell().onMessageBox = [&](const std::string&) { beepsThen.push_back(sim::shell().beeps); };
+  static_cast<void>(SaveButtonClick(typed));
+  EXPECT_THAT(beepsThen, ElementsAre(0, 1, 1));
+}
+
+TEST_F(SettingsDialog, TheComponentStandsInTheSlotFromTheFirstBoxOnAndIsReleasedBeforeTheLast) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtPOP_SERVER = "nobody.example";
+  std::vector<bool> held;
+  sim::shell().onMessageBox = [&](const std::string&) { held.push_back(currentMail != nullptr); };
+  static_cast<void>(SaveButtonClick(typed));
+  EXPECT_THAT(held, ElementsAre(true, true, false));
+}
+
+TEST_F(SettingsDialog, AnEmptyServerNameSkipsItsTestOnly) {
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtSMTP_SERVER = "nobody.example";
+  EXPECT_FALSE(SaveButtonClick(typed).close);
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto SMTP Server!", "Settings updated"));
+  boxes().clear();
+  typed.txtSMTP_SERVER = "";
+  typed.txtPOP_SERVER = "nobody.example";
+  EXPECT_FALSE(SaveButtonClick(typed).close);
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto POP3 Server!", "Settings updated"));
+}
+
+TEST_F(SettingsDialog, ASettingsFileThatCannotBeWrittenIsSilentAndTheSettingsAreInForce) {
+  sim::failWritesTo("Vornelle.ini");
+  DlgConfig typed = dlgConfigLoad();
+  typed.txtPOP_ACCOUNT = "ann";
+  EXPECT_TRUE(SaveButtonClick(typed).close);
+  sim::failWritesTo("");
+  EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Settings updated"));
+  EXPECT_EQ(settings.POP_ACCOUNT, "ann");
 }
 
 TEST_F(SettingsDialog, AFailedSmtpLogOnIsSaid) {

@@ -38,6 +38,45 @@ TEST_F(Import, ADialogStartsWithCommasAndTheFirstField) {
   EXPECT_EQ(fresh.txtImportList, "");
 }
 
+TEST_F(Import, TheControlsHaveTheirCaptionsAndToolTips) {
+  std::vector<std::string> controls;
+  for (const DlgImportControl& control :
+       {kTxtFieldPos, kOptTab, kOptComma, kTxtImportList, kImportButton, kLoadButton}) {
+    controls.push_back(std::string(control.caption) + "|" + control.toolTip);
+  }
+  EXPECT_STREQ(kDlgImportCaption, "Import Addresses to FriendList");
+  EXPECT_THAT(controls, ElementsAre("Field position:|Position of e-mail address field",
+                                    "Tab delimited|Select if fields separated by tabs",
+                                    "Comma delimited|Select if fields separated by commas",
+                                    "Import List:|Editable list to be imported",
+                                    "Import into Vornelle|Import list into Vornelle FriendList",
+                                    "Load File|Load a delimited text file containing e-mail addresses"));
+}
+
+TEST_F(Import, TheOpenFileDialogHasItsTitleAndFilters) {
+  EXPECT_STREQ(kDlgImportFileTitle, "Select comma delimited text file.");
+  EXPECT_THAT(kDlgImportFileFilter, ElementsAre(testing::StrEq("Text Files (*.txt)"), testing::StrEq("*.txt"),
+                                                testing::StrEq("(*.csv)"), testing::StrEq("*.csv"),
+                                                testing::StrEq("(All files)"), testing::StrEq("*.*")));
+}
+
+TEST_F(Import, ALineOfTwoFieldsAddsOneLineToTheList) {
+  EXPECT_TRUE(load("Bob Smith,bob.smith at example"));
+  EXPECT_EQ(dialog.txtImportList, "bob.smith at example\r\n");
+}
+
+TEST_F(Import, LettersKeepTheirCaseUntilTheyAreImported) {
+  EXPECT_TRUE(load("x,Bob@Example.com\r\n"));
+  EXPECT_EQ(dialog.txtImportList, "Bob@Example.com\r\n");
+}
+
+TEST_F(Import, LoadingLeavesTheFriendListAlone) {
+  putFriends("Zoe\r\n\r\n");
+  EXPECT_TRUE(load("x,new\r\n"));
+  EXPECT_EQ(friends(), "Zoe\r\n\r\n");
+  EXPECT_THAT(boxes(), IsEmpty());
+}
+
 TEST_F(Import, TakesTheFieldAtThePosition) {
   EXPECT_TRUE(load("Bob Smith,bob.smith at example\r\nAnn,ann@example.com,x\r\n"));
   EXPECT_EQ(dialog.txtImportList, "bob.smith at example\r\nann@example.com\r\n");
@@ -153,6 +192,18 @@ TEST_F(Import, BlanksOfFileLinesAreKept) {
   import("bob@x");
   EXPECT_EQ(friends(), " bob@x \r\nbob@x\r\n");
   EXPECT_THAT(boxes(), ElementsAre("1 addresses added. 0 skipped as duplicate."));
+}
+
+TEST_F(Import, AnAddressTwiceInTheListIsAddedOnceAndSkippedOnce) {
+  import("bob@x\r\nbob@x\r\n");
+  EXPECT_EQ(friends(), "bob@x\r\n");
+  EXPECT_THAT(boxes(), ElementsAre("1 addresses added. 1 skipped as duplicate."));
+}
+
+TEST_F(Import, ALineOfTheFileThatIsThereTwiceStaysTwice) {
+  putFriends("bob@x\r\nbob@x\r\n");
+  import("ann@x");
+  EXPECT_EQ(friends(), "ann@x\r\nbob@x\r\nbob@x\r\n");
 }
 
 TEST_F(Import, AListOfBlanksOnlyAddsNothing) {

@@ -29,6 +29,12 @@ TEST_F(About, TheTextStartsWithVersionAndAddress) {
                          "<a href='http://localhost:7000' target='_blank'>http://localhost:7000</a></p>"));
 }
 
+TEST_F(About, TheLinkEndsWithColonAndPortAndOpensInANewBrowserWindow) {
+  settings.httpPort = 7000;
+  EXPECT_THAT(frmAboutHtml(), HasSubstr(":7000' target='_blank'>"));
+  EXPECT_THAT(frmAboutHtml(), HasSubstr(":7000</a></p>"));
+}
+
 TEST_F(About, ThePortIsTheOneInUse) {
   settings.HTTP_PORT_CFG = "7000";
   settings.httpPort = 7004;
@@ -40,6 +46,23 @@ TEST_F(About, TheContactParagraphsNameBrowserAndDocumentation) {
   const std::string html = frmAboutHtml();
   EXPECT_THAT(html, HasSubstr("a web browser on this computer"));
   EXPECT_THAT(html, HasSubstr(applicationFolder() + "\\docs"));
+}
+
+TEST_F(About, EveryParagraphHasTheStyleOfTheFirst) {
+  std::string html = frmAboutHtml();
+  while (!html.empty()) {
+    ASSERT_THAT(html, StartsWith(kStart));
+    const std::size_t end = html.find("</p>");
+    ASSERT_NE(end, std::string::npos);
+    html.erase(0, end + 4);
+  }
+}
+
+TEST_F(About, TheTextIsTheHtmlOfItsParagraphsWithTheNameInBold) {
+  const std::vector<AboutParagraph> paragraphs = frmAboutParagraphs();
+  EXPECT_THAT(frmAboutHtml(), HasSubstr(std::string(kStart) + paragraphs.back().text + "</p>"));
+  EXPECT_EQ(frmAboutHtml().find("<b>"), std::string(kStart).size());
+  EXPECT_EQ(frmAboutHtml().rfind("<b>"), std::string(kStart).size());
 }
 
 TEST_F(About, TheParagraphsHoldTheSameTextWithoutMarkup) {

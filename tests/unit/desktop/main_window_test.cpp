@@ -139,6 +139,34 @@ TEST_F(MainWindow, LaunchOpensTheLocalAddressWithThePortInUse) {
   EXPECT_THAT(sim::shell().openedAddresses, ElementsAre("http://localhost:7003"));
 }
 
+TEST_F(MainWindow, ABrowserThatCannotBeLaunchedIsSilent) {
+  sim::shell().launchesBrowser = false;
+  cmdOpenBrowserClick();
+  EXPECT_EQ(sim::shell().openedAddresses.size(), 1u);
+  EXPECT_EQ(form1.LogWindow.text(), "");
+  EXPECT_THAT(sim::shell().messageBoxes, IsEmpty());
+  EXPECT_EQ(sim::shell().beeps, 0);
+}
+
+TEST_F(MainWindow, AShortcutThatCannotBeMadeIsSilentAndTheBoxStaysChecked) {
+  sim::failWritesTo("Vornelle.lnk");
+  form1.ckAutostart.onClick = ckAutostartClick;
+  form1.ckAutostart.setChecked(true);
+  sim::failWritesTo("");
+  EXPECT_FALSE(startupLinkExists());
+  EXPECT_TRUE(form1.ckAutostart.checked());
+  EXPECT_EQ(form1.LogWindow.text(), "");
+  EXPECT_THAT(sim::shell().messageBoxes, IsEmpty());
+}
+
+TEST_F(MainWindow, StartMinimizedReachesTheFileAtTheNextSave) {
+  form1.ckStartMinimized.onClick = ckStartMinimizedClick;
+  form1.ckStartMinimized.setChecked(true);
+  EXPECT_EQ(contentOf("\\Vornelle.ini"), "(missing)");
+  configSave();
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), testing::HasSubstr("START_MINIMIZED=TRUE\r\n"));
+}
+
 TEST_F(MainWindow, ExitEndsTheProgram) {
   EXPECT_THROW(mnuExitClick(), sim::ProcessEnded);
   EXPECT_TRUE(fileExists(inFolder("\\Vornelle.ini")));

@@ -1,5 +1,6 @@
 #include "desktop/win32/log_box.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "platform/clock.h"
@@ -28,6 +29,12 @@ Waiting& waiting() {
   return *instance;
 }
 
+// A box takes its text up to the first NUL, and strangers can send one.
+std::wstring boxText(std::string text) {
+  std::replace(text.begin(), text.end(), '\0', '?');
+  return widen(text);
+}
+
 void show();
 
 Timer& showTimer() {
@@ -46,7 +53,7 @@ void show() {
   showTimer().setEnabled(false);
   const auto end = static_cast<WPARAM>(GetWindowTextLengthW(lines.logBox));
   SendMessageW(lines.logBox, EM_SETSEL, end, static_cast<LPARAM>(end));
-  SendMessageW(lines.logBox, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(widen(lines.text).c_str()));
+  SendMessageW(lines.logBox, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(boxText(lines.text).c_str()));
   SendMessageW(lines.logBox, EM_SCROLLCARET, 0, 0);
   lines.text.clear();
   ++lines.shownInSpan;
@@ -79,7 +86,7 @@ void logBoxReplace(HWND logBox, const std::string& text) {
   Waiting& lines = waiting();
   lines.logBox = logBox;
   lines.text.clear();
-  SetWindowTextW(logBox, widen(text).c_str());
+  SetWindowTextW(logBox, boxText(text).c_str());
   show();
 }
 

@@ -58,11 +58,17 @@ void showWindowState() {
   }
 }
 
-// A dialog that is open over the window comes along, and to the very front.
+// In its normal size, even where it filled the screen. A dialog that is open over the window comes along, and
+// to the very front; which one that is must be asked before the window itself becomes the active one.
 void raiseWindow() {
-  ShowWindow(window, IsIconic(window) ? SW_RESTORE : SW_SHOW);
-  SetForegroundWindow(window);
   const HWND popup = GetLastActivePopup(window);
+  WINDOWPLACEMENT place{};
+  place.length = sizeof place;
+  GetWindowPlacement(window, &place);
+  place.flags = 0;  // an icon of a maximised window does not become one again
+  place.showCmd = SW_SHOWNORMAL;
+  SetWindowPlacement(window, &place);
+  SetForegroundWindow(window);
   if (popup != window) SetForegroundWindow(popup);
 }
 

@@ -1,5 +1,6 @@
 ; The installer of the Windows program, for one user and without administrator rights. Called by script/package with
-; VERSION, STAGE (the folder with what is installed) and OUTPUT.
+; VERSION, STAGE (the folder with what is installed), DOCS_REMOVAL (a file of instructions that delete the installed
+; documentation, file by file) and OUTPUT.
 ;
 ; Settings, lists, saved spam and the log belong to the user: installing over them leaves them alone, and removing the
 ; program asks before it takes them along (silently: it keeps them). A running copy is never replaced or removed.
@@ -124,8 +125,9 @@ Section "Uninstall"
   Delete "$INSTDIR\data\*.htm"
   Delete "$INSTDIR\data\top.inc"
   Delete "$INSTDIR\data\vornelle.ico"
-  Delete "$INSTDIR\data\message.txt"
-  RMDir /r "$INSTDIR\docs"
+  Delete "$INSTDIR\message.txt"
+  ; What was installed and nothing else: the folder may be one that held files of the user's before.
+  !include "${DOCS_REMOVAL}"
   Delete "$INSTDIR\vornelle.exe"
   Delete "$INSTDIR\uninstall.exe"
   DeleteRegKey HKCU "${UNINSTALL_KEY}"

@@ -80,6 +80,7 @@ test('The installed program runs, and while it runs it is neither replaced nor r
   assert.equal(await run(app.path('uninstall.exe'), '/S', `_?=${(await installedFolder())}`), 2);
   assert.ok(program.equals(fs.readFileSync(app.path('vornelle.exe'))));
   assert.match(await app.get('/'), /<form/i);
+  assert.ok(app.exists('message.txt'), 'the login page has asked for an announcement');
   await desktop.clickMenu('Exit');
   await app.end();
 });
@@ -98,18 +99,35 @@ test('An installation over an older one keeps settings, lists and saved spam, an
   assert.ok(app.exists('spam/kept.txt'));
 });
 
-test('The autostart that the installer makes is the one that the box shows', async () => {
+test('The autostart that the installer makes is the one that the box makes and shows', async () => {
   assert.match(await link(`${startMenu}/StartUp/Vornelle.lnk`), /\\programs\\vornelle\\vornelle\.exe$/);
   await desktop.run(app);
   assert.equal(desktop.control(await desktop.main(), 103).checked, true);
+  const shortcut = `${startMenu}/StartUp/Vornelle.lnk`;
+  const made = await desktop.ask(`link ${windowsPath(shortcut)}`);
+  await desktop.click(desktop.control(await desktop.main(), 103));
+  await until(() => !fs.existsSync(shortcut), 'the end of the shortcut');
+  await desktop.click(desktop.control(await desktop.main(), 103));
+  await until(() => fs.existsSync(shortcut), 'the shortcut again');
+  const again = await until(async () => { const now = await desktop.ask(`link ${windowsPath(shortcut)}`); return now.target && now; }, 'its target');
+  assert.deepEqual(again, made);
+  assert.equal(made.arguments, '');
   await desktop.clickMenu('Exit');
   await app.end();
 });
 
 test('A silent removal takes the program and leaves what is the user\'s own', async () => {
+  app.write('docs/notes.md', 'mine');
+  app.write('data/own.inc', 'mine');
   await run(app.path('uninstall.exe'), '/S');
   await until(() => !app.exists('uninstall.exe'), 'the removal', 30000);
-  assert.ok(!app.exists('vornelle.exe') && !app.exists('data/top.inc') && !app.exists('docs'));
+  for (const name of ['vornelle.exe', 'data/top.inc', 'docs/README.md', 'docs/security.md', 'message.txt']) {
+    assert.ok(!app.exists(name), `${name} is left`);
+  }
+  assert.deepEqual(fs.readdirSync(app.path('docs')), ['notes.md']);
+  assert.ok(app.exists('data/own.inc'));
+  fs.rmSync(app.path('docs/notes.md'));
+  fs.rmSync(app.path('data/own.inc'));
   assert.ok(app.exists('Vornelle.ini') && app.exists('data/friendlist.txt') && app.exists('spam/kept.txt'));
   assert.ok(!fs.existsSync(`${startMenu}/Vornelle.lnk`) && !fs.existsSync(`${startMenu}/StartUp/Vornelle.lnk`));
 });
@@ -128,4 +146,6 @@ test('A removal by hand asks for settings, lists and spam, and takes them only o
     window.children.some((child) => child.text === '&Close' && child.enabled)), 'the end of the removal', 30000);
   await desktop.click(desktop.control(done, '&Close'));
   await removal;
+  // A removal that is started with its folder named cannot remove its own file.
+  assert.deepEqual(fs.existsSync(app.folder) ? fs.readdirSync(app.folder).filter((name) => name !== 'uninstall.exe') : [], []);
 });

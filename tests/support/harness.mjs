@@ -112,7 +112,7 @@ export class Application {
     return await this.ended();
   }
 
-  async ended(milliseconds = 20000) {
+  async ended(milliseconds = 60000) {
     return await until(() => this.process.ended, 'the end of the program', milliseconds);
   }
 

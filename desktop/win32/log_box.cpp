@@ -10,11 +10,14 @@
 namespace vornelle::win32 {
 namespace {
 
-// Lines are shown at once, as many in a span of time as the program logs in its ordinary work: what comes
-// next may hold the thread up for long, and the lines before it must be seen then. What comes beyond them in
-// the same span is shown together at its end.
+// In each span of time so many lines are shown at once; what comes beyond them is shown together at its end.
+// A box that holds little shows as many as the program logs in its ordinary work: what comes next may hold
+// the thread up for long, and the lines before it must be seen then. In a long box every change takes its
+// time.
 constexpr int kSpanMilliseconds = 100;
-constexpr int kAtOnce = 5;
+constexpr int kAtOnce = 4;
+constexpr int kAtOnceInALongBox = 1;
+constexpr int kLongBoxCharacters = 64 * 1024;
 
 struct Waiting {
   HWND logBox = nullptr;
@@ -66,7 +69,8 @@ bool mayShow() {
     lines.spanStart = now;
     lines.shownInSpan = 0;
   }
-  return lines.shownInSpan < kAtOnce;
+  const bool isLong = GetWindowTextLengthW(lines.logBox) > kLongBoxCharacters;
+  return lines.shownInSpan < (isLong ? kAtOnceInALongBox : kAtOnce);
 }
 
 }  // namespace
@@ -86,6 +90,7 @@ void logBoxReplace(HWND logBox, const std::string& text) {
   Waiting& lines = waiting();
   lines.logBox = logBox;
   lines.text.clear();
+  lines.shownInSpan = 0;
   SetWindowTextW(logBox, boxText(text).c_str());
   show();
 }

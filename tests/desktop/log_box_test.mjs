@@ -31,11 +31,11 @@ test('After 10,000 lines the log box holds them all, shows the newest, and the p
   const lines = app.events().length - before;
   assert.ok(lines >= 9999, `${lines} lines`);
   const end = app.log().slice(-500);
-  const text = await until(async () => {
+  await until(async () => {
     const shown = await desktop.logText();
-    return shown.endsWith(end) && shown;
-  }, 'the end of the file at the end of the box');
-  assert.ok(text.split('\r\n').length > 10000);
+    // The last lines read alike: the newest may be a moment behind.
+    return shown.endsWith(end) && shown.split('\r\n').length > 10000;
+  }, 'every line, and the end of the file at the end of the box');
   console.log(`figure: a request takes ${first.toFixed(1)} ms of the processor at the start, ${last.toFixed(1)} ms after 10,000 lines`);
   assert.ok(last < 1.5 * first + 2, `${first} ms before, ${last} ms after`);
   // The newest line is in sight: the first visible one is far down.

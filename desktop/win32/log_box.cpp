@@ -10,20 +10,24 @@
 namespace vornelle::win32 {
 namespace {
 
-// In each span of time so many lines are shown at once; what comes beyond them is shown together at its end.
-// A box that holds little shows as many as the program logs in its ordinary work: what comes next may hold
-// the thread up for long, and the lines before it must be seen then. In a long box every change takes its
-// time.
+// Lines are shown at once, as many in a span of time as the program logs in its ordinary work: what comes
+// next may hold the thread up for long, and the lines before it must be seen then. What comes beyond them in
+// the same span is shown together at its end.
+//
+// An edit box looks for its lines from the first one on each time that it draws one, so it becomes slow when
+// it holds very many. The longer it takes the longer a span lasts: showing lines takes about a tenth of the
+// time at most, however long the program has been running.
 constexpr int kSpanMilliseconds = 100;
+constexpr int kLongestSpanMilliseconds = 2000;
+constexpr int kShare = 10;
 constexpr int kAtOnce = 4;
-constexpr int kAtOnceInALongBox = 1;
-constexpr int kLongBoxCharacters = 64 * 1024;
 
 struct Waiting {
   HWND logBox = nullptr;
   std::string text;  // not yet shown
   std::int64_t spanStart = -kSpanMilliseconds;
   int shownInSpan = 0;
+  std::int64_t spentInSpan = 0;  // milliseconds
 };
 
 // Never destroyed: lines come until the process ends.
@@ -40,13 +44,28 @@ std::wstring boxText(std::string text) {
 
 void show();
 
+void startSpan(std::int64_t now) {
+  Waiting& lines = waiting();
+  lines.spanStart = now;
+  lines.shownInSpan = 0;
+  lines.spentInSpan = 0;
+}
+
 Timer& showTimer() {
   static Timer* const timer = [] {
     auto* made = new Timer(kSpanMilliseconds, false);
-    made->onTick = show;
+    made->onTick = [] {
+      startSpan(monotonicMilliseconds());
+      show();
+    };
     return made;
   }();
   return *timer;
+}
+
+std::int64_t spanLength() {
+  return std::clamp<std::int64_t>(kShare * waiting().spentInSpan, kSpanMilliseconds,
+                                  kLongestSpanMilliseconds);
 }
 
 // Replacing an empty selection at the end touches nothing that is there; setting the whole text anew would
@@ -54,23 +73,22 @@ Timer& showTimer() {
 void show() {
   Waiting& lines = waiting();
   showTimer().setEnabled(false);
+  const std::int64_t start = monotonicMilliseconds();
   const auto end = static_cast<WPARAM>(GetWindowTextLengthW(lines.logBox));
   SendMessageW(lines.logBox, EM_SETSEL, end, static_cast<LPARAM>(end));
   SendMessageW(lines.logBox, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(boxText(lines.text).c_str()));
   SendMessageW(lines.logBox, EM_SCROLLCARET, 0, 0);
+  UpdateWindow(lines.logBox);  // drawing is what takes long
   lines.text.clear();
   ++lines.shownInSpan;
+  lines.spentInSpan += monotonicMilliseconds() - start;
 }
 
 bool mayShow() {
-  Waiting& lines = waiting();
+  const Waiting& lines = waiting();
   const std::int64_t now = monotonicMilliseconds();
-  if (now - lines.spanStart >= kSpanMilliseconds) {
-    lines.spanStart = now;
-    lines.shownInSpan = 0;
-  }
-  const bool isLong = GetWindowTextLengthW(lines.logBox) > kLongBoxCharacters;
-  return lines.shownInSpan < (isLong ? kAtOnceInALongBox : kAtOnce);
+  if (now - lines.spanStart >= spanLength()) startSpan(now);
+  return lines.shownInSpan < kAtOnce && kShare * lines.spentInSpan < kSpanMilliseconds;
 }
 
 }  // namespace
@@ -82,6 +100,7 @@ void logBoxAppend(HWND logBox, std::string_view piece) {
   if (mayShow()) {
     show();
   } else {
+    showTimer().setInterval(static_cast<int>(spanLength()));
     showTimer().setEnabled(true);
   }
 }
@@ -90,7 +109,7 @@ void logBoxReplace(HWND logBox, const std::string& text) {
   Waiting& lines = waiting();
   lines.logBox = logBox;
   lines.text.clear();
-  lines.shownInSpan = 0;
+  startSpan(monotonicMilliseconds());
   SetWindowTextW(logBox, boxText(text).c_str());
   show();
 }

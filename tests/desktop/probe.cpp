@@ -5,6 +5,7 @@
 //   text HANDLE      the whole text of a window
 //   topline HANDLE   the number of the first line in sight in an edit box
 //   tips PID         the tool tips of a process: [{"window": HANDLE, "text": "..."}]
+//   icontips         the tool tips of the notification area's icons
 //   menu HANDLE FILE the entries of a window's menu bar, whose resource is in that program, with their places
 //   close HANDLE     asks the window to close, as its close button does
 //   end PID          ends a process at once, with nothing saved
@@ -25,6 +26,7 @@
 #include <cstdio>
 #include <iostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -81,14 +83,15 @@ std::string rectangle(const RECT& place) {
          number(place.bottom) + "]";
 }
 
+constexpr DWORD_PTR kLongestText = 1 << 25;  // the answer of a window that is being destroyed can be anything
+
 // Asked of the window itself: what another process holds as a caption is not the text of an edit box.
-std::wstring textOf(HWND window) {
+std::wstring textOf(HWND window, DWORD_PTR most = kLongestText) {
   DWORD_PTR length = 0;
   if (!SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, 5000, &length))
     return L"<no answer>";
-  constexpr DWORD_PTR kMostCharacters =
-      1 << 25;  // the answer of a window that is being destroyed can be anything
-  if (length > kMostCharacters) return L"<no answer>";
+  if (length > kLongestText) return L"<no answer>";
+  length = std::min(length, most);
   std::wstring text(length + 1, L'\0');
   DWORD_PTR got = 0;
   if (!SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
@@ -133,8 +136,7 @@ std::string describe(HWND window, bool withChildren) {
   GetWindowRect(window, &place);
   const std::wstring className = classOf(window);
   const auto style = GetWindowLongPtrW(window, GWL_STYLE);
-  std::wstring text = textOf(window);
-  if (text.size() > 400) text.resize(400);
+  const std::wstring text = textOf(window, 400);  // a log box can hold megabytes
   std::string result = "{\"handle\":" + handleNumber(window) + ",\"class\":" + quoted(className) +
                        ",\"text\":" + quoted(text) + ",\"id\":" + number(GetDlgCtrlID(window)) +
                        ",\"style\":" + number(style) + ",\"visible\":" + boolean(IsWindowVisible(window)) +
@@ -251,6 +253,32 @@ std::string tips(DWORD process) {
   return "[" + result + "]";
 }
 
+// The icons' tool tips belong to the desktop's own program.
+std::string iconTips() {
+  std::vector<DWORD> found;
+  EnumWindows(
+      [](HWND window, LPARAM parameter) -> BOOL {
+        auto* const processes = reinterpret_cast<std::vector<DWORD>*>(parameter);
+        const std::wstring program = programOf(window);
+        const DWORD process = processOf(window);
+        const std::wstring_view name = L"\\explorer.exe";
+        if (classOf(window) == L"tooltips_class32" && program.size() > name.size() &&
+            _wcsicmp(program.c_str() + program.size() - name.size(), name.data()) == 0 &&
+            std::find(processes->begin(), processes->end(), process) == processes->end()) {
+          processes->push_back(process);
+        }
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(&found));
+  std::string result = "[";
+  for (const DWORD process : found) {
+    std::string list = tips(process);
+    list = list.substr(1, list.size() - 2);
+    if (!list.empty()) result += (result.size() > 1 ? "," : "") + list;
+  }
+  return result + "]";
+}
+
 // The entries of the menu with resource number 10 in the program file, and where the window's menu bar shows
 // them. Another process's menu cannot be asked, so the places follow from the widths of the texts.
 std::string menu(HWND window, const std::wstring& program) {
@@ -342,6 +370,7 @@ std::string answer(const std::string& line) {
   if (command == "end") return boolean(endProcess(static_cast<DWORD>(std::stoul(argument))));
   if (command == "press") return boolean(PostMessageW(handleOf(argument), BM_CLICK, 0, 0));
   if (command == "tips") return tips(static_cast<DWORD>(std::stoul(argument)));
+  if (command == "icontips") return iconTips();
   if (command == "menu") return menu(handleOf(argument), wide(argument.substr(argument.find(' ') + 1)));
   if (command == "link") return link(wide(argument));
   if (command == "version") return version(wide(argument));

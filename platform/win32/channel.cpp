@@ -95,11 +95,19 @@ class SocketChannel : public Channel {
     return size;
   }
 
+  // Reads on until nothing is left, not just what waited at first: each read makes room for bytes that the
+  // peer's system has been holding back, and they arrive at once on this machine.
   [[nodiscard]] std::string receive(std::size_t most) override {
-    std::string bytes(std::min(most, waiting()), '\0');
-    if (bytes.empty()) return bytes;
-    const int got = recv(socket_.get(), bytes.data(), static_cast<int>(bytes.size()), 0);
-    bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    std::string bytes;
+    while (bytes.size() < most) {
+      const std::size_t before = bytes.size();
+      const std::size_t next = std::min(most - before, waiting());
+      if (next == 0) break;
+      bytes.resize(before + next);
+      const int got = recv(socket_.get(), bytes.data() + before, static_cast<int>(next), 0);
+      bytes.resize(before + static_cast<std::size_t>(std::max(got, 0)));
+      if (got <= 0) break;
+    }
     return bytes;
   }
 

@@ -28,8 +28,13 @@ test('Filter Mail runs against a mailbox: spam goes into the SpamBox and off the
   try {
     const app = await desktop.install({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}` } });
     await desktop.run(app);
+    const tips = async () => (await desktop.ask('icontips')).map((tip) => tip.text);
+    assert.deepEqual(await tips(), [' Vornelle ']);
     await press(ID.filter);
     await app.event(/^Mail filtered: /, 30000);
+    assert.ok(app.events().includes('Mail filtered:  2 msgs.  3 spam.'));
+    await until(async () => (await tips())[0] !== ' Vornelle ', 'another tip');
+    assert.deepEqual(await tips(), [' Vornelle -  2 msgs.  3 spam.']);
     assert.deepEqual(fs.readdirSync(app.path('spam')).sort(), ['five.txt', 'three.txt', 'two.txt']);
     assert.deepEqual(server.maildrop.uids().sort(), ['four', 'one']);
     await until(async () => (await desktop.logText()).includes('Mail filtered: '), 'the line in the box');

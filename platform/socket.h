@@ -37,7 +37,8 @@ class SocketControl {
   [[nodiscard]] bool connect(LoopbackAddress address, int port);
 
   // Everything that has arrived, at most 16 MiB at once: a request that was sent in one piece is to be read in one piece.
-  // DataArrival comes again while more is waiting.
+  // DataArrival comes again while more is waiting. On Windows a socket whose data is not read hears of nothing that comes
+  // behind it, neither more data nor the orderly end, until it is read.
   [[nodiscard]] std::string getData();
 
   // Queues the bytes for sending. True when the socket is connected (also when the other side has gone meanwhile);

@@ -5,7 +5,8 @@
 // The files named by --alone come after the others, one at a time: those that drive browsers and windows, which have to
 // keep up with the clock of the program in front of them.
 //
-// A FILE that ends in .mjs is a file of node:test tests, any other one a GoogleTest program. A program that crashes,
+// A FILE that ends in .mjs is a file of node:test tests, one that ends in .exe a GoogleTest program for Windows, any
+// other one a GoogleTest program. A program that crashes,
 // hangs or runs no test at all counts as a failed test, and so does a test that was skipped: nothing goes missing
 // unseen. Status 0 only when at least one test ran and none failed.
 
@@ -31,9 +32,9 @@ const { values, positionals } = parseArgs({
 const scratch = temporaryFolder('run-tests');
 
 // Runs a program to its end; { output, ended } where ended is "" for status 0.
-function run(program, args) {
+function run(program, args, options = {}) {
   return new Promise((resolve) => {
-    const child = keepChild(spawn(program, args, { stdio: ['ignore', 'pipe', 'pipe'] }), 'SIGTERM');
+    const child = keepChild(spawn(program, args, { ...options, stdio: ['ignore', 'pipe', 'pipe'] }), 'SIGTERM');
     const pieces = [];
     let late = '';
     const collect = (data) => pieces.push(data);
@@ -66,9 +67,26 @@ async function runNodeTests(file, index) {
   return { results, output, ended };
 }
 
+// Windows programs cannot be given a full disk from inside, nor a time zone: their tests find both around them.
+const FILE_LIMIT = 24 * 1024 * 1024;
+
+async function runOnWindows(program, report) {
+  const { WineRun, windowsPath, wineProgram } = await import('./desktop/wine.mjs');
+  const wine = await WineRun.start({
+    TZ: 'CET-1CEST,M3.5.0,M10.5.0/3', http_proxy: '', VORNELLE_TEST_FILE_LIMIT: String(FILE_LIMIT) });
+  try {
+    // What grows past the limit fails, as a write to a full disk does; the signal would end the process instead.
+    return await run('bash', ['-c', `trap '' XFSZ; ulimit -f ${FILE_LIMIT / 1024}; exec "$@"`, 'bash', wineProgram,
+      path.resolve(program), `--gtest_output=json:${windowsPath(report)}`, '--gtest_brief=1'], { env: wine.env });
+  } finally {
+    await wine.stop();
+  }
+}
+
 async function runGoogleTests(program, index) {
   const report = path.join(scratch, `${index}.json`);
-  const { output, ended } = await run(program, [`--gtest_output=json:${report}`, '--gtest_brief=1']);
+  const { output, ended } = program.endsWith('.exe') ? await runOnWindows(program, report)
+    : await run(program, [`--gtest_output=json:${report}`, '--gtest_brief=1']);
   const results = [];
   if (fs.existsSync(report)) {
     for (const suite of JSON.parse(fs.readFileSync(report, 'utf8')).testsuites) {

@@ -136,6 +136,11 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
     }
     lookAtPeer();
     flush();
+    // Some systems tell a reset only to the one who sends.
+    if (!lost && !sends.empty()) {
+      lookAtPeer();
+      if (lost) flush();
+    }
     const bool data = channel->waiting() > announced;
     if (data && !(sendsCompleted > 0 && dataBeforeComplete)) return Event::dataArrival;
     if (sendsCompleted > 0) return Event::sendComplete;

@@ -23,7 +23,9 @@ namespace {
 using win32::Socket;
 
 constexpr long kConnectionEvents = FD_READ | FD_WRITE | FD_CLOSE;
-constexpr ULONGLONG kLingerMilliseconds = 5000;  // without any progress
+constexpr ULONGLONG kLongestDrain = 5000;        // milliseconds, when all has been handed to the system
+constexpr ULONGLONG kLongestStandstill = 30000;  // milliseconds for a peer that takes nothing
+constexpr std::size_t kMostDrained = std::size_t{16} * 1024 * 1024;  // bytes
 constexpr int kLingerLookInterval = 1000;
 constexpr int kMostBytesAtOnce = 1 << 20;
 
@@ -59,6 +61,8 @@ class SocketChannel : public Channel {
     if (WSAAsyncSelect(socket_.get(), win32::eventWindow(), message_, events) != 0) peer_ = Peer::broken;
     const BOOL on = TRUE;
     setsockopt(socket_.get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
+    // Urgent bytes are bytes like any other; outside the stream they would hide what comes after them.
+    setsockopt(socket_.get(), SOL_SOCKET, SO_OOBINLINE, reinterpret_cast<const char*>(&on), sizeof on);
   }
   ~SocketChannel() override { channels().byMessage.erase(message_); }
   SocketChannel(const SocketChannel&) = delete;
@@ -73,15 +77,21 @@ class SocketChannel : public Channel {
   }
 
   [[nodiscard]] std::unique_ptr<Channel> takeConnection() override {
-    Socket connection(::accept(socket_.get(), nullptr, nullptr));
+    SOCKET accepted;
+    do {
+      accepted = ::accept(socket_.get(), nullptr, nullptr);
+      // One that has gone before it was accepted hides none that stands behind it.
+    } while (accepted == INVALID_SOCKET && WSAGetLastError() == WSAECONNRESET);
+    Socket connection(accepted);
     if (!connection) return nullptr;
     SetHandleInformation(reinterpret_cast<HANDLE>(connection.get()), HANDLE_FLAG_INHERIT, 0);
     return std::make_unique<SocketChannel>(std::move(connection), kConnectionEvents, Peer::open);
   }
 
   [[nodiscard]] Peer peer() override {
-    // The end of the stream shows only once everything before it has been read.
-    if (peer_ != Peer::open || waiting() > 0) return peer_;
+    // The end of the stream shows only once everything before it has been read. A reset may have been
+    // reported as an end.
+    if ((peer_ != Peer::open && peer_ != Peer::finished) || waiting() > 0) return peer_;
     char byte;
     const int got = recv(socket_.get(), &byte, 1, MSG_PEEK);
     if (got == 0) peer_ = Peer::finished;
@@ -98,14 +108,16 @@ class SocketChannel : public Channel {
   // Reads on until nothing is left, not just what waited at first: each read makes room for bytes that the
   // peer's system has been holding back, and they arrive at once on this machine.
   [[nodiscard]] std::string receive(std::size_t most) override {
+    constexpr std::size_t kPiece = std::size_t{64} * 1024;
     std::string bytes;
+    if (peer_ == Peer::connecting) return bytes;
     while (bytes.size() < most) {
       const std::size_t before = bytes.size();
-      const std::size_t next = std::min(most - before, waiting());
-      if (next == 0) break;
-      bytes.resize(before + next);
-      const int got = recv(socket_.get(), bytes.data() + before, static_cast<int>(next), 0);
+      bytes.resize(std::min(most, before + std::max(waiting(), bytes.empty() ? std::size_t{1} : kPiece)));
+      const int got = recv(socket_.get(), bytes.data() + before, static_cast<int>(bytes.size() - before), 0);
       bytes.resize(before + static_cast<std::size_t>(std::max(got, 0)));
+      if (got == 0) peer_ = Peer::finished;
+      if (got < 0 && WSAGetLastError() != WSAEWOULDBLOCK) peer_ = Peer::broken;
       if (got <= 0) break;
     }
     return bytes;
@@ -130,7 +142,6 @@ class SocketChannel : public Channel {
   }
 
   [[nodiscard]] bool finishing() const { return finishing_; }
-  [[nodiscard]] ULONGLONG lastProgress() const { return progress_; }
   // One step of the way to the end of a finished channel; false at its end.
   [[nodiscard]] bool finishFurther();
 
@@ -141,7 +152,8 @@ class SocketChannel : public Channel {
   bool finishing_ = false;
   std::string unsent_;
   bool shutDown_ = false;
-  ULONGLONG progress_ = 0;
+  ULONGLONG progress_ = 0;  // when bytes last went out, or the end of the stream
+  std::size_t drained_ = 0;
 };
 
 // Finished channels whose peer neither reads nor ends.
@@ -173,8 +185,15 @@ bool SocketChannel::finishFurther() {
     progress_ = GetTickCount64();
     unsent_.erase(0, sent);
   }
-  if (unsent_.empty() && !shutDown_) shutDown_ = ::shutdown(socket_.get(), SD_SEND) == 0;
-  while (!receive(static_cast<std::size_t>(kMostBytesAtOnce)).empty()) progress_ = GetTickCount64();
+  if (unsent_.empty() && !shutDown_) {
+    ::shutdown(socket_.get(), SD_SEND);
+    shutDown_ = true;
+    progress_ = GetTickCount64();
+  }
+  // A peer that goes on sending gets neither the thread nor the connection for ever.
+  drained_ += receive(kMostDrained + 1).size();
+  if (drained_ > kMostDrained) return false;
+  if (progress_ + (shutDown_ ? kLongestDrain : kLongestStandstill) < GetTickCount64()) return false;
   const Peer now = peer();
   return now == Peer::open || (now == Peer::finished && !unsent_.empty());
 }
@@ -184,13 +203,10 @@ void dropFinished(SocketChannel* channel) {
   if (channels().finishing.empty()) lingerTimer().setEnabled(false);
 }
 
-// See the class; the time is measured from the last byte that moved.
 void dropStalled() {
   std::vector<SocketChannel*> ended;
   for (const auto& entry : channels().finishing) {
-    if (!entry->finishFurther() || entry->lastProgress() + kLingerMilliseconds < GetTickCount64()) {
-      ended.push_back(entry.get());
-    }
+    if (!entry->finishFurther()) ended.push_back(entry.get());
   }
   for (SocketChannel* channel : ended) dropFinished(channel);
 }

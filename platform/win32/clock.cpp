@@ -35,7 +35,15 @@ LocalTime toLocalTime(std::int64_t utcSeconds) {
 }
 
 std::int64_t monotonicMilliseconds() {
-  return static_cast<std::int64_t>(GetTickCount64());
+  // GetTickCount64() goes forward in steps of 16 milliseconds.
+  static const std::int64_t frequency = [] {
+    LARGE_INTEGER perSecond;
+    QueryPerformanceFrequency(&perSecond);
+    return perSecond.QuadPart;
+  }();
+  LARGE_INTEGER count;
+  QueryPerformanceCounter(&count);
+  return count.QuadPart / frequency * 1000 + count.QuadPart % frequency * 1000 / frequency;
 }
 
 std::string amPmDesignator(bool afternoon) {

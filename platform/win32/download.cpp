@@ -64,8 +64,11 @@ class Transfer {
     const InternetHandle url{InternetOpenUrlA(session.handle, url_.c_str(), nullptr, 0, kFlags, 0)};
     if (!url.handle) return;
     char buffer[kChunk];
+    // Only what is there: a read of a whole chunk would hold back what has arrived until the chunk is full.
+    DWORD there = 0;
     DWORD got = 0;
-    while (InternetReadFile(url.handle, buffer, kChunk, &got) && got > 0) {
+    while (InternetQueryDataAvailable(url.handle, &there, 0, 0) && there > 0 &&
+           InternetReadFile(url.handle, buffer, std::min(there, kChunk), &got) && got > 0) {
       if (!keep({buffer, got})) return;
     }
   }

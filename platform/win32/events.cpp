@@ -1,5 +1,6 @@
 #include "platform/events.h"
 
+#include <cstdint>
 #include <map>
 
 #include "platform/shared/event_loop.h"
@@ -13,6 +14,7 @@ struct State {
   win32::MessageFilter filter = nullptr;
   bool wakePosted = false;
   int socketEventsInARow = 0;
+  std::uint64_t served = 0;  // events and messages of windows; not the messages that only say "look again"
   std::map<UINT_PTR, Timer*> timers;
   UINT_PTR lastTimerId = 0;
 };
@@ -26,6 +28,7 @@ State& state() {
 void serveTick(UINT_PTR id) {
   const auto found = state().timers.find(id);
   if (found == state().timers.end()) return;  // stopped while the message was on its way
+  ++state().served;
   // A copy: the handler may replace itself or destroy its timer.
   const std::function<void()> handler = found->second->onTick;
   win32::wakeSockets();  // for what the handler does to sockets while a message box runs the loop
@@ -48,6 +51,7 @@ void serveSockets() {
   }
   ++loop.socketEventsInARow;
   if (loop::serveSocketEvent()) {
+    ++loop.served;
     win32::wakeSockets();
   } else {
     loop.socketEventsInARow = 0;
@@ -83,6 +87,7 @@ HWND makeEventWindow() {
 }
 
 void dispatch(MSG& message) {
+  if (message.hwnd != state().window) ++state().served;
   if (state().filter && state().filter(message)) return;
   TranslateMessage(&message);
   DispatchMessageW(&message);
@@ -115,10 +120,13 @@ void doEvents() {
 }
 
 void waitEvents() {
-  // What a handler did to a socket may have made an event that no message tells of.
-  if (!loop::serveSocketEvent()) {
+  const std::uint64_t before = state().served;
+  while (state().served == before) {
+    // What a handler did to a socket may have made an event that no message tells of.
+    if (loop::serveSocketEvent()) break;
     MSG message;
-    if (GetMessageW(&message, nullptr, 0, 0) > 0) dispatch(message);
+    if (GetMessageW(&message, nullptr, 0, 0) <= 0) break;
+    dispatch(message);
   }
   doEvents();
 }

@@ -1,5 +1,4 @@
-// Files on Windows. Letter case is the file system's own business here. Paths of any length are given to the
-// system with the prefix that lifts its limit of 260 characters.
+// Files on Windows. Letter case is the file system's own business here.
 #include "platform/files.h"
 
 #include <windows.h>
@@ -8,6 +7,7 @@
 #include <exception>
 
 #include "platform/win32/handle.h"
+#include "platform/win32/paths.h"
 #include "platform/win32/text.h"
 
 namespace vornelle {
@@ -15,24 +15,39 @@ namespace {
 
 using win32::Handle;
 using win32::narrow;
+using win32::systemPath;
 using win32::widen;
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr std::wstring_view kTemporaryStart = L".vornelle-";
 constexpr std::wstring_view kTemporaryEnd = L".tmp";
 // A virus scanner or an indexer holds a file that has just been written open for a moment.
-constexpr int kReplaceTries = 10;
-constexpr DWORD kReplacePause = 20;
+constexpr int kTries = 10;
+constexpr DWORD kPause = 20;  // milliseconds
 constexpr DWORD kMostAtOnce = 16 * 1024 * 1024;
 
-std::wstring systemPath(const std::string& path) {
-  if (path.find('\0') != std::string::npos) return {};
-  std::wstring wide = widen(path);
-  std::replace(wide.begin(), wide.end(), L'/', L'\\');
-  if (wide.size() < MAX_PATH - 12) return wide;
-  if (wide.starts_with(L"\\\\?\\")) return wide;
-  if (wide.starts_with(L"\\\\")) return L"\\\\?\\UNC" + wide.substr(1);
-  return L"\\\\?\\" + wide;
+// Tries again for a moment while another program holds the file.
+template <typename Try>
+bool insist(Try attempt) {
+  for (int tries = 1;; ++tries) {
+    if (attempt()) return true;
+    const DWORD error = GetLastError();
+    if (tries == kTries || (error != ERROR_SHARING_VIOLATION && error != ERROR_LOCK_VIOLATION)) return false;
+    Sleep(kPause);
+  }
+}
+
+HANDLE openFile(const std::wstring& path, DWORD access, DWORD share, DWORD disposition) {
+  HANDLE file = INVALID_HANDLE_VALUE;
+  const bool opened = insist([&] {
+    file = CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return file != INVALID_HANDLE_VALUE;
+  });
+  if (opened && GetFileType(file) != FILE_TYPE_DISK) {
+    CloseHandle(file);
+    return INVALID_HANDLE_VALUE;
+  }
+  return file;
 }
 
 DWORD attributesOf(const std::string& path) {
@@ -66,8 +81,7 @@ std::wstring temporaryPath(const std::wstring& path) {
 }
 
 bool writeTemporary(const std::wstring& path, std::string_view bytes) {
-  Handle file(
-      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  Handle file(openFile(path, GENERIC_WRITE, 0, CREATE_ALWAYS));
   return file && writeAll(file, bytes) && FlushFileBuffers(file.get()) && file.close();
 }
 
@@ -76,9 +90,8 @@ bool replaceFile(const std::wstring& from, const std::wstring& to) {
     if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
       return true;
     const DWORD error = GetLastError();
-    if (tries == kReplaceTries || (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED))
-      return false;
-    Sleep(kReplacePause);
+    if (tries == kTries || (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED)) return false;
+    Sleep(kPause);
   }
 }
 
@@ -96,25 +109,7 @@ bool endsWithNoCase(std::wstring_view name, std::wstring_view ending) {
   return ending.empty() || CompareStringOrdinal(end.data(), size, ending.data(), size, TRUE) == CSTR_EQUAL;
 }
 
-std::wstring programFolder() {
-  std::wstring path(MAX_PATH, L'\0');
-  for (;;) {
-    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    if (length < path.size()) {
-      path.resize(length);
-      break;
-    }
-    path.resize(path.size() * 2);
-  }
-  return path.substr(0, path.find_last_of(L'\\'));
-}
-
 }  // namespace
-
-std::string applicationFolder() {
-  static const std::string folder = win32::narrowPath(programFolder());
-  return folder;
-}
 
 bool fileExists(const std::string& path) {
   return isFile(attributesOf(path));
@@ -138,8 +133,7 @@ std::optional<std::uint64_t> fileLength(const std::string& path) {
 
 std::optional<std::string> readFile(const std::string& path) try {
   if (!fileExists(path)) return std::nullopt;
-  const Handle file(CreateFileW(systemPath(path).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
-                                FILE_ATTRIBUTE_NORMAL, nullptr));
+  const Handle file(openFile(systemPath(path), GENERIC_READ, kShareAll, OPEN_EXISTING));
   LARGE_INTEGER size;
   if (!file || !GetFileSizeEx(file.get(), &size)) return std::nullopt;
   // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
@@ -172,8 +166,7 @@ bool writeFile(const std::string& path, std::string_view bytes) {
 bool appendFile(const std::string& path, std::string_view bytes) {
   const std::wstring target = systemPath(path);
   if (target.empty()) return false;
-  Handle file(CreateFileW(target.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                          OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  Handle file(openFile(target, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS));
   LARGE_INTEGER end;
   if (!file || !SetFilePointerEx(file.get(), {}, &end, FILE_END)) return false;
   if (!writeAll(file, bytes)) {
@@ -185,7 +178,8 @@ bool appendFile(const std::string& path, std::string_view bytes) {
 }
 
 bool deleteFile(const std::string& path) {
-  return DeleteFileW(systemPath(path).c_str()) != FALSE;
+  const std::wstring wide = systemPath(path);
+  return !wide.empty() && insist([&] { return DeleteFileW(wide.c_str()) != FALSE; });
 }
 
 std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view ending) {

@@ -7,8 +7,8 @@
 
 #include <cstdint>
 
-#include "platform/files.h"
 #include "platform/win32/handle.h"
+#include "platform/win32/paths.h"
 #include "platform/win32/shell_link.h"
 #include "platform/win32/shell_window.h"
 #include "platform/win32/text.h"
@@ -19,20 +19,20 @@ namespace {
 HWND theMainWindow = nullptr;
 
 // The folder as the file system itself names it: one name, whatever way leads to it.
-std::wstring finalFolderName(const std::string& folder) {
-  const win32::Handle handle(CreateFileW(win32::widen(folder).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                         nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+std::wstring finalFolderName(const std::wstring& folder) {
+  const win32::Handle handle(CreateFileW(folder.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   std::wstring name(32768, L'\0');
   const DWORD length =
       handle ? GetFinalPathNameByHandleW(handle.get(), name.data(), static_cast<DWORD>(name.size()), 0) : 0;
-  if (length == 0 || length >= name.size()) return win32::widen(folder);
+  if (length == 0 || length >= name.size()) return folder;
   name.resize(length);
   return name;
 }
 
 // A kernel object's name has at most 260 characters and no backslash, so the folder goes in as a number.
 std::wstring instanceName() {
-  std::wstring folder = finalFolderName(applicationFolder());
+  std::wstring folder = finalFolderName(win32::programFolder());
   CharLowerBuffW(folder.data(), static_cast<DWORD>(folder.size()));
   std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
   for (const wchar_t c : folder) hash = (hash ^ c) * 0x100000001b3;
@@ -88,14 +88,13 @@ void endProcess() {
 std::string getSpecialFolderPath(int folderId) {
   PIDLIST_ABSOLUTE list = nullptr;
   if (FAILED(SHGetSpecialFolderLocation(theMainWindow, folderId, &list)) || !list) return {};
-  char buffer[MAX_PATH] = {};
-  const bool found = SHGetPathFromIDListA(list, buffer) != FALSE;
+  // Not through the 8-bit function: it answers in the system's own code page, which may lack letters of the
+  // user's name that the short names make up for.
+  wchar_t path[MAX_PATH] = {};
+  const bool found = SHGetPathFromIDListW(list, path) != FALSE;
   CoTaskMemFree(list);
   if (!found) return {};
-  // The shell answers in the system's own code page.
-  wchar_t wide[MAX_PATH] = {};
-  MultiByteToWideChar(CP_ACP, 0, buffer, -1, wide, MAX_PATH);
-  return win32::narrowPath(wide) + "\\";
+  return win32::narrowPath(path) + "\\";
 }
 
 bool createStartupLink(const std::string& linkName, const std::string& targetPath) {

@@ -6,6 +6,7 @@
 
 #include "platform/shell.h"
 #include "platform/win32/com.h"
+#include "platform/win32/paths.h"
 #include "platform/win32/text.h"
 
 namespace vornelle::win32 {
@@ -31,7 +32,7 @@ bool fCreateShellLink(const std::string& folder, const std::string& linkName, co
                       const std::string& arguments, int isPrivate, const std::string& parent) {
   const std::string place = linkFolder(folder, isPrivate, parent);
   if (place.empty()) return false;
-  const std::wstring target = widen(targetPath);
+  const std::wstring target = widePath(targetPath);
 
   const ComPointer<IShellLinkW> link = createComObject<IShellLinkW>(CLSID_ShellLink, IID_IShellLinkW);
   if (!link) return false;
@@ -40,7 +41,7 @@ bool fCreateShellLink(const std::string& folder, const std::string& linkName, co
   if (FAILED(link->SetWorkingDirectory(target.substr(0, target.find_last_of(L'\\')).c_str()))) return false;
   ComPointer<IPersistFile> file;
   if (FAILED(link->QueryInterface(IID_IPersistFile, file.receive()))) return false;
-  return SUCCEEDED(file->Save(widen(place + linkName + ".lnk").c_str(), TRUE));
+  return SUCCEEDED(file->Save(widePath(place + linkName + ".lnk").c_str(), TRUE));
 }
 
 }  // namespace vornelle::win32

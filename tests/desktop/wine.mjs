@@ -93,11 +93,47 @@ async function basePrefix(display) {
   return BASE_PREFIX;
 }
 
+// A prefix below the folder that shares the base's files, with registry files of its own.
+async function ownPrefix(folder, display) {
+  const base = await basePrefix(display);
+  const prefix = path.join(folder, 'prefix');
+  execFileSync('cp', ['-as', base, prefix]);
+  // Drives are links already; links to them would lead into the base.
+  fs.rmSync(path.join(prefix, 'dosdevices'), { recursive: true });
+  fs.mkdirSync(path.join(prefix, 'dosdevices'));
+  fs.symlinkSync('../drive_c', path.join(prefix, 'dosdevices', 'c:'));
+  fs.symlinkSync('/', path.join(prefix, 'dosdevices', 'z:'));
+  for (const name of ['system.reg', 'user.reg', 'userdef.reg', '.update-timestamp']) {
+    fs.rmSync(path.join(prefix, name), { force: true });
+    fs.copyFileSync(path.join(base, name), path.join(prefix, name));
+  }
+  return prefix;
+}
+
 // Adds a value to the registry file of a Wine that is not running.
 function setRegistry(prefix, hive, key, name, value) {
   const file = path.join(prefix, hive);
   const line = `${name === '' ? '@' : `"${name}"`}=${value}`;
   fs.appendFileSync(file, `\n[${key.replaceAll('\\', '\\\\')}] 1700000000\n${line}\n`);
+}
+
+// A Wine for programs that are started, run and end by themselves. `variables` go into their environment.
+export class WineRun {
+  static async start(variables = {}) {
+    if (!WINE || !WINESERVER) throw new Error('There is no Wine: script/setup installs it.');
+    const wine = new WineRun();
+    const { server, display } = await startDisplay();
+    wine.server = server;
+    wine.folder = temporaryFolder('wine');
+    wine.env = { ...wineEnvironment(await ownPrefix(wine.folder, display), display), ...variables };
+    return wine;
+  }
+
+  async stop() {
+    await execute(WINESERVER, ['-k'], { env: this.env }).catch(() => {});
+    this.server.kill();
+    removeFolder(this.folder);
+  }
 }
 
 export class Desktop {
@@ -113,19 +149,8 @@ export class Desktop {
     const { server, display } = await startDisplay();
     this.server = server;
     this.apps = [];
-    const base = await basePrefix(display);
     this.folder = temporaryFolder('desktop');
-    this.prefix = path.join(this.folder, 'prefix');
-    execFileSync('cp', ['-as', base, this.prefix]);
-    // Drives are links already; links to them would lead into the base.
-    fs.rmSync(path.join(this.prefix, 'dosdevices'), { recursive: true });
-    fs.mkdirSync(path.join(this.prefix, 'dosdevices'));
-    fs.symlinkSync('../drive_c', path.join(this.prefix, 'dosdevices', 'c:'));
-    fs.symlinkSync('/', path.join(this.prefix, 'dosdevices', 'z:'));
-    for (const name of ['system.reg', 'user.reg', 'userdef.reg', '.update-timestamp']) {
-      fs.rmSync(path.join(this.prefix, name), { force: true });
-      fs.copyFileSync(path.join(base, name), path.join(this.prefix, name));
-    }
+    this.prefix = await ownPrefix(this.folder, display);
     this.env = wineEnvironment(this.prefix, display);
     if (dpi !== 96) setRegistry(this.prefix, 'user.reg', 'Control Panel\\Desktop', 'LogPixels', 
       `dword:${dpi.toString(16).padStart(8, '0')}`);

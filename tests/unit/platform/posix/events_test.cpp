@@ -1,52 +1,17 @@
 #include "platform/events.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include <array>
 #include <csignal>
+#include <cstdlib>
 #include <ctime>
-#include <set>
-#include <string>
 
 #include "platform/clock.h"
-#include "platform/random.h"
-#include "tests/unit/platform/posix/loopback.h"
+#include "tests/unit/platform/seam/loopback.h"
 
 namespace vornelle {
 namespace {
-
-TEST(PosixEventsTest, WaitEventsSleepsUntilTheNextTimer) {
-  int ticks = 0;
-  Timer timer(60, true);
-  timer.onTick = [&] { ++ticks; };
-  const std::int64_t start = monotonicMilliseconds();
-  const std::clock_t cpu = std::clock();
-  waitEvents();
-  EXPECT_EQ(ticks, 1);
-  EXPECT_GE(monotonicMilliseconds() - start, 60);
-  EXPECT_LT(std::clock() - cpu, CLOCKS_PER_SEC / 50);
-}
-
-TEST(PosixEventsTest, DoEventsNeverBlocks) {
-  Timer timer(5000, true);
-  const std::int64_t start = monotonicMilliseconds();
-  doEvents();
-  EXPECT_LT(monotonicMilliseconds() - start, 1000);
-}
-
-TEST(PosixEventsTest, PauseServesNothingAndTheLateTickComesOnce) {
-  int ticks = 0;
-  Timer timer(20, true);
-  timer.onTick = [&] { ++ticks; };
-  const std::int64_t start = monotonicMilliseconds();
-  pause(105);
-  EXPECT_GE(monotonicMilliseconds() - start, 105);
-  EXPECT_EQ(ticks, 0);
-  doEvents();
-  EXPECT_EQ(ticks, 1);
-}
 
 class SignalTest : public testing::TestWithParam<int> {
  protected:
@@ -97,13 +62,6 @@ TEST(PosixEventsTest, ABrokenPipeIsNoSignal) {
   close(ends[1]);
 }
 
-TEST(ClockTest, TheWallClockIsTheSystemsAndTheOtherOneGoesForward) {
-  EXPECT_NEAR(static_cast<double>(utcNow()), static_cast<double>(std::time(nullptr)), 2);
-  const std::int64_t before = monotonicMilliseconds();
-  pause(5);
-  EXPECT_GE(monotonicMilliseconds() - before, 5);
-}
-
 class TimeZoneTest : public testing::Test {
  protected:
   ~TimeZoneTest() override {
@@ -125,23 +83,13 @@ TEST_F(TimeZoneTest, LocalTimeFollowsTheZoneAndItsSummerTime) {
   EXPECT_EQ(summer.second, 0);
 }
 
-TEST(ClockTest, HalvesOfTheDayHaveANameAlways) {
+TEST(PosixClockTest, HalvesOfTheDayHaveANameAlways) {
   setenv("LC_ALL", "C", 1);
   EXPECT_EQ(amPmDesignator(false), "AM");
   EXPECT_EQ(amPmDesignator(true), "PM");
   setenv("LC_ALL", "no_SUCH.locale", 1);
   EXPECT_EQ(amPmDesignator(true), "PM");
   unsetenv("LC_ALL");
-}
-
-TEST(RandomTest, NumbersDiffer) {
-  std::set<std::string> seen;
-  for (int i = 0; i < 20; ++i) {
-    std::array<char, 64> bytes{};
-    ASSERT_TRUE(fillRandom(bytes.data(), bytes.size()));
-    seen.emplace(bytes.data(), bytes.size());
-  }
-  EXPECT_EQ(seen.size(), 20u);
 }
 
 }  // namespace

@@ -1,25 +1,20 @@
-// A plain TCP peer for the tests of the real platform, and waiting by condition.
+// A plain TCP peer for the tests of the real platforms, and waiting by condition.
 #pragma once
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <cerrno>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
 
+#include "native.h"
 #include "platform/clock.h"
 #include "platform/events.h"
 
 namespace vornelle {
 
 // Serves events until the condition holds; false after five seconds.
-inline bool eventually(const std::function<bool()>& condition) {
-  const std::int64_t end = monotonicMilliseconds() + 5000;
+inline bool eventually(const std::function<bool()>& condition, int milliseconds = 5000) {
+  const std::int64_t end = monotonicMilliseconds() + milliseconds;
   Timer wake(5, true);  // the condition may depend on what is no event
   while (!condition()) {
     if (monotonicMilliseconds() > end) return false;
@@ -44,18 +39,27 @@ inline sockaddr_in loopback(int port) {
   return address;
 }
 
-// A port that was free a moment ago.
-inline int freePort() {
-  const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+// Takes any free port; 0 when there is none.
+inline int bindAnywhere(native::Socket socket) {
   sockaddr_in address = loopback(0);
   socklen_t length = sizeof address;
-  int port = 0;
-  if (bind(probe, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-      getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-    port = ntohs(address.sin_port);
-  }
-  ::close(probe);
+  if (bind(socket, reinterpret_cast<sockaddr*>(&address), length) != 0) return 0;
+  if (getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) != 0) return 0;
+  return ntohs(address.sin_port);
+}
+
+// A port that was free a moment ago.
+inline int freePort() {
+  const native::Socket probe = socket(AF_INET, SOCK_STREAM, 0);
+  const int port = bindAnywhere(probe);
+  native::closeSocket(probe);
   return port;
+}
+
+// The next close resets the connection.
+inline void resetAtClose(native::Socket socket) {
+  const linger atOnce{1, 0};
+  setsockopt(socket, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&atOnce), sizeof atOnce);
 }
 
 // The other side of a connection. Never blocks.
@@ -68,45 +72,48 @@ class Peer {
 
   bool connect(int port, int receiveBuffer = 0) {
     close();
-    descriptor_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (receiveBuffer > 0)
-      setsockopt(descriptor_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
+    socket_ = ::socket(AF_INET, SOCK_STREAM, 0);
+    if (receiveBuffer > 0) {
+      setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char*>(&receiveBuffer),
+                 sizeof receiveBuffer);
+    }
     const sockaddr_in address = loopback(port);
-    return ::connect(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return false;
+    native::neverBlock(socket_);
+    return true;
   }
 
   void send(std::string_view bytes) {
     while (!bytes.empty()) {
-      const ssize_t sent = ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+      const long sent = native::send(socket_, bytes.data(), bytes.size());
       if (sent <= 0) return;
       bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
   }
 
-  void finishSending() { shutdown(descriptor_, SHUT_WR); }
+  void finishSending() { shutdown(socket_, native::kStopSending); }
 
   void reset() {
-    const linger atOnce{1, 0};
-    setsockopt(descriptor_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    resetAtClose(socket_);
     close();
   }
 
   void close() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-    descriptor_ = -1;
+    if (socket_ != native::kNoSocket) native::closeSocket(socket_);
+    socket_ = native::kNoSocket;
   }
 
   // Takes what has arrived.
   const std::string& received() {
     char buffer[4096];
-    while (descriptor_ >= 0 && !ended_ && !broken_) {
-      const ssize_t got = recv(descriptor_, buffer, sizeof buffer, MSG_DONTWAIT);
+    while (socket_ != native::kNoSocket && !ended_ && !broken_) {
+      const long got = native::receive(socket_, buffer, sizeof buffer);
       if (got > 0) {
         received_.append(buffer, static_cast<std::size_t>(got));
       } else if (got == 0) {
         ended_ = true;
-      } else if (errno != EINTR) {
-        broken_ = errno != EAGAIN && errno != EWOULDBLOCK;
+      } else {
+        broken_ = !native::wouldBlock();
         break;
       }
     }
@@ -115,10 +122,10 @@ class Peer {
   bool ended() { return (void)received(), ended_; }    // orderly end of the stream
   bool broken() { return (void)received(), broken_; }  // reset
 
-  [[nodiscard]] int descriptor() const { return descriptor_; }
+  [[nodiscard]] native::Socket socket() const { return socket_; }
 
  private:
-  int descriptor_ = -1;
+  native::Socket socket_ = native::kNoSocket;
   std::string received_;
   bool ended_ = false;
   bool broken_ = false;

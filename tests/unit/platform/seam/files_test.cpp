@@ -1,0 +1,163 @@
+#include "platform/files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/unit/platform/seam/files_support.h"
+
+namespace vornelle {
+namespace {
+
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+TEST_F(FilesTest, TheApplicationFolderIsThatOfTheProgramWithBackslashes) {
+  EXPECT_EQ(native::toNative(applicationFolder()), native::programFolder());
+  EXPECT_EQ(applicationFolder().find('/'), std::string::npos);
+  EXPECT_NE(applicationFolder().back(), '\\');
+  EXPECT_TRUE(folderExists(applicationFolder()));
+}
+
+TEST_F(FilesTest, WhatIsWrittenIsRead) {
+  const std::string content = std::string("line\r\n\0\xE4\n", 9);
+  EXPECT_TRUE(writeFile(folder + "\\a.txt", content));
+  EXPECT_EQ(readFile(folder + "\\a.txt"), content);
+  EXPECT_EQ(fileLength(folder + "\\a.txt"), content.size());
+  EXPECT_TRUE(writeFile(folder + "\\a.txt", ""));
+  EXPECT_EQ(readFile(folder + "\\a.txt"), "");
+  EXPECT_EQ(fileLength(folder + "\\a.txt"), 0u);
+}
+
+TEST_F(FilesTest, AMissingFileHasNoContentAndNoLength) {
+  EXPECT_EQ(readFile(folder + "\\none"), std::nullopt);
+  EXPECT_EQ(fileLength(folder + "\\none"), std::nullopt);
+  EXPECT_FALSE(fileExists(folder + "\\none"));
+  EXPECT_FALSE(deleteFile(folder + "\\none"));
+  EXPECT_EQ(readFile(""), std::nullopt);
+  EXPECT_FALSE(writeFile("", "x"));
+}
+
+TEST_F(FilesTest, AFolderIsNoFileAndAFileNoFolder) {
+  EXPECT_TRUE(createFolder(folder + "\\sub"));
+  EXPECT_TRUE(folderExists(folder + "\\sub"));
+  EXPECT_FALSE(fileExists(folder + "\\sub"));
+  EXPECT_EQ(readFile(folder + "\\sub"), std::nullopt);
+  EXPECT_EQ(fileLength(folder + "\\sub"), std::nullopt);
+  EXPECT_FALSE(writeFile(folder + "\\sub", "x"));
+  EXPECT_FALSE(appendFile(folder + "\\sub", "x"));
+  EXPECT_FALSE(deleteFile(folder + "\\sub"));
+  EXPECT_TRUE(writeFile(folder + "\\file", "x"));
+  EXPECT_FALSE(folderExists(folder + "\\file"));
+  EXPECT_FALSE(createFolder(folder + "\\file"));
+  EXPECT_FALSE(writeFile(folder + "\\file\\below", "x"));
+}
+
+TEST_F(FilesTest, AFolderThatIsThereInAnyLetterCaseIsNotMadeAgain) {
+  EXPECT_TRUE(createFolder(folder + "\\Spam"));
+  EXPECT_TRUE(createFolder(folder + "\\SPAM"));
+  EXPECT_THAT(namesOnDisk(), UnorderedElementsAre("Spam"));
+  EXPECT_FALSE(createFolder(folder + "\\no\\such"));
+}
+
+TEST_F(FilesTest, NamesAreMatchedWithoutRegardToLetterCase) {
+  EXPECT_TRUE(createFolder(folder + "\\Data"));
+  EXPECT_TRUE(writeFile(folder + "\\dAtA\\List.HTM", "old"));
+  EXPECT_TRUE(fileExists(folder + "\\DATA\\list.htm"));
+  EXPECT_TRUE(writeFile(folder + "\\data\\LIST.htm", "new"));
+  EXPECT_TRUE(appendFile(folder + "\\data\\list.HTM", "er"));
+  EXPECT_EQ(readFile(folder + "\\data\\list.htm"), "newer");
+  EXPECT_TRUE(std::filesystem::exists(onDisk / "Data/List.HTM"));
+  EXPECT_TRUE(deleteFile(folder + "\\data\\list.htm"));
+  EXPECT_FALSE(std::filesystem::exists(onDisk / "Data/List.HTM"));
+}
+
+TEST_F(FilesTest, LetterCaseKnowsTheLettersOfWindows1252) {
+  EXPECT_TRUE(writeFile(folder + "\\\xC4\xD6\xDC\x8A\x9F.txt", "x"));
+  EXPECT_TRUE(fileExists(folder + "\\\xE4\xF6\xFC\x9A\xFF.TXT"));
+  EXPECT_TRUE(writeFile(folder + "\\a\xD7.txt", "x"));  // the multiplication sign has no other case
+  EXPECT_FALSE(fileExists(folder + "\\a\xF7.txt"));
+}
+
+TEST_F(FilesTest, APathWithANulNamesNothing) {
+  EXPECT_TRUE(writeFile(folder + "\\a", "x"));
+  const std::string path = folder + "\\a" + std::string(1, '\0') + "b";
+  EXPECT_FALSE(fileExists(path));
+  EXPECT_FALSE(writeFile(path, "y"));
+  EXPECT_FALSE(deleteFile(path));
+  EXPECT_EQ(readFile(folder + "\\a"), "x");
+}
+
+TEST_F(FilesTest, AppendingAddsAndCreates) {
+  EXPECT_TRUE(appendFile(folder + "\\log", ""));
+  EXPECT_EQ(readFile(folder + "\\log"), "");
+  EXPECT_TRUE(appendFile(folder + "\\log", "one"));
+  EXPECT_TRUE(appendFile(folder + "\\log", "two"));
+  EXPECT_EQ(readFile(folder + "\\log"), "onetwo");
+}
+
+TEST_F(FilesTest, AReplacedFileIsANewFileUnderTheOldName) {
+  // A reader that has the old one open, and a crash before the rename, see the old content whole.
+  EXPECT_TRUE(writeFile(folder + "\\a", "old"));
+  std::filesystem::create_hard_link(onDisk / "a", onDisk / "other");
+  EXPECT_TRUE(writeFile(folder + "\\a", "new"));
+  EXPECT_EQ(readFile(folder + "\\other"), "old");
+  EXPECT_EQ(readFile(folder + "\\a"), "new");
+}
+
+TEST_F(FilesTest, AFullDiskLeavesTheOldFileAsItWas) {
+  ASSERT_TRUE(writeFile(folder + "\\a", "old content"));
+  {
+    const native::FullDisk full;
+    const std::size_t limit = native::FullDisk::limit();
+    ASSERT_GT(limit, 0u) << "tests/run.mjs starts this program with a limit";
+    EXPECT_FALSE(writeFile(folder + "\\a", std::string(limit + 1, 'x')));
+    EXPECT_FALSE(writeFile(folder + "\\b", std::string(limit + 1, 'x')));
+    EXPECT_TRUE(writeFile(folder + "\\c", std::string(limit, 'x')));
+  }
+  EXPECT_EQ(readFile(folder + "\\a"), "old content");
+  EXPECT_THAT(namesOnDisk(), UnorderedElementsAre("a", "c"));
+}
+
+TEST_F(FilesTest, AnAppendThatDoesNotFitLeavesNothingBehind) {
+  const std::size_t limit = native::FullDisk::limit();
+  ASSERT_GT(limit, 20u) << "tests/run.mjs starts this program with a limit";
+  const std::string content(limit - 10, 'x');
+  ASSERT_TRUE(writeFile(folder + "\\list", content));
+  {
+    const native::FullDisk full;
+    EXPECT_FALSE(appendFile(folder + "\\list", "second entry\r\n"));
+  }
+  EXPECT_TRUE(readFile(folder + "\\list") == content);
+}
+
+TEST_F(FilesTest, NamesOfFullLengthCanBeWritten) {
+  const std::string name(255, 'n');
+  EXPECT_TRUE(writeFile(folder + "\\" + name, "x"));
+  EXPECT_THAT(namesOnDisk(), UnorderedElementsAre(name));
+  EXPECT_FALSE(writeFile(folder + "\\" + name + "n", "x"));
+  EXPECT_THAT(namesOnDisk(), UnorderedElementsAre(name));
+}
+
+TEST_F(FilesTest, AListingHasTheOrdinaryFilesOfTheEndingInAnyLetterCase) {
+  for (const char* name : {"a.txt", "B.TXT", "c.txt.bak", "txt", ".txt"}) {
+    ASSERT_TRUE(writeFile(folder + "\\" + name, "x"));
+  }
+  ASSERT_TRUE(createFolder(folder + "\\folder.txt"));
+  EXPECT_THAT(listed(".txt"), UnorderedElementsAre("a.txt", "B.TXT", ".txt"));
+  EXPECT_EQ(listed("").size(), 5u);
+  EXPECT_THAT(listFolder(folder + "\\none", ".txt"), IsEmpty());
+}
+
+TEST_F(FilesTest, AListingTellsTheTimeOfTheLastChange) {
+  ASSERT_TRUE(writeFile(folder + "\\a.txt", "x"));
+  native::setModified(onDisk / "a.txt", 1794707700250);
+  const std::vector<FolderEntry> entries = listFolder(folder, ".txt");
+  ASSERT_EQ(entries.size(), 1u);
+  EXPECT_EQ(entries[0].modifiedMilliseconds, 1794707700250);
+}
+
+}  // namespace
+}  // namespace vornelle

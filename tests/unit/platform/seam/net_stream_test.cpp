@@ -1,0 +1,147 @@
+#include "platform/net_stream.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+
+#include "tests/unit/platform/seam/script_server.h"
+
+namespace vornelle {
+namespace {
+
+std::string readOnce(NetStream& stream, int timeout = 5000) {
+  char buffer[100];
+  const std::optional<std::size_t> got = stream.read(buffer, sizeof buffer, timeout);
+  if (!got) return "(nothing)";
+  return *got == 0 ? "(end)" : std::string(buffer, *got);
+}
+
+// Fills the buffer, up to the end of the stream; what has come.
+std::size_t readMost(native::Socket connection, std::string& buffer) {
+  std::size_t total = 0;
+  while (total < buffer.size()) {
+    const long got = native::receive(connection, buffer.data() + total, buffer.size() - total);
+    if (got <= 0) break;
+    total += static_cast<std::size_t>(got);
+  }
+  return total;
+}
+
+TEST(NetStreamTest, LinesGoBothWaysAndTheEndIsSeen) {
+  ScriptServer server([](native::Socket connection) {
+    sendAll(connection, "+OK\r\n");
+    sendAll(connection, "you said: " + readUntil(connection, "\r\n"));
+  });
+  const auto stream = openNetStream("localhost", server.port, 5000);
+  ASSERT_TRUE(stream);
+  EXPECT_EQ(readOnce(*stream), "+OK\r\n");
+  EXPECT_TRUE(stream->write("USER joe\r\n", 5000));
+  EXPECT_EQ(readOnce(*stream), "you said: USER joe\r\n");
+  EXPECT_EQ(readOnce(*stream), "(end)");
+}
+
+TEST(NetStreamTest, AnAddressWillDoForAHost) {
+  ScriptServer server([](native::Socket connection) { sendAll(connection, "hello"); });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  EXPECT_EQ(readOnce(*stream), "hello");
+}
+
+TEST(NetStreamTest, AReadBringsNoMoreThanAskedFor) {
+  ScriptServer server([](native::Socket connection) { sendAll(connection, "abcdef"); });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  char buffer[4];
+  std::string all;
+  while (true) {
+    const std::optional<std::size_t> got = stream->read(buffer, sizeof buffer, 5000);
+    ASSERT_TRUE(got);
+    ASSERT_LE(*got, sizeof buffer);
+    if (*got == 0) break;
+    all.append(buffer, *got);
+  }
+  EXPECT_EQ(all, "abcdef");
+}
+
+TEST(NetStreamTest, ASilentServerIsATimeOut) {
+  ScriptServer server(waitForEnd);
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  const std::int64_t start = monotonicMilliseconds();
+  EXPECT_EQ(readOnce(*stream, 100), "(nothing)");
+  EXPECT_GE(monotonicMilliseconds() - start, 100);
+  EXPECT_LT(monotonicMilliseconds() - start, 3000);
+}
+
+TEST(NetStreamTest, AServerThatTakesNothingIsATimeOutOfTheWrite) {
+  std::atomic<bool> over = false;
+  ScriptServer server([&](native::Socket) {
+    while (!over) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  EXPECT_TRUE(stream);
+  EXPECT_FALSE(stream && stream->write(std::string(64 * 1024 * 1024, 'x'), 100));
+  over = true;
+}
+
+TEST(NetStreamTest, AServerThatTakesBytesSlowlyIsNoTimeOutOfTheWrite) {
+  ScriptServer server([](native::Socket connection) {
+    std::string buffer(5 * 1024 * 1024, '\0');
+    for (std::size_t got = 1; got > 0;) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(150));
+      got = readMost(connection, buffer);
+    }
+  });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  const std::int64_t start = monotonicMilliseconds();
+  EXPECT_TRUE(stream->write(std::string(40 * 1024 * 1024, 'x'), 500));
+  EXPECT_GT(monotonicMilliseconds() - start, 500)
+      << "slower than the time-out, which counts from the last progress";
+}
+
+TEST(NetStreamTest, ALargeWriteArrivesWhole) {
+  constexpr std::size_t kSize = 20 * 1024 * 1024;
+  ScriptServer server([](native::Socket connection) {
+    std::size_t total = 0;
+    std::string buffer(65536, '\0');
+    while (total < kSize) {
+      const long got = native::receive(connection, buffer.data(), buffer.size());
+      if (got <= 0) return;
+      total += static_cast<std::size_t>(got);
+    }
+    sendAll(connection, "all there");
+  });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  EXPECT_TRUE(stream->write(std::string(kSize, 'x'), 5000));
+  EXPECT_EQ(readOnce(*stream), "all there");
+}
+
+TEST(NetStreamTest, AServerThatHasGoneBringsNothingAndTakesNothing) {
+  ScriptServer server([](native::Socket connection) {
+    (void)readUntil(connection, "\n");  // not before the stream stands
+    resetAtClose(connection);
+  });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  ASSERT_TRUE(stream->write("NOOP\r\n", 5000));
+  EXPECT_THAT(readOnce(*stream),
+              testing::AnyOf("(nothing)", "(end)"));  // what a reset looks like depends on the system
+  EXPECT_FALSE(stream->write("QUIT\r\n", 5000) && stream->write("QUIT\r\n", 5000));
+}
+
+TEST(NetStreamTest, NobodyThereIsNoStream) {
+  EXPECT_FALSE(openNetStream("127.0.0.1", freePort(), 5000));
+  EXPECT_FALSE(openNetStream("no-such-host.invalid", 110, 5000));
+  EXPECT_FALSE(openNetStream("", 110, 5000));
+  EXPECT_FALSE(openNetStream("127.0.0.1", 0, 5000));
+  EXPECT_FALSE(openNetStream("127.0.0.1", 65536, 5000));
+  EXPECT_FALSE(openNetStream(std::string("localhost\0x", 11), 110, 5000));
+}
+
+}  // namespace
+}  // namespace vornelle

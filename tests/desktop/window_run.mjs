@@ -2,9 +2,13 @@
 // output, what its message boxes say goes to the errors, and each box is answered at once.
 
 import { execFileSync, spawn } from 'node:child_process';
+import path from 'node:path';
 
 import { keepChild, until } from '../support/tools.mjs';
-import { Desktop, windowsPath, wineProgram, wineserverProgram } from './wine.mjs';
+import { useProgram } from '../support/launcher.mjs';
+import { Desktop, PROGRAM_FOLDER, windowsPath, wineProgram, wineserverProgram } from './wine.mjs';
+
+const NO_ANSWER = '<no answer>';
 
 // One desktop for all programs of a test process.
 let desktop;
@@ -20,41 +24,69 @@ function sharedDesktop() {
   return desktop;
 }
 
+// All running programs are looked at in one go, however many there are.
+const runs = new Set();
+let looking = null;
+
+async function lookAtAll() {
+  const own = await sharedDesktop();
+  while (runs.size > 0) {
+    const windows = await own.windows();
+    for (const run of [...runs]) await run.look(windows);
+    await new Promise((resolve) => setTimeout(resolve, 50));
+  }
+  looking = null;
+}
+
 export class WindowRun {
-  constructor(folder, program, environment) {
+  // What the program keeps in memory of every byte that it logs: the text, and its copy in the log box with its lines.
+  memoryForLog = 8;
+
+  constructor(folder, program, environment, shell) {
     this.output = '';
     this.errors = '';
     this.ended = null;
     this.program = windowsPath(`${folder}/${program}`).toLowerCase();
-    this.start(folder, program, environment);
+    this.start(folder, program, environment, shell);
   }
 
-  async start(folder, program, environment) {
+  async start(folder, program, environment, shell) {
     this.desktop = await sharedDesktop();
     if (this.killed) { this.ended = { code: null, signal: 'SIGKILL' }; return; }
-    this.child = keepChild(spawn(wineProgram, [`./${program}`],
+    const command = [wineProgram, `./${program}`];
+    if (shell) command.unshift('sh', '-c', `${shell}; exec "$0" "$@"`);
+    this.child = keepChild(spawn(command[0], command.slice(1),
       { cwd: folder, env: { ...this.desktop.env, ...environment }, stdio: 'ignore' }));
     const gone = new Promise((resolve) => this.child.once('exit', (code, signal) => resolve({ code, signal })));
-    gone.then(() => { this.isGone = true; });
-    while (!this.isGone) {
-      await this.look();
-      await new Promise((resolve) => setTimeout(resolve, 50));
-    }
-    this.ended = await gone;
+    this.answered = new Set();
+    runs.add(this);
+    looking ??= lookAtAll();
+    const ended = await gone;
+    this.isGone = true;
+    // What is being read of its windows is still its output.
+    runs.delete(this);
+    await this.lastLook;
+    this.ended = ended;
   }
 
-  async look() {
-    const answered = new Set();
-    for (const window of await this.desktop.windows()) {
+  look(windows) {
+    this.lastLook = this.read(windows);
+    return this.lastLook;
+  }
+
+  async read(windows) {
+    for (const window of windows) {
       if (window.program.toLowerCase() !== this.program) continue;
       if (window.class === 'VornelleForm1') {
         this.main = window;
         const box = window.children.find((child) => child.id === 107);
-        if (box) this.output = await this.desktop.ask(`text ${box.handle}`);
+        // A window that is being destroyed has no text left.
+        const text = box && await this.desktop.ask(`text ${box.handle}`);
+        if (text && text !== NO_ANSWER) this.output = text;
       }
       const button = window.class === '#32770' && window.children.find((child) => child.class === 'Button');
-      if (!button || answered.has(window.handle)) continue;
-      answered.add(window.handle);
+      if (!button || this.answered.has(window.handle)) continue;
+      this.answered.add(window.handle);
       this.errors += window.children.filter((child) => child.class === 'Static').map((child) => child.text).join('') + '\n';
       await this.desktop.ask(`press ${button.handle}`);
     }
@@ -65,7 +97,7 @@ export class WindowRun {
       const found = /use the address: http:\/\/[^:\s]+:(\d+)/.exec(this.output);
       if (!found && this.ended) throw new Error(`The program ended: ${JSON.stringify(this.ended)}\n${this.said()}`);
       return found;
-    }, 'the banner', 40000);
+    }, () => `the banner (${this.main ? 'the window is there' : 'no window'}, ${this.isGone ? 'gone' : 'running'}): ${this.said()}`, 60000);
     return Number(banner[1]);
   }
 
@@ -76,7 +108,13 @@ export class WindowRun {
   // Through Wine: its server does not always survive it when a program with sockets is killed from outside.
   kill() {
     this.killed = true;
-    if (this.main) this.desktop.ask(`end ${this.main.pid}`);
+    if (this.main) this.desktop.end(this.main.pid);
     else this.child?.kill('SIGKILL');
   }
+}
+
+// The tests that are imported after this call start the Windows program.
+export function useWindowsProgram() {
+  useProgram(path.join(PROGRAM_FOLDER, 'vornelle.exe'),
+    (folder, environment, shell) => new WindowRun(folder, 'vornelle.exe', environment, shell));
 }

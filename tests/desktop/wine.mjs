@@ -136,6 +136,25 @@ export class WineRun {
   }
 }
 
+// A running probe, asked one question at a time. A window that does not answer holds it up.
+class Probe {
+  constructor(env) {
+    this.child = keepChild(spawn(WINE, [PROBE], { env, stdio: ['pipe', 'pipe', 'ignore'] }));
+    this.answers = readline.createInterface({ input: this.child.stdout })[Symbol.asyncIterator]();
+    this.asking = Promise.resolve();
+  }
+
+  ask(question) {
+    this.asking = this.asking.then(async () => {
+      this.child.stdin.write(question + '\n');
+      const { value, done } = await this.answers.next();
+      if (done) throw new Error('The probe has ended.');
+      return JSON.parse(value);
+    });
+    return this.asking;
+  }
+}
+
 export class Desktop {
   static async start({ dpi = 96 } = {}) {
     const desktop = new Desktop();
@@ -156,9 +175,8 @@ export class Desktop {
       `dword:${dpi.toString(16).padStart(8, '0')}`);
     this.#registerBrowser();
     this.manager = keepChild(spawn('openbox', [], { env: this.env, stdio: 'ignore' }));
-    this.probe = keepChild(spawn(WINE, [PROBE], { env: this.env, stdio: ['pipe', 'pipe', 'ignore'] }));
-    this.answers = readline.createInterface({ input: this.probe.stdout })[Symbol.asyncIterator]();
-    this.asking = Promise.resolve();
+    this.probe = new Probe(this.env);
+    this.ender = new Probe(this.env);
     await this.windows();
   }
 
@@ -173,7 +191,7 @@ export class Desktop {
 
   async stop() {
     for (const app of this.apps) await app.stop();
-    this.probe.stdin.end();
+    for (const probe of [this.probe, this.ender]) probe.child.stdin.end();
     await execute(WINESERVER, ['-k'], { env: this.env }).catch(() => {});
     this.manager.kill();
     this.server.kill();
@@ -182,7 +200,7 @@ export class Desktop {
 
   // Its programs no longer keep the test process from ending; they are ended with it.
   letGo() {
-    for (const child of [this.server, this.manager, this.probe]) {
+    for (const child of [this.server, this.manager, this.probe.child, this.ender.child]) {
       child.unref();
       for (const pipe of child.stdio) pipe?.unref?.();
     }
@@ -190,16 +208,7 @@ export class Desktop {
 
   // ---- eyes ----
 
-  // One question to the probe, in turn.
-  ask(question) {
-    this.asking = this.asking.then(async () => {
-      this.probe.stdin.write(question + '\n');
-      const { value, done } = await this.answers.next();
-      if (done) throw new Error('The probe has ended.');
-      return JSON.parse(value);
-    });
-    return this.asking;
-  }
+  ask(question) { return this.probe.ask(question); }
 
   windows() { return this.ask('windows'); }
 
@@ -372,6 +381,9 @@ export class Desktop {
 
   // ---- programs ----
 
+  // Ends a process at once, even while its windows answer nobody.
+  async end(pid) { return await this.ender.ask(`end ${pid}`); }
+
   async install(options) {
     const app = await WindowsApplication.create(this, options);
     this.apps.push(app);
@@ -465,7 +477,7 @@ export class WindowsApplication {
     const drive = own.replace(/.*\\drive_c\\/, 'c:\\');
     for (const { class: kind, program, pid } of await this.desktop.windows()) {
       if (kind !== 'VornelleForm1') continue;
-      if ([own, drive].some((folder) => program.toLowerCase().startsWith(folder + '\\'))) await this.desktop.ask(`end ${pid}`);
+      if ([own, drive].some((folder) => program.toLowerCase().startsWith(folder + '\\'))) await this.desktop.end(pid);
     }
     await this.end().catch(() => this.child.kill('SIGKILL'));
   }

@@ -8,7 +8,7 @@ import { MailServer } from './mailserver.mjs';
 import { smallMailbox } from './mails.mjs';
 
 // options: messages, pop (options of the scripted server's POP3 side), settings, lists, milliseconds (for the run)
-// check: called with { app, server, line } after the run; line is the run's last log line
+// check: called with { app, server, line, seconds } after the run; line is the run's last log line, seconds its duration
 // recover: after it the server behaves and a second run finishes the work (default: true)
 export async function faultRun(options, check) {
   const messages = options.messages ?? smallMailbox();
@@ -22,11 +22,13 @@ export async function faultRun(options, check) {
     const before = server.maildrop.messages.map((message) => message.data);
     const left = () => server.maildrop.messages.map((message) => message.data);
     await app.login();
+    const start = Date.now();
     const line = await app.filterMail({ milliseconds: options.milliseconds ?? 120000 });
+    const seconds = (Date.now() - start) / 1000;
     assert.ok(line, `the run ended without a last line:\n${app.log()}`);
     assertNothingLost(before, left(), app);
     assert.ok(await app.isServing(), `the login page\n${JSON.stringify(app.process.ended)}\n${app.log()}`);
-    await check?.({ app, server, line });
+    await check?.({ app, server, line, seconds });
     if (options.recover === false) return;
 
     server.pop.options = { ...server.account };

@@ -13,7 +13,7 @@ export const repository = path.resolve(path.dirname(fileURLToPath(import.meta.ur
 
 let other = null;
 
-// program: its path; start(folder, environment): starts it in that folder and gives an object like ConsoleRun.
+// program: its path; start(folder, environment, shell): starts it in that folder and gives an object like ConsoleRun.
 export function useProgram(program, start) {
   other = { program, start };
 }
@@ -70,7 +70,5 @@ class ConsoleRun {
 }
 
 export function launch(folder, environment = {}, shell = '') {
-  if (!other) return new ConsoleRun(folder, environment, shell);
-  if (shell) throw new Error('That program is not started by a shell.');
-  return other.start(folder, environment);
+  return other ? other.start(folder, environment, shell) : new ConsoleRun(folder, environment, shell);
 }

@@ -4,6 +4,7 @@ import assert from 'node:assert/strict';
 import { after, before, describe, test } from 'node:test';
 
 import { Application } from '../support/harness.mjs';
+import { until } from '../support/tools.mjs';
 
 const ID = 'Q'.repeat(64);
 
@@ -37,7 +38,7 @@ describe('session ids', () => {
     await app.get(`/index.htm?s=${ID}box`);
     const line = app.log().trimEnd().split('\r\n').at(-1);
     assert.ok(line.endsWith('] index.htmbox request complete!'));
-    assert.ok(app.process.output.replaceAll('\r', '').includes(`${line}\n`));
+    await until(() => app.process.output.replaceAll('\r', '').includes(`${line}\n`), 'the line in the box');
   });
 });
 

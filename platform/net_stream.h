@@ -22,7 +22,9 @@ class NetStream {
   [[nodiscard]] virtual bool write(std::string_view bytes, int timeoutMilliseconds) = 0;
 };
 
-// Resolves the host (name or address) and connects, trying its addresses in turn within the time-out. Null on failure.
+// Resolves the host (name or address) and connects, all within the time-out: its addresses are tried in turn, each for its
+// share of the time that is left. The system's look-up of a name cannot be told to hurry; one that takes longer is left
+// to end by itself, aside from the program's one thread, and touches nothing of the program's. Null on failure.
 // Closing is done by the destructor.
 [[nodiscard]] std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds);
 

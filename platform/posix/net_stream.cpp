@@ -9,11 +9,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <new>
-#include <vector>
+#include <memory>
 
 #include "platform/clock.h"
 #include "platform/posix/descriptor.h"
+#include "platform/shared/connecting.h"
 
 namespace vornelle {
 namespace {
@@ -80,28 +80,39 @@ Descriptor connectTo(const addrinfo& address, std::int64_t until) {
   return socket;
 }
 
+// One look-up of a name.
+struct LookUp {
+  std::string host;
+  std::string port;
+  addrinfo* addresses = nullptr;
+
+  LookUp(const std::string& hostName, int portNumber) : host(hostName), port(std::to_string(portNumber)) {}
+  ~LookUp() {
+    if (addresses) freeaddrinfo(addresses);
+  }
+  LookUp(const LookUp&) = delete;
+  LookUp& operator=(const LookUp&) = delete;
+
+  void run() {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_NUMERICSERV;
+    if (getaddrinfo(host.c_str(), port.c_str(), &hints, &addresses) != 0) addresses = nullptr;
+  }
+};
+
 }  // namespace
 
 std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds) {
   if (host.empty() || host.find('\0') != std::string::npos || port < 1 || port > 65535) return nullptr;
   const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
-  addrinfo hints{};
-  hints.ai_socktype = SOCK_STREAM;
-  hints.ai_flags = AI_NUMERICSERV;
-  addrinfo* found = nullptr;
-  if (getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found) != 0) return nullptr;
-  const std::unique_ptr<addrinfo, void (*)(addrinfo*)> addresses(found, freeaddrinfo);
-
-  int left = 0;
-  for (const addrinfo* address = found; address; address = address->ai_next) ++left;
-  for (const addrinfo* address = found; address; address = address->ai_next, --left) {
-    // Each address gets its share of the time that is left, so that a dead one does not use up the others'.
-    const std::int64_t now = monotonicMilliseconds();
-    if (now >= end && address != found) break;
-    Descriptor socket = connectTo(*address, now + std::max<std::int64_t>(end - now, 0) / left);
-    if (socket.isOpen()) return std::make_unique<TcpStream>(std::move(socket));
-  }
-  return nullptr;
+  const auto lookUp = std::make_shared<LookUp>(host, port);
+  if (!doneInTime([lookUp] { lookUp->run(); }, end)) return nullptr;
+  return connectInTurn(lookUp->addresses, end,
+                       [](const addrinfo& address, std::int64_t until) -> std::unique_ptr<NetStream> {
+                         Descriptor socket = connectTo(address, until);
+                         return socket.isOpen() ? std::make_unique<TcpStream>(std::move(socket)) : nullptr;
+                       });
 }
 
 }  // namespace vornelle

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <memory>
 
+#include "platform/clock.h"
+#include "platform/shared/connecting.h"
 #include "platform/win32/text.h"
 #include "platform/win32/winsock.h"
 
@@ -13,15 +15,19 @@ using win32::Socket;
 
 class Deadline {
  public:
-  explicit Deadline(int milliseconds)
-      : end_(GetTickCount64() + static_cast<ULONGLONG>(std::max(milliseconds, 0))) {}
-  [[nodiscard]] DWORD left() const {
-    const ULONGLONG now = GetTickCount64();
-    return now >= end_ ? 0 : static_cast<DWORD>(end_ - now);
+  explicit Deadline(int milliseconds) : end_(monotonicMilliseconds() + milliseconds) {}
+  // At a time of monotonicMilliseconds().
+  static Deadline at(std::int64_t time) {
+    Deadline deadline(0);
+    deadline.end_ = time;
+    return deadline;
+  }
+  [[nodiscard]] long left() const {
+    return static_cast<long>(std::max<std::int64_t>(end_ - monotonicMilliseconds(), 0));
   }
 
  private:
-  ULONGLONG end_;
+  std::int64_t end_;
 };
 
 enum class For { reading, writing };
@@ -34,8 +40,8 @@ bool waitSocket(SOCKET socket, For purpose, const Deadline& deadline) {
   FD_ZERO(&failed);
   FD_SET(socket, &wanted);
   FD_SET(socket, &failed);
-  const DWORD left = deadline.left();
-  timeval time{static_cast<long>(left / 1000), static_cast<long>(left % 1000 * 1000)};
+  const long left = deadline.left();
+  timeval time{left / 1000, left % 1000 * 1000};
   const bool reads = purpose == For::reading;
   const int ready =
       select(0, reads ? &wanted : nullptr, reads ? nullptr : &wanted, reads ? nullptr : &failed, &time);
@@ -75,18 +81,16 @@ class SocketStream : public NetStream {
   Socket socket_;
 };
 
-// One look-up of a name. The system's resolver cannot be told to hurry, so it works aside; one that has not
-// answered in time is left to end by itself, and what it worked with lives until then.
+// One look-up of a name.
 struct LookUp {
   std::wstring host;
   std::wstring port;
   ADDRINFOW* addresses = nullptr;
-  HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
 
-  LookUp() = default;
+  LookUp(const std::string& hostName, int portNumber)
+      : host(win32::widen(hostName)), port(std::to_wstring(portNumber)) {}
   ~LookUp() {
     if (addresses) FreeAddrInfoW(addresses);
-    if (done) CloseHandle(done);
   }
   LookUp(const LookUp&) = delete;
   LookUp& operator=(const LookUp&) = delete;
@@ -97,30 +101,8 @@ struct LookUp {
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_protocol = IPPROTO_TCP;
     if (GetAddrInfoW(host.c_str(), port.c_str(), &hints, &addresses) != 0) addresses = nullptr;
-    SetEvent(done);
   }
 };
-
-DWORD WINAPI runLookUp(void* parameter) {
-  const std::unique_ptr<std::shared_ptr<LookUp>> lookUp(static_cast<std::shared_ptr<LookUp>*>(parameter));
-  (*lookUp)->run();
-  return 0;
-}
-
-// Null when the name has no address or the time is up.
-std::shared_ptr<LookUp> lookUp(const std::string& host, int port, const Deadline& deadline) {
-  auto result = std::make_shared<LookUp>();
-  result->host = win32::widen(host);
-  result->port = std::to_wstring(port);
-  if (!result->done) return nullptr;
-  auto parameter = std::make_unique<std::shared_ptr<LookUp>>(result);
-  const HANDLE thread = CreateThread(nullptr, 0, runLookUp, parameter.get(), 0, nullptr);
-  if (!thread) return nullptr;
-  static_cast<void>(parameter.release());  // the thread's own now
-  CloseHandle(thread);
-  if (WaitForSingleObject(result->done, deadline.left()) != WAIT_OBJECT_0) return nullptr;
-  return result->addresses ? result : nullptr;
-}
 
 bool connectSocket(const Socket& socket, const ADDRINFOW& address, const Deadline& deadline) {
   u_long nonBlocking = 1;
@@ -141,15 +123,15 @@ std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int 
       !win32::startWinsock()) {
     return nullptr;
   }
-  const Deadline deadline(timeoutMilliseconds);
-  const std::shared_ptr<LookUp> found = lookUp(host, port, deadline);
-  for (const ADDRINFOW* address = found ? found->addresses : nullptr; address; address = address->ai_next) {
-    if (deadline.left() == 0) break;
-    Socket socket = win32::makeTcpSocket(address->ai_family);
-    if (socket && connectSocket(socket, *address, deadline))
-      return std::make_unique<SocketStream>(std::move(socket));
-  }
-  return nullptr;
+  const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
+  const auto lookUp = std::make_shared<LookUp>(host, port);
+  if (!doneInTime([lookUp] { lookUp->run(); }, end)) return nullptr;
+  return connectInTurn(lookUp->addresses, end,
+                       [](const ADDRINFOW& address, std::int64_t until) -> std::unique_ptr<NetStream> {
+                         Socket socket = win32::makeTcpSocket(address.ai_family);
+                         if (!socket || !connectSocket(socket, address, Deadline::at(until))) return nullptr;
+                         return std::make_unique<SocketStream>(std::move(socket));
+                       });
 }
 
 }  // namespace vornelle

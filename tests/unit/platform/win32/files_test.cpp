@@ -156,5 +156,45 @@ TEST_F(WindowsFilesTest, AnEndingIsThatOfTheLongName) {
   EXPECT_THAT(listed(".txt"), IsEmpty());
 }
 
+// Runs a program to its end; its exit status.
+DWORD runToItsEnd(const std::filesystem::path& program, std::wstring arguments) {
+  STARTUPINFOW start{};
+  start.cb = sizeof start;
+  PROCESS_INFORMATION process{};
+  std::wstring line = L"\"" + program.wstring() + L"\" " + arguments;
+  if (!CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
+                      &process))
+    return 99;
+  WaitForSingleObject(process.hProcess, 60000);
+  DWORD status = 98;
+  GetExitCodeProcess(process.hProcess, &status);
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+  return status;
+}
+
+// This program again, in a folder that Windows-1252 cannot name: a user's own folder may be such a one.
+TEST_F(WindowsFilesTest, AnApplicationFolderOutsideTheProgramsTextWorks) {
+  const bool there = native::programFolder().filename() == L"\u540D\u524D";
+  if (!there) {
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    const std::filesystem::path copied = onDisk / L"\u540D\u524D" / "test.exe";
+    std::filesystem::create_directory(copied.parent_path());
+    ASSERT_TRUE(CopyFileW(program, copied.c_str(), TRUE));
+    EXPECT_EQ(runToItsEnd(copied, L"--gtest_brief=1 --gtest_filter=*AnApplicationFolderOutside*"), 0u);
+    EXPECT_TRUE(std::filesystem::exists(copied.parent_path() / "data" / "list.txt"))
+        << "the copy has run there";
+    return;
+  }
+  const std::string data = applicationFolder() + "\\data";
+  ASSERT_TRUE(createFolder(data));
+  EXPECT_TRUE(folderExists(data));
+  EXPECT_TRUE(writeFile(data + "\\list.txt", "one"));
+  EXPECT_TRUE(appendFile(data + "\\list.txt", "two"));
+  EXPECT_EQ(readFile(data + "\\LIST.TXT"), "onetwo");
+  EXPECT_EQ(listFolder(data, ".txt").size(), 1u);
+}
+
 }  // namespace
 }  // namespace vornelle

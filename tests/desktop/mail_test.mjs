@@ -60,7 +60,7 @@ test('Filter Mail runs against Dovecot', async () => {
   }
 });
 
-test('Pages are served while each dialog is open, and while the window is moved to the notification area', async () => {
+test('Pages are served while each dialog or the menu of the window is open, and while the window is hidden', async () => {
   const app = await desktop.install();
   await desktop.run(app);
   for (const [entry, title] of [['Import', 'Import Addresses to FriendList'], ['Config', 'Config'], ['About', 'About Vornelle']]) {
@@ -73,6 +73,8 @@ test('Pages are served while each dialog is open, and while the window is moved 
   await desktop.key('alt+space');
   await serves(app);
   await desktop.key('Escape');
+  await desktop.minimize();
+  await serves(app);
 });
 
 test('A filter run can be started from the web while a dialog is open', async () => {
@@ -98,8 +100,9 @@ test('A message as long as the send buffer many times over arrives whole', async
   assert.ok(page.length > 500000 && page.includes('enemy-8999@long.example'), `${page.length} bytes`);
 });
 
-// Private memory in KB, as the system underneath counts it: what the process has written. Unwritten pages of program files
-// are nobody's own, whoever else happens to use the same files at the moment.
+// Private memory in KB: the pages that the process has written and shares with nobody, heap, stacks, and the data of the
+// program and of Wine's libraries. Unwritten pages of program files are nobody's own: the kernel counts them as
+// private or shared as others happen to use the same files at the moment, and drops them when it needs room.
 const privateMemory = (pid) => [...fs.readFileSync(`/proc/${pid}/smaps_rollup`, 'utf8').matchAll(/^Private_Dirty: +(\d+) kB/gm)]
   .reduce((sum, [, size]) => sum + Number(size), 0);
 
@@ -113,7 +116,16 @@ test('At rest the program takes no processor time, and its memory stays small af
     await desktop.run(app);
     await app.login();
     await desktop.minimize();
-    for (let i = 0; i < 1000; i++) await app.get(i % 20 ? '/quick.htm?s={s}' : '/');
+    const requests = async () => { for (let i = 0; i < 500; i++) await app.get(i % 20 ? '/quick.htm?s={s}' : '/'); };
+    await requests();
+    const half = privateMemory(app.child.pid);
+    const logged = app.log().length;
+    await requests();
+    // The log is kept, as the text and as what the box makes of it; nothing else grows.
+    const grown = privateMemory(app.child.pid) - half;
+    const kept = (app.log().length - logged) / 1024;
+    console.log(`figure: 500 requests more take ${grown} KB for ${kept.toFixed(0)} KB of log`);
+    assert.ok(grown < 8 * kept + 512, `${grown} KB`);
     for (let i = 0; i < 10; i++) await app.get('/MAILFILTER.CGI?s={s}', { milliseconds: 60000 });
     const own = privateMemory(app.child.pid);
     const system = privateMemory(bare.pid);

@@ -131,7 +131,9 @@ export class Application {
 export function assertNothingLost(messages, left, app) {
   const key = (data) => Buffer.from(data).toString('latin1');
   const safe = new Set(left.map(key));
-  for (const data of Object.values(app.spamBox())) {
+  for (const [name, data] of Object.entries(app.spamBox())) {
+    // What a program that is killed was just writing: it has no name in the SpamBox yet.
+    if (/^\.vornelle-.*\.tmp$/.test(name)) continue;
     assert.equal(data.subarray(-2).toString('latin1'), '\r\n');
     safe.add(key(data.subarray(0, -2)));
   }

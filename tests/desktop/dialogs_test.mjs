@@ -125,14 +125,17 @@ test('Cancel and the Escape key store nothing', async () => {
   assert.equal(app.read('Vornelle.ini'), before);
 });
 
-for (const [name, row, message] of [['port', ROW.port, /Port/], ['messages-per-page', ROW.perPage, /Messages Per Page/]]) {
+for (const [name, row, message] of [
+  ['port', ROW.port, 'HTTP Port takes a whole number, for example 7000.'],
+  ['messages-per-page', ROW.perPage, 'Messages Per Page takes a whole number up to 32767, for example 15.'],
+]) {
   test(`A ${name} box that holds no number is refused: a message, the focus in it, nothing stored`, async () => {
     const before = app.read('Vornelle.ini');
     const dialog = await config();
     await desktop.fill(box(dialog, row), 'many');
     await desktop.fill(box(dialog, ROW.account), 'other');
     await press(dialog, 'Update');
-    assert.match(await desktop.answerBox(), message);
+    assert.equal(await desktop.answerBox(), message);
     await until(async () => box(await desktop.dialog('Config'), row).focused, 'the focus in the refused box');
     assert.equal(app.read('Vornelle.ini'), before);
     await desktop.key('Escape');
@@ -241,7 +244,7 @@ test('A field position that is no number of 1 or more is refused before a file i
   for (const text of ['0', 'two', '']) {
     await desktop.fill(desktop.control(dialog, POSITION), text);
     await desktop.click(desktop.control(dialog, LOAD));
-    await desktop.answerBox();
+    assert.equal(await desktop.answerBox(), 'Field position takes a whole number of 1 or more.');
   }
   assert.equal((await desktop.windows()).filter((window) => window.class === '#32770').length, 1);
   await desktop.key('Escape');

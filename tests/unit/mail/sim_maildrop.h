@@ -19,6 +19,7 @@ struct SimMail {
   std::string source;         // lines end in CR LF
   std::optional<int> size{};  // what LIST says; the length of the source when not set
   bool refused = false;       // RETR is answered with -ERR
+  bool undeletable = false;   // and so is DELE
 };
 
 struct SimMaildrop {
@@ -87,7 +88,7 @@ class SimMaildropSession : public sim::Server {
       multiline(source.substr(0, source.find("\r\n\r\n") + 4), out);
     } else if (verb == "RETR" && known && !mails_[number - 1].refused) {
       multiline(mails_[number - 1].source, out);
-    } else if (verb == "DELE" && known) {
+    } else if (verb == "DELE" && known && !mails_[number - 1].undeletable) {
       deleted_.insert(number);
       out += "+OK\r\n";
     } else if (verb == "RSET") {

@@ -12,4 +12,8 @@ namespace vornelle {
 // that nobody is to be told of failures (RFC 5321, 4.5.5).
 [[nodiscard]] std::string envelopeAddress(std::string_view field);
 
+// The same for a recipient, who may besides be a bare name that the server knows: "bob". "" when there is
+// none.
+[[nodiscard]] std::string recipientAddress(std::string_view field);
+
 }  // namespace vornelle

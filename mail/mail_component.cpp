@@ -23,16 +23,8 @@ constexpr std::int16_t kDefaultTimeoutSeconds = 30;
 constexpr std::int32_t kSent = 1;
 constexpr std::int32_t kNotSent = 0;
 
-// What one list of headers may hold. No honest field comes near the first; a mailbox full of fields made to
-// fill the memory meets the second.
-constexpr std::size_t kLongestField = 16U << 10;
+// What one list of headers may hold. A mailbox full of fields made to fill the memory meets it.
 constexpr std::size_t kMostHeaderText = 512U << 20;
-
-void cut(std::string& field) {
-  if (field.size() <= kLongestField) return;
-  field.resize(kLongestField);
-  field.shrink_to_fit();
-}
 
 std::function<std::unique_ptr<NetStream>()> connector(const std::string& server, int defaultPort,
                                                       int timeout) {
@@ -115,8 +107,6 @@ std::unique_ptr<HeaderList> MailComponent::popGetHeaderList(int /*option*/) {
     std::size_t textSize = 0;
     const auto take = [&](std::size_t place, const MaildropEntry& entry, std::string_view header) {
       MailMessage message = parseMessageHeader(header);
-      cut(message.from);
-      cut(message.subject);
       message.size = entry.size;
       message.uidl = entry.uidl;
       textSize += message.from.size() + message.subject.size();
@@ -178,7 +168,7 @@ std::int32_t MailComponent::smtpSendRaw(const std::string& from, const std::stri
   if (!impl_->smtp) return kNotSent;
   // A line end in an address would start a command of its own.
   if ((from + to).find_first_of("\r\n") != std::string::npos) return kNotSent;
-  return impl_->smtp->sendMessage(envelopeAddress(from), envelopeAddress(to), text) ? kSent : kNotSent;
+  return impl_->smtp->sendMessage(envelopeAddress(from), recipientAddress(to), text) ? kSent : kNotSent;
 }
 
 // ---- messages from the disk ----

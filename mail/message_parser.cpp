@@ -15,9 +15,18 @@
 namespace vornelle {
 namespace {
 
+// No honest field comes near it.
+constexpr std::size_t kLongestField = 16U << 10;
+
+std::string boundedText(const HeaderFields& header, std::string_view name) {
+  std::string text = header.fieldText(name);
+  if (text.size() <= kLongestField) return text;
+  return text.substr(0, kLongestField);  // a new string: the old one keeps its memory
+}
+
 void readHeader(const HeaderFields& header, MailMessage& message) {
-  message.from = header.fieldText("From");
-  message.subject = header.fieldText("Subject");
+  message.from = boundedText(header, "From");
+  message.subject = boundedText(header, "Subject");
   message.date = parseMailDate(header.field("Date").value_or(""));
 }
 

@@ -1,5 +1,5 @@
 // From the source of a message to what the rest of the program wants to know of it. Nothing here fails: what
-// cannot be read is empty.
+// cannot be read is empty. Sender and subject have at most 16 KiB; what is longer is cut.
 #pragma once
 
 #include <string>

@@ -17,6 +17,15 @@ TEST(EnvelopeAddress, TheAddressIsCutOutOfTheField) {
                                              "ber <bob@x.example>"));
 }
 
+// Encoded words bring such names: they are written without quotes.
+TEST(EnvelopeAddress, AnOpenQuoteOrCommentInTheNameHidesNoAddress) {
+  EXPECT_EQ("bob@x.example", envelopeAddress("Bob \"the builder <bob@x.example>"));
+  EXPECT_EQ("bob@x.example", envelopeAddress("Bob (home <bob@x.example>"));
+  EXPECT_EQ("bob@x.example", envelopeAddress("Bob < Ann <bob@x.example>"));
+  EXPECT_EQ("", envelopeAddress("Bob \"the builder <bob@x.example"));
+  EXPECT_EQ("", envelopeAddress("Bob \"the builder bob@x.example>"));
+}
+
 TEST(EnvelopeAddress, OfSeveralTheFirstCounts) {
   EXPECT_EQ("bob@x.example", envelopeAddress("bob@x.example, ann@x.example"));
   EXPECT_EQ("bob@x.example", envelopeAddress("Bob <bob@x.example>, Ann <ann@x.example>"));

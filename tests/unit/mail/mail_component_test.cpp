@@ -2,6 +2,7 @@
 
 #include "core/settings.h"
 #include "tests/unit/mail/scripted_pop3.h"
+#include "tests/unit/mail/scripted_smtp.h"
 #include "tests/unit/support.h"
 
 namespace vornelle {
@@ -64,6 +65,32 @@ TEST_F(MailComponentTest, AMessageIsFetchedWholeAndByteForByte) {
   EXPECT_EQ("a@b", message->getFromAddress());
 }
 
+TEST_F(MailComponentTest, AFetchedMessageHasTheSizeThatTheServerTells) {
+  deliver("id-1", "From: a@b\r\n\r\nHi\r\n");
+  mailbox->answers["LIST"] = "+OK\r\n1 4711\r\n.\r\n";
+  ASSERT_TRUE(mail->popConnect());
+  EXPECT_EQ(4711, mail->popGetMessage("id-1")->getSize());
+}
+
+TEST_F(MailComponentTest, AnIdThatNoMessageHasFetchesNothing) {
+  deliver("id-1", "From: a@b\r\n\r\n");
+  ASSERT_TRUE(mail->popConnect());
+  EXPECT_FALSE(mail->popGetMessage("id-2"));
+  EXPECT_FALSE(mail->popGetMessage(""));
+  EXPECT_FALSE(mail->popDeleteMessage(""));
+}
+
+TEST_F(MailComponentTest, AMessageThatIsGoneMeanwhileIsNotDeletedAndNoOtherIs) {
+  deliver("id-1", "From: a@b\r\n\r\n");
+  deliver("id-2", "From: c@d\r\n\r\n");
+  ASSERT_TRUE(mail->popConnect());
+  ASSERT_TRUE(mail->popGetUidls());
+  mailbox->answers["DELE"] = "-ERR no such message\r\n";
+  EXPECT_FALSE(mail->popDeleteMessage("id-1"));
+  mail.reset();
+  EXPECT_EQ(2U, mailbox->messages.size());
+}
+
 TEST_F(MailComponentTest, ADeletionTakesEffectOnRelease) {
   deliver("id-1", "From: a@b\r\n\r\n");
   deliver("id-2", "From: c@d\r\n\r\n");
@@ -105,6 +132,37 @@ TEST_F(MailComponentTest, InAListNoSenderOrSubjectIsLongerThan16KiB) {
   ASSERT_TRUE(list);
   EXPECT_EQ(std::string(16'384, 'a'), list->getItem(0)->getFromAddress());
   EXPECT_EQ(std::string(16'384, 'b'), list->getItem(0)->getSubject());
+}
+
+TEST_F(MailComponentTest, AFetchedMessageHasNoLongerSenderAndSubjectThanTheList) {
+  deliver("id-1",
+          "From: " + std::string(20'000, 'a') + "\r\nSubject: " + std::string(20'000, 'b') + "\r\n\r\n");
+  ASSERT_TRUE(mail->popConnect());
+  const auto message = mail->popGetMessage("id-1");
+  ASSERT_TRUE(message);
+  EXPECT_TRUE(message->getFromAddress() == std::string(16'384, 'a'));
+  EXPECT_TRUE(message->getSubject() == std::string(16'384, 'b'));
+}
+
+TEST_F(MailComponentTest, ANewMailComponentKnowsBothServersAndTheSmtpUser) {
+  const auto smtp = addSmtpServer("smtp.example");
+  settings.POP_SERVER = "mail.example";
+  settings.POP_ACCOUNT = "bob";
+  settings.POP_PASSWORD = "secret";
+  settings.SMTP_SERVER = "smtp.example";
+  settings.SMTP_USER = "";
+  settings.SMTP_PASSWORD = "password";
+  EXPECT_TRUE(newMailComponent().popConnect());
+  EXPECT_TRUE(currentMail->smtpLogin());
+  EXPECT_EQ(std::vector<std::string>{"EHLO [127.0.0.1]"}, smtp->commands);
+  settings.SMTP_USER = "user";
+  newMailComponent();
+  smtp->commands.clear();
+  static_cast<void>(currentMail->smtpLogin());
+  EXPECT_EQ((std::vector<std::string>{"EHLO [127.0.0.1]", "AUTH LOGIN", "dXNlcg==", "cGFzc3dvcmQ="}),
+            smtp->commands);
+  currentMail.reset();
+  resetProgramState();
 }
 
 TEST_F(MailComponentTest, ANewPopComponentHasTheSettingsAndEndsTheOldSession) {

@@ -182,8 +182,14 @@ TEST_F(SmtpClientTest, AnAddressWithALineEndIsNotSent) {
 TEST_F(SmtpClientTest, WithoutARecipientNothingIsSent) {
   ASSERT_TRUE(mail->smtpConnect());
   EXPECT_NE(kSent, mail->smtpSendRaw("ann@x.example", "", "x\r\n"));
-  EXPECT_NE(kSent, mail->smtpSendRaw("ann@x.example", "bob", "x\r\n"));
+  EXPECT_NE(kSent, mail->smtpSendRaw("ann@x.example", "bob builder", "x\r\n"));
   EXPECT_EQ(1U, server->commands.size());
+}
+
+TEST_F(SmtpClientTest, ARecipientMayBeKnownToTheServerWithoutADomain) {
+  ASSERT_TRUE(mail->smtpConnect());
+  EXPECT_EQ(kSent, mail->smtpSendRaw("ann@x.example", " bob ", "x\r\n"));
+  EXPECT_EQ("<bob>", server->mails.at(0).to);
 }
 
 TEST_F(SmtpClientTest, EightBitTextIsAnnouncedWhereTheServerKnowsIt) {

@@ -165,6 +165,13 @@ TEST_F(FilterRun, ALargeMailboxOnAPipeliningServerIsFilteredWhole) {
   EXPECT_EQ(drop.mails.size(), 750u);
 }
 
+TEST_F(FilterRun, TheSpamCounterStaysAtItsHighestValue) {
+  makeFile("\\spam\\same.txt", "the message\r\n");  // a refused retrieval counts and writes nothing
+  drop.mails.assign(32769, {.uidl = "same", .source = mailFrom("eve@elsewhere.example"), .refused = true});
+  mailFilter();
+  EXPECT_EQ(newLog().back(), "Mail filtered:  2 msgs.  1 spam.");
+}
+
 TEST_F(FilterRun, UniqueIdsThatDifferInLetterCaseAreBothSavedAndDeleted) {
   add("AB", "eve@elsewhere.example", "first");
   add("ab", "eve@elsewhere.example", "second");

@@ -28,6 +28,8 @@ TEST(Charset, BrokenUtf8BecomesQuestionMarks) {
                                  "b"));
   EXPECT_EQ("?", charsetToText("utf-8", "\xE2\x82"));
   EXPECT_EQ("??", charsetToText("utf-8", "\xC0\x80")) << "overlong";
+  EXPECT_EQ("???", charsetToText("utf-8", "\xE0\x80\xBC")) << "overlong";
+  EXPECT_EQ("????", charsetToText("utf-8", "\xF0\x80\x80\xBC")) << "overlong";
   EXPECT_EQ("???", charsetToText("utf-8", "\xED\xA0\x80")) << "a surrogate";
   EXPECT_EQ("????", charsetToText("utf-8", "\xF4\x90\x80\x80")) << "past the last character";
 }

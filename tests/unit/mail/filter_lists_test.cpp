@@ -36,6 +36,12 @@ TEST_F(FilterLists, AnAddToTheEnemyListIsLoggedAsPosted) {
   EXPECT_EQ(contentOf("\\data\\enemylist.txt"), "@example.com\r\n");
 }
 
+TEST_F(FilterLists, TheLogHasTheEntryAsPostedAndTheFileHasItDecoded) {
+  listAdd("FriendList", "bob%21");
+  EXPECT_THAT(log(), EndsWith("] FriendList add: bob%21\r\n"));
+  EXPECT_EQ(friends(), "bob!\r\n");
+}
+
 TEST_F(FilterLists, EachListHasAFileOfItsOwn) {
   listAdd("SubjectList", "invoice");
   EXPECT_EQ(contentOf("\\data\\subjectlist.txt"), "invoice\r\n");

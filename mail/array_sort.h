@@ -2,8 +2,7 @@
 //
 // 1. The pivot is the element in the middle.
 // 2. i goes up while its element sorts before the pivot, j goes down while its element sorts after it; where
-// they stop
-//    the two are swapped and both step on, until they have passed each other.
+//    they stop the two are swapped and both step on, until they have passed each other.
 // 3. The parts (low, j) and (i, high) are sorted the same way, the smaller one first.
 //
 // Both indices stop at elements equal to the pivot, so a list of equal entries is halved as evenly as a

@@ -1,14 +1,12 @@
 // Searches a text for every entry of a filter list at once.
 //
 // 1. The entries, in small letters, are sorted. One that begins with another entry is left out: where it
-// occurs, the
-//    shorter one occurs as well.
+//    occurs, the shorter one occurs as well.
 // 2. At each position of the text, a table of bits tells whether any entry begins with the next one to four
-// bytes. It
-//    errs on one side only, and rarely.
+//    bytes. It errs on one side only, and rarely.
 // 3. Where it says yes, the entry that sorts last among those not above the rest of the text is looked up by
-// halving.
-//    Since no entry begins with another one, it is the only one that the rest of the text can begin with.
+//    halving. Since no entry begins with another one, it is the only one that the rest of the text can begin
+//    with.
 //
 // With the entries "@example.org" and "bob" the text "jim <jim@example.org>" is looked at closely in one
 // place, at the at sign. The time depends on the length of the text and hardly on the number of entries.

@@ -24,15 +24,13 @@ class SmtpClient;
 class MailMessage {
  public:
   [[nodiscard]] const std::string& getSubject() const { return subject; }
-  [[nodiscard]] const std::string& getFromAddress() const {
-    return from;
-  }  // the whole From field, unfolded, decoded
+  // The whole From field, unfolded and decoded.
+  [[nodiscard]] const std::string& getFromAddress() const { return from; }
   [[nodiscard]] const std::string& getFromDisplay() const { return from; }
   // Seconds since 1970 UTC; nullopt when the message has no date that can be read.
   [[nodiscard]] std::optional<std::int64_t> getDate() const { return date; }
-  [[nodiscard]] const std::string& getRawText() const {
-    return rawText;
-  }  // the source exactly as received, CR LF
+  // The source exactly as received, lines ended by CR LF.
+  [[nodiscard]] const std::string& getRawText() const { return rawText; }
   [[nodiscard]] const std::string& getPlainBody() const { return plainBody; }
   [[nodiscard]] const std::string& getHtmlBody() const { return htmlBody; }
   [[nodiscard]] const std::string& getBodyText(int /*option*/) const { return bodyText; }

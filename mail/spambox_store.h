@@ -3,15 +3,12 @@
 //
 // - Most unique-ids are keys as they are: "UID123-45" is kept in "\spam\UID123-45.txt".
 // - What a file system refuses, or what would leave the folder, is percent-encoded: "a/b:c" becomes
-// "a%2Fb%3Ac". That
-//   concerns < > : " / \ | ? * and control characters, a blank or dot at the end, the first letter of a
-//   device name
-//   ("%43ON"), the dot of ".txt" inside ("a%2Etxt2"; listings cut a name at its first ".txt"), and a percent
-//   sign that would read as an encoding.
+//   "a%2Fb%3Ac". That concerns < > : " / \ | ? * and control characters, a blank or dot at the end, the first
+//   letter of a device name ("%43ON"), the dot of ".txt" inside ("a%2Etxt2"; listings cut a name at its first
+//   ".txt"), and a percent sign that would read as an encoding.
 // - File names ignore letter case and unique-ids do not; and Windows gives a file with a long name a short
-// one besides
-//   ("123456~1.txt"). Where a name is taken by the file of another key, capital letters and tildes are
-//   percent-encoded as well, and where even that is taken, all letters.
+//   one besides ("123456~1.txt"). Where a name is taken by the file of another key, capital letters and
+//   tildes are percent-encoded as well, and where even that is taken, all letters.
 //
 // So a key can be decoded to one unique-id only, and two unique-ids never share a file. A message without a
 // unique-id has no key and cannot be saved.

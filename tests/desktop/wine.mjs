@@ -44,10 +44,12 @@ export function processorTicks(pid) {
 
 export const windowsPath = (name) => 'Z:' + name.replaceAll('/', '\\');
 
-function wineEnvironment(prefix, display) {
+// scratch: a folder for what Wine's server keeps while it runs and leaves behind.
+function wineEnvironment(prefix, display, scratch) {
   return {
     ...process.env,
     WINEPREFIX: prefix,
+    TMPDIR: scratch,
     WINEDEBUG: process.env.WINEDEBUG ?? '-all',
     WINEDLLOVERRIDES: OVERRIDES,
     DISPLAY: display,
@@ -84,9 +86,11 @@ async function basePrefix(display) {
   }, 'the Wine prefix', 200000);
   if (!fs.existsSync(path.join(BASE_PREFIX, 'complete'))) {
     fs.rmSync(BASE_PREFIX, { recursive: true, force: true });
-    const env = wineEnvironment(BASE_PREFIX, display);
+    const scratch = temporaryFolder('wine');
+    const env = wineEnvironment(BASE_PREFIX, display, scratch);
     await execute(WINE, ['wineboot', '-u'], { env, timeout: 180000 });
     await execute(WINESERVER, ['-w'], { env, timeout: 60000 });
+    removeFolder(scratch);
     fs.writeFileSync(path.join(BASE_PREFIX, 'complete'), '');
     fs.rmSync(lock, { force: true });
   }
@@ -98,6 +102,8 @@ async function ownPrefix(folder, display) {
   const base = await basePrefix(display);
   const prefix = path.join(folder, 'prefix');
   execFileSync('cp', ['-as', base, prefix]);
+  // Where the base's server had its scratch folder.
+  fs.rmSync(path.join(prefix, 'wineserver'), { force: true });
   // Drives are links already; links to them would lead into the base.
   fs.rmSync(path.join(prefix, 'dosdevices'), { recursive: true });
   fs.mkdirSync(path.join(prefix, 'dosdevices'));
@@ -125,7 +131,7 @@ export class WineRun {
     const { server, display } = await startDisplay();
     wine.server = server;
     wine.folder = temporaryFolder('wine');
-    wine.env = { ...wineEnvironment(await ownPrefix(wine.folder, display), display), ...variables };
+    wine.env = { ...wineEnvironment(await ownPrefix(wine.folder, display), display, wine.folder), ...variables };
     return wine;
   }
 
@@ -170,7 +176,7 @@ export class Desktop {
     this.apps = [];
     this.folder = temporaryFolder('desktop');
     this.prefix = await ownPrefix(this.folder, display);
-    this.env = wineEnvironment(this.prefix, display);
+    this.env = wineEnvironment(this.prefix, display, this.folder);
     if (dpi !== 96) setRegistry(this.prefix, 'user.reg', 'Control Panel\\Desktop', 'LogPixels', 
       `dword:${dpi.toString(16).padStart(8, '0')}`);
     this.#registerBrowser();

@@ -57,8 +57,7 @@ class SocketChannel : public Channel {
   SocketChannel(Socket socket, long events, Peer peer)
       : socket_(std::move(socket)), message_(unusedMessage()), peer_(peer) {
     channels().byMessage.emplace(message_, this);
-    // Also makes the socket one that never blocks.
-    if (WSAAsyncSelect(socket_.get(), win32::eventWindow(), message_, events) != 0) peer_ = Peer::broken;
+    if (!askForMessages(events)) peer_ = Peer::broken;
     const BOOL on = TRUE;
     setsockopt(socket_.get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
     // Urgent bytes are bytes like any other; outside the stream they would hide what comes after them.
@@ -83,7 +82,10 @@ class SocketChannel : public Channel {
       // One that has gone before it was accepted hides none that stands behind it.
     } while (accepted == INVALID_SOCKET && WSAGetLastError() == WSAECONNRESET);
     Socket connection(accepted);
-    if (!connection) return nullptr;
+    if (!connection) {
+      askForMessages(FD_ACCEPT);
+      return nullptr;
+    }
     SetHandleInformation(reinterpret_cast<HANDLE>(connection.get()), HANDLE_FLAG_INHERIT, 0);
     return std::make_unique<SocketChannel>(std::move(connection), kConnectionEvents, Peer::open);
   }
@@ -146,6 +148,13 @@ class SocketChannel : public Channel {
   [[nodiscard]] bool finishFurther();
 
  private:
+  // Also makes the socket one that never blocks. A listener asks anew whenever it finds nobody waiting: Wine
+  // can report a connection that has already been taken, and reports no other before a connection is taken
+  // again. Asking anew reports those that wait.
+  bool askForMessages(long events) {
+    return WSAAsyncSelect(socket_.get(), win32::eventWindow(), message_, events) == 0;
+  }
+
   Socket socket_;
   UINT message_;
   Peer peer_;

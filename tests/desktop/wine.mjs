@@ -182,8 +182,9 @@ export class Desktop {
     this.#registerBrowser();
     this.manager = keepChild(spawn('openbox', [], { env: this.env, stdio: 'ignore' }));
     this.probe = new Probe(this.env);
-    this.ender = new Probe(this.env);
+    // Once it has answered, Wine's server runs. Two programs that start together in a new prefix would each start one.
     await this.windows();
+    this.ender = new Probe(this.env);
   }
 
   // The test's own browser: it notes what it is started with.

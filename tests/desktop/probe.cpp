@@ -25,6 +25,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -84,21 +85,28 @@ std::string rectangle(const RECT& place) {
 }
 
 constexpr DWORD_PTR kLongestText = 1 << 25;  // the answer of a window that is being destroyed can be anything
+constexpr UINT kLongestWait = 5000;          // milliseconds
+constexpr UINT kLongestLook = 1000;          // milliseconds, for one of many windows
+constexpr wchar_t kNoAnswer[] = L"<no answer>";
+
+// The window's answer; nothing when it does not come in time.
+std::optional<DWORD_PTR> answerOf(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0,
+                                  UINT milliseconds = kLongestWait) {
+  DWORD_PTR answer = 0;
+  if (!SendMessageTimeoutW(window, message, wParam, lParam, SMTO_ABORTIFHUNG, milliseconds, &answer))
+    return {};
+  return answer;
+}
 
 // Asked of the window itself: what another process holds as a caption is not the text of an edit box.
 std::wstring textOf(HWND window, DWORD_PTR most = kLongestText) {
-  DWORD_PTR length = 0;
-  if (!SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, 5000, &length))
-    return L"<no answer>";
-  if (length > kLongestText) return L"<no answer>";
-  length = std::min(length, most);
-  std::wstring text(length + 1, L'\0');
-  DWORD_PTR got = 0;
-  if (!SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
-                           SMTO_ABORTIFHUNG, 5000, &got)) {
-    return L"<no answer>";
-  }
-  text.resize(std::min(got, length));
+  const std::optional<DWORD_PTR> length = answerOf(window, WM_GETTEXTLENGTH);
+  if (!length || *length > kLongestText) return kNoAnswer;
+  std::wstring text(std::min(*length, most) + 1, L'\0');
+  const std::optional<DWORD_PTR> got =
+      answerOf(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()));
+  if (!got) return kNoAnswer;
+  text.resize(std::min<std::size_t>(*got, text.size() - 1));
   return text;
 }
 
@@ -131,20 +139,26 @@ HWND focusOf(HWND window) {
   return GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info) ? info.hwndFocus : nullptr;
 }
 
-std::string describe(HWND window, bool withChildren) {
+// One that waits for its mail server answers nothing, and must not hold up the look at all others.
+bool answers(HWND window) {
+  return answerOf(window, WM_NULL, 0, 0, kLongestLook).has_value();
+}
+
+// silent: it is asked nothing.
+std::string describe(HWND window, bool withChildren, bool silent) {
   RECT place;
   GetWindowRect(window, &place);
   const std::wstring className = classOf(window);
   const auto style = GetWindowLongPtrW(window, GWL_STYLE);
-  const std::wstring text = textOf(window, 400);  // a log box can hold megabytes
+  const std::wstring text = silent ? kNoAnswer : textOf(window, 400);  // a log box can hold megabytes
   std::string result = "{\"handle\":" + handleNumber(window) + ",\"class\":" + quoted(className) +
                        ",\"text\":" + quoted(text) + ",\"id\":" + number(GetDlgCtrlID(window)) +
                        ",\"style\":" + number(style) + ",\"visible\":" + boolean(IsWindowVisible(window)) +
                        ",\"enabled\":" + boolean(IsWindowEnabled(window)) +
                        ",\"iconic\":" + boolean(IsIconic(window)) +
                        ",\"focused\":" + boolean(focusOf(window) == window) + ",\"rect\":" + rectangle(place);
-  if (className == L"Button") {
-    result += ",\"checked\":" + boolean(SendMessageW(window, BM_GETCHECK, 0, 0) == BST_CHECKED);
+  if (className == L"Button" && !silent) {
+    result += ",\"checked\":" + boolean(answerOf(window, BM_GETCHECK) == BST_CHECKED);
   }
   if (withChildren) {
     result += ",\"program\":" + quoted(programOf(window)) + ",\"pid\":" + number(processOf(window)) +
@@ -155,7 +169,7 @@ std::string describe(HWND window, bool withChildren) {
     for (HWND child = GetWindow(window, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
       if (!first) result += ",";
       first = false;
-      result += describe(child, false);
+      result += describe(child, false, silent);
     }
     result += "]";
   }
@@ -176,7 +190,8 @@ std::string windows() {
       },
       reinterpret_cast<LPARAM>(&found));
   std::string result = "[";
-  for (const HWND window : found) result += (result.size() > 1 ? "," : "") + describe(window, true);
+  for (const HWND window : found)
+    result += (result.size() > 1 ? "," : "") + describe(window, true, !answers(window));
   return result + "]";
 }
 

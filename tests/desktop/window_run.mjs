@@ -79,7 +79,7 @@ export class WindowRun {
       if (window.program.toLowerCase() !== this.program) continue;
       if (window.class === 'VornelleForm1') {
         this.main = window;
-        const box = window.children.find((child) => child.id === 107);
+        const box = window.text !== NO_ANSWER && window.children.find((child) => child.id === 107);
         // A window that is being destroyed has no text left.
         const text = box && await this.desktop.ask(`text ${box.handle}`);
         if (text && text !== NO_ANSWER) this.output = text;

@@ -8,9 +8,10 @@ file(GLOB portable_sources CONFIGURE_DEPENDS ${portable_globs})
 add_library(vornelle_portable STATIC ${portable_sources})
 target_compile_definitions(vornelle_portable PRIVATE VORNELLE_ANNOUNCEMENT_URL="${VORNELLE_ANNOUNCEMENT_URL}")
 
-# A platform library stands behind vornelle_portable on every link line. Its sources are those of the named folders.
+# A platform library stands behind vornelle_portable on every link line. Its sources are those of the named folders
+# below platform/ and of platform/common/; a new file in one of them is found by itself.
 function(platform_library name)
-  set(globs ${ARGN})
+  set(globs common ${ARGN})
   list(TRANSFORM globs PREPEND ${PROJECT_SOURCE_DIR}/platform/)
   list(TRANSFORM globs APPEND /*.cpp)
   file(GLOB sources CONFIGURE_DEPENDS ${globs})
@@ -19,11 +20,9 @@ endfunction()
 
 if(WIN32)
   platform_library(vornelle_platform win32)
-  # The order of a socket's events is one piece of code on every platform.
-  target_sources(vornelle_platform PRIVATE ${PROJECT_SOURCE_DIR}/platform/shared/socket_control.cpp)
   target_link_libraries(vornelle_platform INTERFACE ws2_32 wininet bcrypt ole32 oleaut32 uuid shell32 comctl32
     comdlg32 advapi32 user32 gdi32 shlwapi)
 else()
-  platform_library(vornelle_platform shared posix)
-  platform_library(vornelle_sim shared sim)
+  platform_library(vornelle_platform unix posix)
+  platform_library(vornelle_sim unix sim)
 endif()

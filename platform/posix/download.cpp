@@ -10,8 +10,8 @@
 
 #include "platform/clock.h"
 #include "platform/net_stream.h"
-#include "platform/shared/paths.h"
 #include "platform/shell.h"
+#include "platform/unix/paths.h"
 
 namespace vornelle {
 namespace {

@@ -1,25 +1,17 @@
-// The posix half of the event loop: sleeping, signals, the clock.
+// The posix half of the event loop: sleeping and signals.
 #include "platform/events.h"
 
 #include <fcntl.h>
-#include <langinfo.h>
-#include <locale.h>
-#include <sys/random.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
-#include <memory>
-#include <string_view>
 
-#include "platform/clock.h"
+#include "platform/posix/channel.h"
 #include "platform/posix/descriptor.h"
-#include "platform/posix/network.h"
 #include "platform/posix/poller.h"
-#include "platform/random.h"
-#include "platform/shared/event_loop.h"
+#include "platform/unix/event_loop.h"
 
 namespace vornelle {
 namespace {
@@ -121,47 +113,5 @@ void waitReady(std::optional<std::int64_t> nextTick) {
 }
 
 }  // namespace loop
-
-std::int64_t utcNow() {
-  return std::time(nullptr);
-}
-
-std::int64_t monotonicMilliseconds() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * std::int64_t{1000} + now.tv_nsec / 1000000;
-}
-
-LocalTime toLocalTime(std::int64_t utcSeconds) {
-  const auto time = static_cast<std::time_t>(utcSeconds);
-  std::tm parts{};
-  tzset();  // localtime_r() alone need not do it
-  if (!localtime_r(&time, &parts)) return {};
-  return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec};
-}
-
-std::string amPmDesignator(bool afternoon) {
-  std::string none = afternoon ? "PM" : "AM";
-  const locale_t user = newlocale(LC_TIME_MASK, "", nullptr);
-  if (!user) return none;
-  std::string designator = nl_langinfo_l(afternoon ? PM_STR : AM_STR, user);
-  freelocale(user);
-  // The character set of the locale is not the program's.
-  const bool plain =
-      std::all_of(designator.begin(), designator.end(), [](char c) { return c > ' ' && c < 0x7F; });
-  return designator.empty() || !plain ? none : designator;
-}
-
-bool fillRandom(void* buffer, std::size_t size) {
-  auto* at = static_cast<unsigned char*>(buffer);
-  while (size > 0) {
-    const ssize_t got = getrandom(at, size, 0);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return false;
-    at += got;
-    size -= static_cast<std::size_t>(got);
-  }
-  return true;
-}
 
 }  // namespace vornelle

@@ -12,8 +12,8 @@
 #include <memory>
 
 #include "platform/clock.h"
+#include "platform/common/connecting.h"
 #include "platform/posix/descriptor.h"
-#include "platform/shared/connecting.h"
 
 namespace vornelle {
 namespace {

@@ -9,9 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
@@ -19,7 +17,7 @@
 #include <cstring>
 
 #include "platform/posix/descriptor.h"
-#include "platform/shared/file_hooks.h"
+#include "platform/unix/file_hooks.h"
 
 namespace vornelle {
 namespace {
@@ -96,31 +94,6 @@ bool startDetached(const char* program, const char* argument) {
 }
 
 }  // namespace
-
-namespace files {
-
-std::string nativeApplicationFolder() {
-  static const std::string folder = [] {
-    char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    std::string program(path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-    const std::size_t slash = program.rfind('/');
-    return slash == std::string::npos ? std::string() : program.substr(0, slash);
-  }();
-  return folder;
-}
-
-bool writingFails(const std::string& /*path*/) {
-  return false;
-}
-bool readingFails(const std::string& /*path*/) {
-  return false;
-}
-bool flushesToDisk() {
-  return true;
-}
-
-}  // namespace files
 
 void beep() {}
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <system_error>
 
-#include "platform/shared/file_hooks.h"
 #include "platform/sim/world.h"
+#include "platform/unix/file_hooks.h"
 
 namespace vornelle {
 namespace sim {

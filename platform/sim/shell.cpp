@@ -1,9 +1,6 @@
-// The in-memory shell, and local time.
+// The in-memory shell.
 #include "platform/shell.h"
 
-#include <ctime>
-
-#include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/sim/world.h"
 
@@ -11,17 +8,6 @@ namespace vornelle {
 
 sim::Shell& sim::shell() {
   return world().shell;
-}
-
-LocalTime toLocalTime(std::int64_t utcSeconds) {
-  const auto time = static_cast<std::time_t>(utcSeconds);
-  std::tm parts{};
-  if (!gmtime_r(&time, &parts)) return {};
-  return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec};
-}
-
-std::string amPmDesignator(bool afternoon) {
-  return afternoon ? sim::shell().pmDesignator : sim::shell().amDesignator;
 }
 
 void beep() {
@@ -60,12 +46,6 @@ bool createStartupLink(const std::string& linkName, const std::string& targetPat
 bool openInBrowser(const std::string& address) {
   sim::shell().openedAddresses.push_back(address);
   return sim::shell().launchesBrowser;
-}
-
-std::string downloadUrl(const std::string& url) {
-  sim::shell().downloadedUrls.push_back(url);
-  const auto found = sim::shell().downloads.find(url);
-  return found == sim::shell().downloads.end() ? "" : found->second;
 }
 
 bool notifyIconAdd(const std::string& tip) {

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/shared/channel.h"
+#include "platform/common/channel.h"
 #include "platform/sim/sim.h"
 
 namespace vornelle::sim {

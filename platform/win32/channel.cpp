@@ -5,7 +5,7 @@
 // A channel that is finished lives on in a list of its own: it sends what is left, tells the peer that
 // nothing more comes, and reads and drops what the peer still sends until that ends too. Closing a socket
 // with unread bytes would reset the connection, and the peer would lose the answer.
-#include "platform/shared/channel.h"
+#include "platform/common/channel.h"
 
 #include <algorithm>
 #include <list>

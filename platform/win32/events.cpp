@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <map>
 
-#include "platform/shared/event_loop.h"
+#include "platform/common/socket_events.h"
 #include "platform/win32/event_loop.h"
 
 namespace vornelle {

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "platform/clock.h"
-#include "platform/shared/connecting.h"
+#include "platform/common/connecting.h"
 #include "platform/win32/text.h"
 #include "platform/win32/winsock.h"
 

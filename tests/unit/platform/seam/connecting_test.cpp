@@ -1,4 +1,4 @@
-#include "platform/shared/connecting.h"
+#include "platform/common/connecting.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

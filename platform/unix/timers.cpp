@@ -5,7 +5,7 @@
 
 #include "platform/clock.h"
 #include "platform/events.h"
-#include "platform/shared/event_loop.h"
+#include "platform/unix/event_loop.h"
 
 namespace vornelle {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/shared/paths.h"
+#include "platform/unix/paths.h"
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "platform/files.h"
-#include "platform/shared/file_hooks.h"
+#include "platform/unix/file_hooks.h"
 
 namespace vornelle {
 namespace {

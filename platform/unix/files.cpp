@@ -11,8 +11,8 @@
 #include <exception>
 #include <utility>
 
-#include "platform/shared/file_hooks.h"
-#include "platform/shared/paths.h"
+#include "platform/unix/file_hooks.h"
+#include "platform/unix/paths.h"
 
 namespace vornelle {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/shared/event_loop.h"
+#include "platform/unix/event_loop.h"
 
 #include <deque>
 #include <utility>

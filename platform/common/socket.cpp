@@ -10,8 +10,8 @@
 #include <set>
 #include <utility>
 
-#include "platform/shared/channel.h"
-#include "platform/shared/event_loop.h"
+#include "platform/common/channel.h"
+#include "platform/common/socket_events.h"
 #include "platform/socket.h"
 
 namespace vornelle {

@@ -4,7 +4,7 @@
 // sending side is shut down, (3) input is read and dropped until the peer closes, because a close with unread
 // input would send a reset, and a reset can take the answer out of the peer's hands before it has read it.
 // Each step has its limit.
-#include "platform/posix/network.h"
+#include "platform/posix/channel.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -22,9 +22,9 @@
 #include <unordered_map>
 
 #include "platform/clock.h"
+#include "platform/common/channel.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/poller.h"
-#include "platform/shared/channel.h"
 
 namespace vornelle {
 namespace {

@@ -13,9 +13,9 @@
 #include <functional>
 #include <optional>
 
-namespace vornelle::loop {
+#include "platform/common/socket_events.h"
 
-inline constexpr int kSocketEventsBeforeTick = 64;
+namespace vornelle::loop {
 
 void post(std::function<void()> event);
 void clearPosted();
@@ -27,10 +27,6 @@ bool serveOne();
 [[nodiscard]] std::optional<std::int64_t> nextTickDue();
 bool serveTick();  // false when no timer is due
 void restartAllTimers();
-
-// ---- sockets ----
-bool serveSocketEvent();  // false when no socket has an event
-void forgetAllSockets();  // every SocketControl is closed without a word to its peer
 
 // ---- implemented by the platform ----
 // Reports what has become ready. Never blocks.

@@ -1,0 +1,100 @@
+// The program's ends of the in-memory network.
+#include "platform/common/channel.h"
+
+#include "platform/sim/world.h"
+
+namespace vornelle {
+namespace sim {
+namespace {
+
+class Connection : public Channel {
+ public:
+  Connection(std::shared_ptr<End> end, int port) : end_(std::move(end)), port_(port) {}
+  ~Connection() override { end_->reset(); }
+
+  [[nodiscard]] int localPort() const override { return port_; }
+
+  [[nodiscard]] Peer peer() override {
+    end_->owner = owner;
+    if (end_->broken) return Peer::broken;
+    return end_->peerFinished ? Peer::finished : Peer::open;
+  }
+
+  [[nodiscard]] std::size_t waiting() override { return end_->arrived.size(); }
+
+  [[nodiscard]] std::string receive(std::size_t most) override {
+    std::string bytes = end_->arrived.substr(0, most);
+    end_->arrived.erase(0, bytes.size());
+    return bytes;
+  }
+
+  [[nodiscard]] std::size_t send(std::string_view bytes) override { return end_->send(bytes); }
+
+  void finish(std::unique_ptr<Channel> self, std::string unsent) override {
+    end_->owner.reset();
+    end_->finishing = true;
+    end_->unsent = std::move(unsent);
+    end_->flushUnsent();
+    if (!end_->gone) world().finishing.push_back(end_);
+    // What is closed in the background is no longer this object's to reset.
+    end_ = std::make_shared<End>();
+    self.reset();
+  }
+
+ private:
+  std::shared_ptr<End> end_;
+  int port_;
+};
+
+class ListenerChannel : public Channel {
+ public:
+  ListenerChannel(LoopbackAddress address, int port) : listener_{address, port, {}, {}} {
+    world().listeners[{address, port}] = &listener_;
+  }
+  ~ListenerChannel() override {
+    world().listeners.erase({listener_.address, listener_.port});
+    for (const auto& end : listener_.waiting) end->reset();
+  }
+
+  [[nodiscard]] int localPort() const override { return listener_.port; }
+  [[nodiscard]] Peer peer() override { return Peer::open; }
+  [[nodiscard]] std::size_t waiting() override { return 0; }
+  [[nodiscard]] std::string receive(std::size_t) override { return {}; }
+  [[nodiscard]] std::size_t send(std::string_view) override { return 0; }
+  void finish(std::unique_ptr<Channel> self, std::string) override { self.reset(); }
+
+  [[nodiscard]] std::unique_ptr<Channel> takeConnection() override {
+    listener_.owner = owner;
+    if (listener_.waiting.empty()) return nullptr;
+    auto connection = std::make_unique<Connection>(listener_.waiting.front(), listener_.port);
+    listener_.waiting.pop_front();
+    return connection;
+  }
+
+ private:
+  Listener listener_;
+};
+
+// Ports that the in-memory network gives to the near ends of connections.
+constexpr int kNearPort = 49152;
+
+}  // namespace
+}  // namespace sim
+
+std::unique_ptr<Channel> openListener(LoopbackAddress address, int port) {
+  sim::World& world = sim::world();
+  const sim::Endpoint endpoint{address, port};
+  if (world.refused.contains(address) || world.occupied.contains(endpoint) ||
+      world.listeners.contains(endpoint)) {
+    return nullptr;
+  }
+  return std::make_unique<sim::ListenerChannel>(address, port);
+}
+
+std::unique_ptr<Channel> openConnection(LoopbackAddress address, int port) {
+  std::shared_ptr<sim::End> end = sim::connectTo(address, port);
+  if (!end) return nullptr;
+  return std::make_unique<sim::Connection>(std::move(end), sim::kNearPort);
+}
+
+}  // namespace vornelle

@@ -1,0 +1,12 @@
+#include "platform/shell.h"
+#include "platform/sim/world.h"
+
+namespace vornelle {
+
+std::string downloadUrl(const std::string& url) {
+  sim::shell().downloadedUrls.push_back(url);
+  const auto found = sim::shell().downloads.find(url);
+  return found == sim::shell().downloads.end() ? "" : found->second;
+}
+
+}  // namespace vornelle

@@ -1,47 +1,37 @@
-// NetStream to the scripted servers. A server answers at once; a wait for bytes that never come uses up its
-// time-out.
+// NetStream to the scripted servers.
 #include "platform/net_stream.h"
 
 #include <algorithm>
 
 #include "platform/events.h"
+#include "platform/sim/stream.h"
 #include "platform/sim/world.h"
 
 namespace vornelle {
 namespace sim {
-namespace {
 
-class Stream : public NetStream {
- public:
-  explicit Stream(std::unique_ptr<Server> server) : server_(std::move(server)) { server_->onConnect(sent_); }
-
-  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size,
-                                                int timeoutMilliseconds) override {
-    if (server_->broken) return std::nullopt;
-    if (!sent_.empty()) {
-      const std::size_t count = std::min(size, sent_.size());
-      sent_.copy(buffer, count);
-      sent_.erase(0, count);
-      return count;
-    }
-    if (server_->closed) return 0;
-    pause(timeoutMilliseconds);
-    return std::nullopt;
+std::optional<std::size_t> Stream::read(char* buffer, std::size_t size, int timeoutMilliseconds) {
+  if (server_->broken) return std::nullopt;
+  if (!sent_.empty()) {
+    const std::size_t count = std::min(size, sent_.size());
+    sent_.copy(buffer, count);
+    sent_.erase(0, count);
+    return count;
   }
-
-  // A stalled server's system still takes bytes for it.
-  [[nodiscard]] bool write(std::string_view bytes, int /*timeoutMilliseconds*/) override {
-    if (server_->broken) return false;
-    if (!server_->stalled && !server_->closed) server_->onData(bytes, sent_);
-    return true;
+  if (server_->closed) {
+    if (server_->secured && !server_->saysTlsEnds) return std::nullopt;
+    return 0;
   }
+  pause(timeoutMilliseconds);
+  return std::nullopt;
+}
 
- private:
-  std::unique_ptr<Server> server_;
-  std::string sent_;
-};
-
-}  // namespace
+// A stalled server's system still takes bytes for it.
+bool Stream::write(std::string_view bytes, int /*timeoutMilliseconds*/) {
+  if (server_->broken) return false;
+  if (!server_->stalled && !server_->closed) server_->onData(bytes, sent_);
+  return true;
+}
 
 void addServer(const std::string& host, int port, std::function<std::unique_ptr<Server>()> factory) {
   world().servers[{host, port}] = std::move(factory);

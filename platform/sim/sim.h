@@ -18,6 +18,7 @@
 #include "platform/clock.h"
 #include "platform/shell.h"
 #include "platform/socket.h"
+#include "platform/tls.h"
 
 namespace vornelle::sim {
 
@@ -70,12 +71,32 @@ void refuseAddress(LoopbackAddress address);  // as on a machine without IPv6
 int listeningPort(LoopbackAddress address);   // the lowest one that is listened on; 0: none
 
 // ---- mail servers behind NetStream ----
+// What a scripted server does when the program starts TLS with it. A fault of the certificate is passed over where the
+// program accepts the fingerprint, as on every system.
+struct TlsAnswer {
+  TlsProblem problem = TlsProblem::none;
+  int takes = 0;  // milliseconds; longer than the program's time-out: timedOut, once that has passed
+  bool newestMayDo = false;
+  std::string certificateName = "mail.example";
+  std::string fingerprint = "1f0e2d3c4b5a69788796a5b4c3d2e1f01f0e2d3c4b5a69788796a5b4c3d2e1f0";
+  std::string protocol = "TLS 1.2";
+  std::string system = {};
+};
 class Server {  // one instance for each connection
  public:
   virtual ~Server() = default;
   // Both append what the server sends to `out`. close(): the stream ends after what has been sent.
   virtual void onConnect(std::string& out) = 0;
   virtual void onData(std::string_view bytes, std::string& out) = 0;
+  // The program starts TLS; not called while bytes of the server wait unread (they are taken for TLS, which they are
+  // not). What the server says first on the secured line goes to `out`. Where all is well `secured` is set then.
+  virtual TlsAnswer onTls(const TlsPeer& /*peer*/, std::string& /*out*/) {
+    TlsAnswer answer;
+    answer.problem = TlsProblem::notTls;
+    return answer;
+  }
+  bool secured = false;     // everything in onData() from here on came over TLS
+  bool saysTlsEnds = true;  // set by the server: its secured stream ends when closed; else it breaks off
   bool closed = false;    // set by the server: end of stream once `out` has been read
   bool stalled = false;   // set by the server: every further wait times out
   bool broken = false;    // set by the server: reads and writes fail at once

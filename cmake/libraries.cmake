@@ -8,6 +8,10 @@ file(GLOB portable_sources CONFIGURE_DEPENDS ${portable_globs})
 add_library(vornelle_portable STATIC ${portable_sources})
 target_compile_definitions(vornelle_portable PRIVATE VORNELLE_ANNOUNCEMENT_URL="${VORNELLE_ANNOUNCEMENT_URL}")
 
+# What needs no system at all, below the platform: text, numbers.
+file(GLOB base_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/base/*.cpp)
+add_library(vornelle_base STATIC ${base_sources})
+
 # A platform library stands behind vornelle_portable on every link line. Its sources are those of the named folders
 # below platform/ and of platform/common/; a new file in one of them is found by itself.
 function(platform_library name)
@@ -16,6 +20,7 @@ function(platform_library name)
   list(TRANSFORM globs APPEND /*.cpp)
   file(GLOB sources CONFIGURE_DEPENDS ${globs})
   add_library(${name} STATIC ${sources})
+  target_link_libraries(${name} PUBLIC vornelle_base)
 endfunction()
 
 if(WIN32)

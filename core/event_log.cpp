@@ -2,10 +2,10 @@
 
 #include <cstdio>
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "core/form1.h"
-#include "core/numbers.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "platform/clock.h"
 #include "platform/events.h"
 #include "platform/files.h"

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "core/form1.h"
-#include "core/numbers.h"
-#include "core/text.h"
 #include "platform/files.h"
 #include "platform/shell.h"
 

@@ -3,13 +3,13 @@
 // after it has shown its window.
 #include "core/startup.h"
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "core/event_log.h"
 #include "core/form1.h"
-#include "core/numbers.h"
 #include "core/random_letters.h"
 #include "core/settings.h"
 #include "core/shutdown.h"
-#include "core/text.h"
 #include "desktop/main_window.h"
 #include "mail/schedule.h"
 #include "platform/clock.h"

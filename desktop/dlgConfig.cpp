@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "core/numbers.h"
+#include "base/numbers.h"
 #include "core/settings.h"
 #include "mail/mail_component.h"
 #include "platform/shell.h"

@@ -5,9 +5,9 @@
 #include <unordered_set>
 #include <vector>
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "core/event_log.h"
-#include "core/numbers.h"
-#include "core/text.h"
 #include "mail/array_sort.h"
 #include "platform/files.h"
 #include "platform/shell.h"

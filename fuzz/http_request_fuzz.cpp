@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "web/gateway_answer.h"
 #include "web/http_request_parser.h"
 

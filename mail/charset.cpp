@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "mail/charset_tables.h"
 
 namespace vornelle {

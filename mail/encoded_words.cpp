@@ -3,7 +3,7 @@
 #include <optional>
 #include <utility>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "mail/base64.h"
 #include "mail/charset.h"
 #include "mail/quoted_printable.h"

@@ -2,10 +2,10 @@
 
 #include <optional>
 
+#include "base/numbers.h"
+#include "base/text.h"
+#include "base/url_decode.h"
 #include "core/event_log.h"
-#include "core/numbers.h"
-#include "core/text.h"
-#include "core/url_decode.h"
 #include "mail/array_sort.h"
 #include "platform/files.h"
 

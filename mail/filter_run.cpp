@@ -8,11 +8,11 @@
 #include <string>
 #include <utility>
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "core/event_log.h"
 #include "core/form1.h"
-#include "core/numbers.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "mail/filter_lists.h"
 #include "mail/list_matcher.h"
 #include "mail/mail_component.h"

@@ -1,6 +1,6 @@
 #include "mail/header_fields.h"
 
-#include "core/text.h"
+#include "base/text.h"
 #include "mail/encoded_words.h"
 
 namespace vornelle {

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <limits>
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace vornelle {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "mail/base64.h"
 #include "mail/charset.h"
 #include "mail/header_fields.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "platform/net_stream.h"
 
 namespace vornelle {

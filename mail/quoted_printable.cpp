@@ -1,6 +1,6 @@
 #include "mail/quoted_printable.h"
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace vornelle {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "mail/base64.h"
 #include "platform/net_stream.h"
 

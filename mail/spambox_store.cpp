@@ -3,7 +3,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "platform/files.h"
 
 namespace vornelle {

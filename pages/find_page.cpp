@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "pages/template.h"
 #include "platform/files.h"
 

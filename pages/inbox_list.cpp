@@ -1,6 +1,6 @@
 #include "pages/inbox_list.h"
 
-#include "core/numbers.h"
+#include "base/numbers.h"
 #include "mail/mail_component.h"
 #include "pages/message_listing.h"
 #include "platform/events.h"

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
+#include "base/text.h"
 #include "core/form1.h"
-#include "core/text.h"
 #include "pages/template.h"
 #include "platform/files.h"
 

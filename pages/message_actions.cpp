@@ -5,11 +5,11 @@
 #include <optional>
 #include <vector>
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "core/event_log.h"
 #include "core/form1.h"
-#include "core/numbers.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
 #include "pages/template.h"

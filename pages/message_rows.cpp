@@ -2,11 +2,11 @@
 
 #include <optional>
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "core/event_log.h"
 #include "core/form1.h"
-#include "core/numbers.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "pages/modSGML.h"
 #include "pages/template.h"
 

@@ -1,6 +1,6 @@
 #include "pages/modSGML.h"
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace vornelle {
 

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
+#include "base/text.h"
 #include "core/form1.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "core/version.h"
 #include "platform/events.h"
 #include "platform/files.h"

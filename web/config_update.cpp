@@ -3,10 +3,10 @@
 #include <memory>
 #include <optional>
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "core/form1.h"
-#include "core/numbers.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "mail/mail_component.h"
 #include "platform/shell.h"
 #include "web/request.h"

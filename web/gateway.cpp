@@ -8,9 +8,9 @@
 #include <string_view>
 #include <utility>
 
+#include "base/text.h"
 #include "core/form1.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "platform/clock.h"
 #include "platform/events.h"
 #include "platform/socket.h"

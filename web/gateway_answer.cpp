@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "pages/message_page.h"
 
 namespace vornelle {

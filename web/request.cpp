@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "base/text.h"
 #include "core/form1.h"
-#include "core/text.h"
 
 namespace vornelle {
 namespace {

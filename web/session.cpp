@@ -1,11 +1,11 @@
 #include "web/session.h"
 
+#include "base/text.h"
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/open_url.h"
 #include "core/random_letters.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "core/version.h"
 #include "pages/template.h"
 #include "platform/files.h"

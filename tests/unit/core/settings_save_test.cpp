@@ -1,6 +1,6 @@
 // The settings file as it is written, the range checks and the small helpers.
+#include "base/text.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "tests/unit/support.h"
 
 namespace vornelle {

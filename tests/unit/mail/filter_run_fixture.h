@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "mail/filter_run.h"
 #include "mail/mail_component.h"
 #include "tests/unit/mail/sim_maildrop.h"

@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace vornelle {
 namespace {

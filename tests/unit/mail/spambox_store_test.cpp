@@ -4,7 +4,7 @@
 #include <map>
 #include <random>
 
-#include "core/text.h"
+#include "base/text.h"
 #include "tests/unit/support.h"
 
 namespace vornelle {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/text.h"
 #include "core/settings.h"
-#include "core/text.h"
 #include "tests/unit/mail/sim_maildrop.h"
 #include "tests/unit/support.h"
 

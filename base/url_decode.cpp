@@ -1,8 +1,8 @@
-#include "core/url_decode.h"
+#include "base/url_decode.h"
 
 #include <string_view>
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace vornelle {
 namespace {

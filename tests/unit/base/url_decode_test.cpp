@@ -1,4 +1,4 @@
-#include "core/url_decode.h"
+#include "base/url_decode.h"
 
 #include <gtest/gtest.h>
 

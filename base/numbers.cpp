@@ -1,10 +1,10 @@
-#include "core/numbers.h"
+#include "base/numbers.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 
-#include "core/text.h"
+#include "base/text.h"
 
 namespace vornelle {
 namespace {

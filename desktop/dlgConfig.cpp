@@ -6,6 +6,7 @@
 #include "core/settings.h"
 #include "mail/mail_component.h"
 #include "platform/shell.h"
+#include "platform/wait_cursor.h"
 
 namespace vornelle {
 namespace {
@@ -20,16 +21,22 @@ bool reportFailure(const char* text) {
   return false;
 }
 
+// A log-on, which blocks the window for as long as the server takes.
+bool blocking(bool (MailComponent::*logOn)()) {
+  const WaitCursor hourglass;
+  return currentMail && (currentMail.get()->*logOn)();
+}
+
 // True when no test failed. A mail task that runs while one of the boxes is open takes the slot over; the
 // tests then find no component and fail.
 bool testConnections() {
   newMailComponent();
   messageBox("Vornelle will now attempt to connect to servers.\nThis may take a few seconds.");
   bool passed = true;
-  if (!settings.POP_SERVER.empty() && !(currentMail && currentMail->popConnect())) {
+  if (!settings.POP_SERVER.empty() && !blocking(&MailComponent::popConnect)) {
     passed = reportFailure("Cannot log onto POP3 Server!");
   }
-  if (!settings.SMTP_SERVER.empty() && !(currentMail && currentMail->smtpLogin())) {
+  if (!settings.SMTP_SERVER.empty() && !blocking(&MailComponent::smtpLogin)) {
     passed = reportFailure("Cannot log onto SMTP Server!");
   }
   currentMail.reset();

@@ -20,6 +20,7 @@
 #include "platform/events.h"
 #include "platform/files.h"
 #include "platform/shell.h"
+#include "platform/wait_cursor.h"
 
 namespace vornelle {
 namespace {
@@ -96,6 +97,7 @@ void mailFilter() {
     return LogWindowAdd("You need to set up your FriendList first!");
   }
   form1.minutesSinceCheck = 0;
+  const WaitCursor hourglass;
 
   if (!newPopComponent().popConnect()) {
     beep();

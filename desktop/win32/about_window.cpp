@@ -18,6 +18,7 @@ namespace {
 
 constexpr UINT_PTR kLoadTimer = 1;
 constexpr UINT kLoadMilliseconds = 2000;
+constexpr UINT kFillMessage = WM_APP;
 
 std::unique_ptr<BrowserControl> browser;
 
@@ -92,9 +93,14 @@ INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lPar
   switch (message) {
     case WM_INITDIALOG:
       setWindowText(dialog, frmAboutTitle());
-      showText(dialog);
       SetFocus(GetDlgItem(dialog, IDOK));
+      // Making the browser control takes a while: the window is seen first and is filled then.
+      PostMessageW(dialog, kFillMessage, 0, 0);
       return FALSE;
+    case kFillMessage:
+      RedrawWindow(dialog, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
+      showText(dialog);
+      return TRUE;
     case WM_NOTIFY:
       linkChosen(*reinterpret_cast<const NMHDR*>(lParam));
       return TRUE;

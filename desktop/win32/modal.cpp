@@ -5,6 +5,7 @@
 #include "desktop/win32/keyboard.h"
 #include "platform/events.h"
 #include "platform/win32/shell_window.h"
+#include "platform/win32/wait_cursor.h"
 
 namespace vornelle::win32 {
 
@@ -35,6 +36,7 @@ void runModal(int dialog, int acceleratorTable, DLGPROC procedure, LPARAM parame
       CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(dialog), owner, procedure, parameter);
   if (!window) return;
   if (acceleratorTable) setAccessKeys(window, acceleratorTable);
+  followWaitCursor(window);
   centre(window, owner);
   EnableWindow(owner, FALSE);
   ShowWindow(window, SW_SHOW);

@@ -20,6 +20,7 @@
 #include "platform/win32/event_loop.h"
 #include "platform/win32/shell_window.h"
 #include "platform/win32/text.h"
+#include "platform/win32/wait_cursor.h"
 
 namespace vornelle {
 namespace {
@@ -260,6 +261,7 @@ void createMainWindow() {
   taskbarCreated = RegisterWindowMessageW(L"TaskbarCreated");
   makeWindow();
   win32::setMainWindow(window);
+  win32::followWaitCursor(window);
   win32::setAccessKeys(window, IDA_MAIN);
   win32::setMessageFilter(win32::keyboardMessage);
   observeForm1();

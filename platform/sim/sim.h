@@ -122,6 +122,7 @@ struct Shell {
   int iconAdds = 0, iconDeletes = 0;
   bool iconShown = false;
   std::vector<std::string> iconTips;             // tip of the add, then of each modification
+  int waitCursors = 0, waitCursorsShown = 0;     // hourglasses now, and in all
   std::string amDesignator = "AM", pmDesignator = "PM";
 };
 Shell& shell();

@@ -395,5 +395,14 @@ TEST_F(SettingsDialog, AMailTaskThatTookTheSlotMeanwhileMakesTheTestsFail) {
   EXPECT_EQ(sim::connectionsMade(), 0);
 }
 
+TEST_F(SettingsDialog, TheHourglassIsShownForEachLogOnAndNeverWhileABoxIsOpen) {
+  settings.POP_SERVER = "pop.example";
+  settings.SMTP_SERVER = "smtp.example";
+  sim::shell().onMessageBox = [](const std::string& text) { EXPECT_EQ(sim::shell().waitCursors, 0) << text; };
+  static_cast<void>(SaveButtonClick(dlgConfigLoad()));
+  EXPECT_EQ(sim::shell().waitCursorsShown, 2);
+  EXPECT_EQ(sim::shell().waitCursors, 0);
+}
+
 }  // namespace
 }  // namespace vornelle

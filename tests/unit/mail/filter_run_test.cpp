@@ -190,5 +190,20 @@ TEST_F(FilterRun, AUniqueIdThatIsNoFileNameIsSavedAndDeletedLikeAnyOther) {
   EXPECT_THAT(drop.mails, IsEmpty());
 }
 
+TEST_F(FilterRun, TheHourglassIsShownForAsLongAsTheRunTakes) {
+  add("a", "spammer@x.example");
+  sim::after(0, [] { EXPECT_EQ(sim::shell().waitCursors, 1); });
+  mailFilter();
+  EXPECT_EQ(sim::shell().waitCursorsShown, 1);
+  EXPECT_EQ(sim::shell().waitCursors, 0);
+}
+
+TEST_F(FilterRun, TheHourglassGoesWhenTheLogOnFails) {
+  sim::removeServer("mail.example", 110);
+  mailFilter();
+  EXPECT_EQ(sim::shell().waitCursorsShown, 1);
+  EXPECT_EQ(sim::shell().waitCursors, 0);
+}
+
 }  // namespace
 }  // namespace vornelle

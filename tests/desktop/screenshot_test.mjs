@@ -51,6 +51,8 @@ for (const dpi of [96, 144]) {
           return shown.length === 2 && shown.some((child) => child.class === 'SysLink') && now;
         }, 'the text', 8000);
         assertLaidOut(ready);
+        const height = ready.rect[3] - ready.rect[1];
+        assert.ok(height <= 700 * dpi / 144, `${name} is ${height} pixels high: too much for a low screen`);
         await picture(name, ready);
         await desktop.key('Escape');
         await desktop.gone(dialog);

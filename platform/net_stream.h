@@ -22,10 +22,14 @@ class NetStream {
   [[nodiscard]] virtual bool write(std::string_view bytes, int timeoutMilliseconds) = 0;
 };
 
+// Why there is no connection, the more telling ones later: where several addresses have been tried, the highest counts.
+enum class NetProblem { none, unreachable, timedOut, refused, nameNotFound };
+
 // Resolves the host (name or address) and connects, all within the time-out: its addresses are tried in turn, each for its
 // share of the time that is left. The system's look-up of a name cannot be told to hurry; one that takes longer is left
-// to end by itself, aside from the program's one thread, and touches nothing of the program's. Null on failure.
-// Closing is done by the destructor.
-[[nodiscard]] std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds);
+// to end by itself, aside from the program's one thread, and touches nothing of the program's. Null on failure;
+// `problem`, where it is given, then tells why. Closing is done by the destructor.
+[[nodiscard]] std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds,
+                                                       NetProblem* problem = nullptr);
 
 }  // namespace vornelle

@@ -65,15 +65,26 @@ class TcpStream final : public NetStream {
   Descriptor socket_;
 };
 
-Descriptor connectTo(const addrinfo& address, std::int64_t until) {
+NetProblem problemOf(int error) {
+  if (error == ECONNREFUSED) return NetProblem::refused;
+  return error == ETIMEDOUT ? NetProblem::timedOut : NetProblem::unreachable;
+}
+
+Descriptor connectTo(const addrinfo& address, std::int64_t until, NetProblem& problem) {
+  const auto fail = [&problem](NetProblem why) {
+    problem = std::max(problem, why);
+    return Descriptor();
+  };
   Descriptor socket(
       ::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, address.ai_protocol));
-  if (!socket.isOpen()) return {};
+  if (!socket.isOpen()) return fail(NetProblem::unreachable);
   if (connect(socket.get(), address.ai_addr, address.ai_addrlen) != 0) {
-    if (errno != EINPROGRESS || !waitFor(socket.get(), POLLOUT, until)) return {};
+    if (errno != EINPROGRESS) return fail(problemOf(errno));
+    if (!waitFor(socket.get(), POLLOUT, until)) return fail(NetProblem::timedOut);
     int error = 0;
     socklen_t length = sizeof error;
-    if (getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &length) != 0 || error != 0) return {};
+    if (getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &length) != 0 || error != 0)
+      return fail(problemOf(error));
   }
   const int on = 1;
   setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -103,14 +114,22 @@ struct LookUp {
 
 }  // namespace
 
-std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds) {
+std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds,
+                                         NetProblem* problem) {
+  NetProblem ignored = NetProblem::none;
+  NetProblem& why = problem ? *problem : ignored;
+  why = NetProblem::nameNotFound;
   if (host.empty() || host.find('\0') != std::string::npos || port < 1 || port > 65535) return nullptr;
   const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
   const auto lookUp = std::make_shared<LookUp>(host, port);
-  if (!doneInTime([lookUp] { lookUp->run(); }, end)) return nullptr;
+  if (!doneInTime([lookUp] { lookUp->run(); }, end)) {
+    why = NetProblem::timedOut;
+    return nullptr;
+  }
+  if (lookUp->addresses) why = NetProblem::none;
   return connectInTurn(lookUp->addresses, end,
-                       [](const addrinfo& address, std::int64_t until) -> std::unique_ptr<NetStream> {
-                         Descriptor socket = connectTo(address, until);
+                       [&why](const addrinfo& address, std::int64_t until) -> std::unique_ptr<NetStream> {
+                         Descriptor socket = connectTo(address, until, why);
                          return socket.isOpen() ? std::make_unique<TcpStream>(std::move(socket)) : nullptr;
                        });
 }

@@ -47,12 +47,23 @@ int connectionsMade() {
 
 }  // namespace sim
 
-std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int /*timeoutMilliseconds*/) {
-  const auto found = sim::world().servers.find({host, port});
-  if (found == sim::world().servers.end()) return nullptr;
+std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int /*timeoutMilliseconds*/,
+                                         NetProblem* problem) {
+  const auto fail = [problem](NetProblem why) {
+    if (problem) *problem = why;
+    return nullptr;
+  };
+  const auto& servers = sim::world().servers;
+  const auto found = servers.find({host, port});
+  if (found == servers.end()) {
+    // A name is known here when something serves at any port of it.
+    const bool known = std::any_of(servers.begin(), servers.end(),
+                                   [&](const auto& entry) { return entry.first.first == host; });
+    return fail(known ? NetProblem::refused : NetProblem::nameNotFound);
+  }
   const std::function<std::unique_ptr<sim::Server>()> factory = found->second;
   std::unique_ptr<sim::Server> server = factory();
-  if (!server) return nullptr;
+  if (!server) return fail(NetProblem::refused);
   ++sim::world().connectionsMade;
   return std::make_unique<sim::Stream>(std::move(server));
 }

@@ -104,12 +104,34 @@ struct LookUp {
   }
 };
 
-bool connectSocket(const Socket& socket, const ADDRINFOW& address, const Deadline& deadline) {
+NetProblem problemOf(int error) {
+  if (error == WSAECONNREFUSED) return NetProblem::refused;
+  return error == WSAETIMEDOUT ? NetProblem::timedOut : NetProblem::unreachable;
+}
+
+// The system's own word on a connection attempt that has ended; 0 while it goes on.
+int attemptError(const Socket& socket) {
+  int error = 0;
+  int length = sizeof error;
+  getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &length);
+  return error;
+}
+
+bool connectSocket(const Socket& socket, const ADDRINFOW& address, const Deadline& deadline,
+                   NetProblem& problem) {
+  const auto fail = [&problem](NetProblem why) {
+    problem = std::max(problem, why);
+    return false;
+  };
   u_long nonBlocking = 1;
-  if (ioctlsocket(socket.get(), static_cast<long>(FIONBIO), &nonBlocking) != 0) return false;
+  if (ioctlsocket(socket.get(), static_cast<long>(FIONBIO), &nonBlocking) != 0)
+    return fail(NetProblem::unreachable);
   if (connect(socket.get(), address.ai_addr, static_cast<int>(address.ai_addrlen)) != 0) {
-    if (WSAGetLastError() != WSAEWOULDBLOCK) return false;
-    if (!waitSocket(socket.get(), For::writing, deadline)) return false;
+    if (const int error = WSAGetLastError(); error != WSAEWOULDBLOCK) return fail(problemOf(error));
+    if (!waitSocket(socket.get(), For::writing, deadline)) {
+      const int error = attemptError(socket);
+      return fail(error != 0 ? problemOf(error) : NetProblem::timedOut);
+    }
   }
   const BOOL on = TRUE;
   setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
@@ -118,18 +140,28 @@ bool connectSocket(const Socket& socket, const ADDRINFOW& address, const Deadlin
 
 }  // namespace
 
-std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds) {
+std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds,
+                                         NetProblem* problem) {
+  NetProblem ignored = NetProblem::none;
+  NetProblem& why = problem ? *problem : ignored;
+  why = NetProblem::nameNotFound;
   if (host.empty() || host.find('\0') != std::string::npos || port < 1 || port > 65535 ||
       !win32::startWinsock()) {
     return nullptr;
   }
   const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
   const auto lookUp = std::make_shared<LookUp>(host, port);
-  if (!doneInTime([lookUp] { lookUp->run(); }, end)) return nullptr;
+  if (!doneInTime([lookUp] { lookUp->run(); }, end)) {
+    why = NetProblem::timedOut;
+    return nullptr;
+  }
+  if (lookUp->addresses) why = NetProblem::none;
   return connectInTurn(lookUp->addresses, end,
-                       [](const ADDRINFOW& address, std::int64_t until) -> std::unique_ptr<NetStream> {
+                       [&why](const ADDRINFOW& address, std::int64_t until) -> std::unique_ptr<NetStream> {
                          Socket socket = win32::makeTcpSocket(address.ai_family);
-                         if (!socket || !connectSocket(socket, address, Deadline::at(until))) return nullptr;
+                         if (!socket) why = std::max(why, NetProblem::unreachable);
+                         if (!socket || !connectSocket(socket, address, Deadline::at(until), why))
+                           return nullptr;
                          return std::make_unique<SocketStream>(std::move(socket));
                        });
 }

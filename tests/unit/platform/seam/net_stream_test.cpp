@@ -143,5 +143,17 @@ TEST(NetStreamTest, NobodyThereIsNoStream) {
   EXPECT_FALSE(openNetStream(std::string("localhost\0x", 11), 110, 5000));
 }
 
+TEST(NetStreamTest, WhyThereIsNoStreamIsTold) {
+  NetProblem problem = NetProblem::none;
+  EXPECT_FALSE(openNetStream("127.0.0.1", freePort(), 5000, &problem));
+  EXPECT_EQ(problem, NetProblem::refused);
+  EXPECT_FALSE(openNetStream("localhost", freePort(), 5000, &problem));
+  EXPECT_EQ(problem, NetProblem::refused);
+  EXPECT_FALSE(openNetStream("no-such-host.invalid", 110, 5000, &problem));
+  EXPECT_EQ(problem, NetProblem::nameNotFound);
+  EXPECT_FALSE(openNetStream("", 110, 5000, &problem));
+  EXPECT_EQ(problem, NetProblem::nameNotFound);
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -76,6 +76,14 @@ TEST_F(SimNetStreamTest, ABrokenServerFailsAtOnce) {
   EXPECT_EQ(sim::elapsedMilliseconds(), 0);
 }
 
+TEST_F(SimNetStreamTest, ANameIsKnownWhereSomethingServesAtAnyPortOfIt) {
+  NetProblem problem = NetProblem::none;
+  EXPECT_FALSE(openNetStream("mail.example", 25, 30000, &problem));
+  EXPECT_EQ(problem, NetProblem::refused);
+  EXPECT_FALSE(openNetStream("other.example", 110, 30000, &problem));
+  EXPECT_EQ(problem, NetProblem::nameNotFound);
+}
+
 TEST_F(SimNetStreamTest, WhereNoServerIsThereIsNoStream) {
   EXPECT_FALSE(openNetStream("mail.example", 25, 30000));
   EXPECT_FALSE(openNetStream("other.example", 110, 30000));

@@ -24,7 +24,8 @@ LineStream::LineStream(std::unique_ptr<NetStream> stream, int timeoutMillisecond
 
 LineStream::~LineStream() = default;
 
-void LineStream::kill() {
+void LineStream::kill(LineProblem why) {
+  if (alive()) problem_ = why;
   stream_.reset();
   begin_ = end_ = 0;
 }
@@ -33,13 +34,17 @@ bool LineStream::send(std::string_view bytes) {
   if (!alive()) return false;
   answerStart_ = monotonicMilliseconds();
   answerBytes_ = 0;
-  if (!stream_->write(bytes, timeout_)) kill();
+  if (!stream_->write(bytes, timeout_)) {
+    const bool waited = monotonicMilliseconds() - answerStart_ >= timeout_;
+    kill(waited ? LineProblem::timedOut : LineProblem::closed);
+  }
   return alive();
 }
 
 bool LineStream::fill(int timeoutMilliseconds) {
+  const std::int64_t start = monotonicMilliseconds();
   const std::optional<std::size_t> count = readMore(timeoutMilliseconds);
-  if (!count) kill();
+  if (!count) kill(lostSince(start, timeoutMilliseconds));
   return count > 0U;
 }
 
@@ -50,12 +55,18 @@ std::optional<std::size_t> LineStream::readMore(int timeoutMilliseconds) {
   if (!count) return std::nullopt;
   answerBytes_ += static_cast<std::int64_t>(*count);
   if (*count == 0 || crawls()) {
-    kill();
+    kill(*count == 0 ? LineProblem::closed : LineProblem::timedOut);
     return 0;
   }
   begin_ = 0;
   end_ = *count;
   return count;
+}
+
+// Why a wait that began at that time has brought nothing.
+LineProblem LineStream::lostSince(std::int64_t start, int timeoutMilliseconds) {
+  const bool waited = monotonicMilliseconds() - start >= timeoutMilliseconds;
+  return waited ? LineProblem::timedOut : LineProblem::closed;
 }
 
 bool LineStream::crawls() const {
@@ -75,7 +86,7 @@ std::optional<std::string> LineStream::readLine(int timeoutMilliseconds) {
   for (;;) {
     if (!hasUnread()) {
       const std::int64_t left = deadline - monotonicMilliseconds();
-      if (left <= 0) kill();
+      if (left <= 0) kill(LineProblem::timedOut);
       if (!fill(static_cast<int>(left))) return std::nullopt;
     }
     const char* const start = buffer_.get() + begin_;
@@ -118,8 +129,9 @@ bool LineStream::readText(std::size_t limit, const std::function<void(std::strin
   };
   const auto hasMore = [&] {
     if (hasUnread()) return true;
+    const std::int64_t start = monotonicMilliseconds();
     const std::optional<std::size_t> count = readMore(timeout_);
-    if (!count && (state != State::lineStart || held != kEnd)) kill();
+    if (!count && (state != State::lineStart || held != kEnd)) kill(lostSince(start, timeout_));
     return count > 0U;
   };
   // The state behind a character that belongs to the text.

@@ -17,6 +17,14 @@ class NetStream;
 
 inline constexpr std::size_t kLongestAnswerLine = 64U << 10;
 
+// What killed a stream.
+enum class LineProblem {
+  none,      // it lives, never was, or was given up by its owner
+  timedOut,  // nothing came in time, or too little
+  closed,    // by the peer, or the line was cut
+  nonsense,  // what came cannot be an answer
+};
+
 class LineStream {
  public:
   // A null stream is dead from the start.
@@ -26,7 +34,9 @@ class LineStream {
   LineStream& operator=(const LineStream&) = delete;
 
   [[nodiscard]] bool alive() const { return stream_ != nullptr; }
-  void kill();  // closes the connection
+  // Closes the connection. Only what killed it first is remembered.
+  void kill(LineProblem why = LineProblem::nonsense);
+  [[nodiscard]] LineProblem problem() const { return problem_; }
 
   [[nodiscard]] bool send(std::string_view bytes);
 
@@ -54,6 +64,7 @@ class LineStream {
   bool fill(int timeoutMilliseconds);
   [[nodiscard]] std::optional<std::size_t> readMore(int timeoutMilliseconds);
   [[nodiscard]] bool crawls() const;
+  [[nodiscard]] static LineProblem lostSince(std::int64_t start, int timeoutMilliseconds);
 
   static constexpr std::size_t kBufferSize = 32U << 10;
   std::unique_ptr<NetStream> stream_;
@@ -64,6 +75,7 @@ class LineStream {
   std::int64_t answerStart_ = 0;  // when the last command was sent
   std::int64_t answerBytes_ = 0;  // that have come since
   bool bareLineFeeds_ = false;    // the server's first line ended with LF alone
+  LineProblem problem_ = LineProblem::none;
 };
 
 }  // namespace vornelle

@@ -11,6 +11,7 @@
 #include "core/settings.h"
 #include "core/shutdown.h"
 #include "desktop/main_window.h"
+#include "mail/filter_lists.h"
 #include "mail/schedule.h"
 #include "platform/clock.h"
 #include "platform/events.h"
@@ -23,8 +24,6 @@
 namespace vornelle {
 namespace {
 
-constexpr const char* kListFiles[] = {"\\data\\enemylist.txt", "\\data\\friendlist.txt",
-                                      "\\data\\subjectlist.txt"};
 constexpr const char* kTemplates[] = {"\\data\\config.htm", "\\data\\inbox.htm",   "\\data\\list.htm",
                                       "\\data\\login.htm",  "\\data\\spambox.htm", "\\data\\top.inc"};
 constexpr int kDuplicatePauseMilliseconds = 5000;
@@ -46,13 +45,6 @@ void createSpamFolder() {
   if (folderExists(folder)) return;
   static_cast<void>(createFolder(folder));  // without it nothing counts as saved, so no mail is lost
   LogWindowAdd("Creating spam subdirectory...");
-}
-
-void createListFiles() {
-  for (const char* name : kListFiles) {
-    const std::string path = applicationFolder() + name;
-    if (!fileExists(path)) static_cast<void>(appendFile(path, ""));
-  }
 }
 
 std::string startBanner() {
@@ -83,7 +75,7 @@ void Form1_Load() {
   form1.settingsUnread = true;  // until configLoad() is through: the steps before it let events in
   wireHandlers();
   createSpamFolder();
-  createListFiles();
+  createMissingLists();
   seedRandomLetters(static_cast<std::uint64_t>(utcNow()) * 1000 +
                     static_cast<std::uint64_t>(monotonicMilliseconds()));
   assignConstants();

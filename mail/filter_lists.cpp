@@ -1,6 +1,7 @@
 #include "mail/filter_lists.h"
 
-#include <optional>
+#include <unordered_set>
+#include <utility>
 
 #include "base/numbers.h"
 #include "base/text.h"
@@ -12,26 +13,34 @@
 namespace vornelle {
 namespace {
 
+using Lines = std::vector<std::string>;
+
+// One spelling for all, so that there is one file for each list where letter case tells files apart.
+std::string pathOf(std::string_view listName) {
+  return applicationFolder() + "\\data\\" + toLower(listName) + ".txt";
+}
+
 // nullopt: there is a file, and it cannot be read. A missing one has no lines.
-std::optional<std::vector<std::string>> readLines(const std::string& path) {
-  if (!fileExists(path)) return std::vector<std::string>{};
+std::optional<Lines> readLines(std::string_view listName) {
+  const std::string path = pathOf(listName);
+  if (!fileExists(path)) return Lines{};
   const std::optional<std::string> text = readFile(path);
   if (!text) return std::nullopt;
   return splitLines(*text);
 }
 
-[[nodiscard]] bool writeLines(const std::string& path, const std::vector<std::string>& lines) {
+[[nodiscard]] bool writeLines(std::string_view listName, const Lines& lines) {
   std::string text;
   for (const std::string& line : lines) text.append(line).append(kCrLf);
-  return writeFile(path, text);
+  return writeFile(pathOf(listName), text);
 }
 
 enum class Addition { possible, duplicate, listFull, listUnreadable };
 
-// Reads the list, lower-case and without its blank lines, and tells whether the entry can be added to it.
-Addition prepareAddition(std::string_view listName, std::string_view entry,
-                         std::vector<std::string>& entries) {
-  const std::optional<std::vector<std::string>> lines = readLines(listPath(listName));
+// Reads the list, in small letters and without its blank lines, and tells whether the entry can be added to
+// it.
+Addition prepareAddition(std::string_view listName, std::string_view entry, Lines& entries) {
+  const std::optional<Lines> lines = readLines(listName);
   if (!lines) return Addition::listUnreadable;
   entries.clear();
   for (const std::string& line : *lines) {
@@ -52,15 +61,57 @@ void logRefusal(Addition result, const std::string& listName, const std::string&
 
 }  // namespace
 
-std::string listPath(std::string_view listName) {
-  return applicationFolder() + "\\data\\" + std::string(listName) + ".txt";
+const FilterListInfo* findList(std::string_view name) {
+  for (const FilterListInfo& list : kFilterLists) {
+    if (equalsNoCase(name, list.name)) return &list;
+  }
+  return nullptr;
 }
 
-std::string_view listNameOf(std::string_view text) {
-  for (const std::string_view name : {kFriendList, kSubjectList, kEnemyList}) {
-    if (equalsNoCase(text, name)) return name;
+void createMissingLists() {
+  for (const FilterListInfo& list : kFilterLists) {
+    const std::string path = pathOf(list.name);
+    if (!fileExists(path)) static_cast<void>(appendFile(path, ""));  // a missing list reads as an empty one
   }
-  return {};
+}
+
+std::uint64_t listLength(std::string_view listName) {
+  return fileLength(pathOf(listName)).value_or(0);
+}
+
+std::vector<std::string> listEntries(std::string_view listName) {
+  const std::string path = pathOf(listName);
+  if (!fileExists(path)) static_cast<void>(writeFile(path, kCrLf));  // where that fails there are no entries
+  Lines entries;
+  for (const std::string& line : readLines(listName).value_or(Lines{})) {
+    const std::string_view entry = trim(line);
+    if (!entry.empty() && entries.size() < kListCapacity) entries.emplace_back(entry);
+  }
+  return entries;
+}
+
+std::optional<std::vector<std::string>> listMatches(std::string_view listName, std::string_view text) {
+  const std::string path = pathOf(listName);
+  if (!fileExists(path)) return std::nullopt;
+  std::optional<Lines> lines = readLines(listName);
+  if (lines) {
+    const bool isBlank = trim(text).empty();
+    std::erase_if(*lines, [&](const std::string& line) { return isBlank || !containsNoCase(line, text); });
+  }
+  return lines;
+}
+
+std::optional<std::vector<std::string>> listForFilter(std::string_view listName) {
+  const std::string name(listName);
+  std::optional<Lines> lines = readLines(name);
+  if (!lines) {
+    LogWindowAdd("**" + name + " cannot be read");
+  } else if (lines->size() > kFilterCapacity) {
+    LogWindowAdd("**" + name + " has " + std::to_string(lines->size()) + " lines, only the first " +
+                 std::to_string(kFilterCapacity) + " are used");
+    lines->resize(kFilterCapacity);
+  }
+  return lines;
 }
 
 void listAdd(std::string_view listName, std::string_view entry) {
@@ -68,7 +119,7 @@ void listAdd(std::string_view listName, std::string_view entry) {
   const std::string added = toLower(trim(entry));
   if (added.empty()) return;
 
-  std::vector<std::string> entries;
+  Lines entries;
   Addition result = prepareAddition(name, added, entries);
   if (result != Addition::possible) return logRefusal(result, name, added);
   LogWindowAdd(name + " add: " + added);
@@ -79,42 +130,57 @@ void listAdd(std::string_view listName, std::string_view entry) {
   // Only now: the entry is compared and logged as it was posted.
   entries.push_back(replaceAll(urlDecode(added), "%40", "@"));
   ArraySort::quicksort(entries);
-  if (!writeLines(listPath(name), entries))
-    LogWindowAdd("**" + name + " cannot be written, not added: " + added);
+  if (!writeLines(name, entries)) LogWindowAdd("**" + name + " cannot be written, not added: " + added);
+}
+
+ListAdditions listAddMany(std::string_view listName, const std::vector<std::string>& entries) {
+  using Result = ListAdditions::Result;
+  std::optional<Lines> lines = readLines(listName);
+  if (!lines) return {Result::cannotRead};
+  std::erase_if(*lines, [](const std::string& line) { return trim(line).empty(); });
+
+  ListAdditions additions;
+  std::unordered_set<std::string> held;
+  for (const std::string& line : *lines) held.insert(toLower(line));
+  for (const std::string& entry : entries) {
+    std::string added = toLower(trim(entry));
+    if (added.empty()) continue;
+    if (!held.insert(added).second) {
+      ++additions.skipped;
+      continue;
+    }
+    lines->push_back(std::move(added));
+    ++additions.added;
+  }
+  // Rewriting a list that does not fit would lose entries that the file holds.
+  if (lines->size() > kImportCapacity) return {Result::full};
+  ArraySort::quicksort(*lines);
+  if (!writeLines(listName, *lines)) return {Result::cannotWrite};
+  if (lines->size() > kFilterCapacity) {
+    LogWindowAdd("**" + std::string(listName) + " holds " + std::to_string(lines->size()) +
+                 " entries, the filter uses the first " + std::to_string(kFilterCapacity));
+  }
+  return additions;
 }
 
 void listRemoveLine(std::string_view type, std::string_view lineNumber) {
-  // The type becomes a part of a path: nothing but the three names may pass.
-  const std::string name(listNameOf(type));
-  const std::optional<double> number = toNumber(lineNumber);
-  if (name.empty() || !number) return;
-  const std::optional<std::vector<std::string>> lines = readLines(listPath(name));
+  // The type becomes a part of a path: nothing but the lists' names may pass.
+  const FilterListInfo* const list = findList(type);
+  if (!list || trim(lineNumber).empty() || listLength(list->name) == 0) return;
+  const std::string name(list->name);
+  const std::optional<Lines> lines = readLines(name);
   if (!lines) return LogWindowAdd("**" + name + " cannot be read, nothing removed");
 
-  std::vector<std::string> kept;
+  const double number = val(lineNumber);
+  Lines kept;
   for (std::size_t position = 0; position < lines->size(); ++position) {
-    if (static_cast<double>(position) != *number) kept.push_back((*lines)[position]);
+    if (static_cast<double>(position) != number) kept.push_back((*lines)[position]);
   }
-  if (kept.size() == lines->size()) return;
   const std::size_t leftOut = kept.size() > kListCapacity ? kept.size() - kListCapacity : 0;
   kept.resize(kept.size() - leftOut);
-  if (!writeLines(listPath(name), kept))
-    return LogWindowAdd("**" + name + " cannot be written, nothing removed");
+  if (!writeLines(name, kept)) return LogWindowAdd("**" + name + " cannot be written, nothing removed");
   if (leftOut > 0)
     LogWindowAdd("**" + name + " is too long, left out: its last " + std::to_string(leftOut) + " lines");
-}
-
-std::optional<std::vector<std::string>> listForFilter(std::string_view listName) {
-  const std::string name(listName);
-  std::optional<std::vector<std::string>> lines = readLines(listPath(name));
-  if (!lines) {
-    LogWindowAdd("**" + name + " cannot be read");
-  } else if (lines->size() > kFilterCapacity) {
-    LogWindowAdd("**" + name + " has " + std::to_string(lines->size()) + " lines, only the first " +
-                 std::to_string(kFilterCapacity) + " are used");
-    lines->resize(kFilterCapacity);
-  }
-  return lines;
 }
 
 }  // namespace vornelle

@@ -18,7 +18,6 @@
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
 #include "platform/events.h"
-#include "platform/files.h"
 #include "platform/shell.h"
 #include "platform/wait_cursor.h"
 
@@ -93,7 +92,7 @@ std::string resultText(std::int64_t kept, int spamFiles) {
 }  // namespace
 
 void mailFilter() {
-  if (fileLength(listPath(kFriendList)).value_or(0) < kShortestFriendList) {
+  if (listLength(kFriendList) < kShortestFriendList) {
     return LogWindowAdd("You need to set up your FriendList first!");
   }
   form1.minutesSinceCheck = 0;

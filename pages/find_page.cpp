@@ -1,36 +1,33 @@
 #include "pages/find_page.h"
 
-#include <string_view>
+#include <optional>
+#include <utility>
+#include <vector>
 
-#include "base/text.h"
+#include "mail/filter_lists.h"
 #include "pages/template.h"
-#include "platform/files.h"
 
 namespace vornelle {
 
 namespace {
 
-constexpr std::string_view kListNames[] = {"FriendList", "SubjectList", "EnemyList"};
-
 std::string matchesIn(std::string_view listName, std::string_view text) {
   std::string section = "<p><b>" + std::string(listName) + " Matches:</b><br>\r\n";
-  const auto file = readFile(applicationFolder() + "\\data\\" + toLower(listName) + ".txt");
-  if (!file) return section;  // without its file the section stays at its heading
-  bool found = false;
-  for (const std::string& line : splitLines(*file)) {
-    if (trim(text).empty() || !containsNoCase(line, text)) continue;
-    section += "- " + line + "<br>\r\n";
-    found = true;
-  }
-  return section + (found ? "</p>\r\n" : "<i>No matches</i></p>\r\n");
+  const std::optional<std::vector<std::string>> matches = listMatches(listName, text);
+  if (!matches) return section;  // without its file the section stays at its heading
+  for (const std::string& line : *matches) section += "- " + line + "<br>\r\n";
+  return section + (matches->empty() ? "<i>No matches</i></p>\r\n" : "</p>\r\n");
 }
 
 }  // namespace
 
 std::string pageFind(const std::string& text) {
+  std::string page = readTemplate("find.htm");
+  // Reading lets events in, and what is searched are the lists as they stand afterwards.
   std::string result = "<p><b>Last search: </b>" + text + "</p>\r\n";
-  for (const std::string_view listName : kListNames) result += matchesIn(listName, text);
-  return fillPage("find.htm", {{"<!--SSPAGEDESC-->", "Find in Lists"}, {"<!--SSTYPE-->", "Find in Lists"}},
+  for (const FilterListInfo& list : kFilterLists) result += matchesIn(list.name, text);
+  return fillPage(std::move(page),
+                  {{"<!--SSPAGEDESC-->", "Find in Lists"}, {"<!--SSTYPE-->", "Find in Lists"}},
                   {{"<!--ssFINDINLISTS-->", result}});
 }
 

@@ -49,12 +49,11 @@ std::string buildRowPage(const RowPage& page, std::int16_t& first) {
   } else {
     rows = page.emptyRow;
   }
-  return fillPage(
-      page.templateName,
-      {{"<!--SSPAGEDESC-->", listHeader(page.title, page.request, range)}, {page.rowsMarker, rows}},
-      {{"<!--ssDRPRELEN-->", std::to_string(settings.deletePrefix.size())},
-       {"<!--ssRESTOREPRE-->", settings.restorePrefix},
-       {"<!--ssDELETEPRE-->", settings.deletePrefix}});
+  const std::string header = listHeader(page.title, page.request, range);
+  return fillPage(readTemplate(page.templateName), {{"<!--SSPAGEDESC-->", header}, {page.rowsMarker, rows}},
+                  {{"<!--ssDRPRELEN-->", std::to_string(settings.deletePrefix.size())},
+                   {"<!--ssRESTOREPRE-->", settings.restorePrefix},
+                   {"<!--ssDELETEPRE-->", settings.deletePrefix}});
 }
 
 RowRange rowsToShow(std::int16_t first, std::int16_t total) {

@@ -33,10 +33,13 @@ std::string& pageTitleUpdate(std::string& page) {
   return page;
 }
 
-std::string fillPage(std::string_view templateName, const std::vector<Marker>& pageMarkers,
+std::string readTemplate(std::string_view templateName) {
+  const std::string page = readWholeFile(applicationFolder() + "\\data\\" + std::string(templateName));
+  return replaceAllNoCase(page, "<!--SSTOP-->", readWholeFile(applicationFolder() + "\\data\\top.inc"));
+}
+
+std::string fillPage(std::string page, const std::vector<Marker>& pageMarkers,
                      const std::vector<Marker>& lateMarkers) {
-  std::string page = readWholeFile(applicationFolder() + "\\data\\" + std::string(templateName));
-  page = replaceAllNoCase(page, "<!--SSTOP-->", readWholeFile(applicationFolder() + "\\data\\top.inc"));
   for (const auto& [marker, text] : pageMarkers) page = replaceAllNoCase(page, marker, text);
   page = replaceAllNoCase(page, "<!--SSVERSION-->", versionText());
   page = replaceAllNoCase(page, "<!--SSSESSION-->", form1.sessionId);

@@ -22,10 +22,13 @@ std::string& pageTitleUpdate(std::string& page);
 // A marker and what replaces every occurrence of it, letter case ignored.
 using Marker = std::pair<std::string_view, std::string>;
 
-// The common sequence: reads "\data\" + templateName and top.inc, fills "<!--SSTOP-->", then `pageMarkers` in
-// their order (the page's own, "<!--SSPAGEDESC-->" among them), then version and session, then `lateMarkers`,
-// then the reload tag at "<HEAD>" and the title.
-[[nodiscard]] std::string fillPage(std::string_view templateName, const std::vector<Marker>& pageMarkers,
+// The first half of the common sequence: reads "\data\" + templateName and top.inc and fills "<!--SSTOP-->".
+// Lets events in: what a page shows is looked up before or after it, as the page says.
+[[nodiscard]] std::string readTemplate(std::string_view templateName);
+
+// The second half: fills `pageMarkers` in their order (the page's own, "<!--SSPAGEDESC-->" among them), then
+// version and session, then `lateMarkers`, then the reload tag at "<HEAD>" and the title.
+[[nodiscard]] std::string fillPage(std::string page, const std::vector<Marker>& pageMarkers,
                                    const std::vector<Marker>& lateMarkers = {});
 
 }  // namespace vornelle

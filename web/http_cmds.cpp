@@ -93,8 +93,7 @@ std::string deleteMail() {
 std::string addToList() {
   const std::string item = requestParam("addtolist").value_or("");
   const std::string type = requestParam("type").value_or("");
-  const std::string_view list = listNameOf(type);
-  if (!list.empty()) listAdd(list, item);
+  if (const FilterListInfo* const list = findList(type)) listAdd(list->name, item);
   return locationScript("display" + type + ".htm");
 }
 

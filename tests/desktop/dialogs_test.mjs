@@ -251,9 +251,10 @@ test('A field position that is no number of 1 or more is refused before a file i
   await desktop.gone(dialog);
 });
 
-test('A file is loaded, edited and imported; what is there already is skipped', async () => {
+test('A file with a NUL byte is loaded, edited and imported; what is there already is skipped and keeps its spelling', async () => {
   const file = `${desktop.folder}/book.csv`;
-  fs.writeFileSync(file, 'Bob Smith,"Bob@Book.example"\r\nNobody\r\nFay, @FRIEND.example\r\nAnn,ann@book.example\r\n');
+  app.write('data/friendlist.txt', '@Friend.example\r\n');
+  fs.writeFileSync(file, 'Bob Smith,"Bob@Book\0.example"\r\nNobody\r\nFay, @FRIEND.example\r\nAnn,ann@book.example\r\n');
   const dialog = await importDialog();
   await desktop.fill(desktop.control(dialog, POSITION), '2');
   await desktop.click(desktop.control(dialog, COMMA));
@@ -271,7 +272,7 @@ test('A file is loaded, edited and imported; what is there already is skipped', 
   await desktop.click(desktop.control(dialog, IMPORT));
   assert.equal(await desktop.answerBox(), '3 addresses added. 1 skipped as duplicate.');
   assert.equal(app.read('data/friendlist.txt'),
-    '@friend.example\r\nann@book.example\r\nbob@book.example\r\nzoe@added.example\r\n');
+    '@Friend.example\r\nann@book.example\r\nbob@book.example\r\nzoe@added.example\r\n');
   await desktop.key('Escape');
   await desktop.gone(dialog);
 });

@@ -143,6 +143,23 @@ describe('with a session', () => {
     assert.equal(redirectTarget(page), `displaysubjectlist.htm?s=${app.sessionId}`);
     assert.equal(app.read('data/subjectlist.txt'), 'a\r\nc\r\n');
   });
+  test('DeletefromlistTakesTheNumericValueOfTheText', async () => {
+    app.write('data/subjectlist.txt', 'a\r\nb\r\nc\r\n');
+    await app.post('/deletefromlist.cgi?s={s}', 'deletefromlist=1x&type=subjectlist&go=1');
+    assert.equal(app.read('data/subjectlist.txt'), 'a\r\nc\r\n');
+  });
+  test('DeletefromlistWritesTheLinesBackWithTheirLineEndsAlsoWhenNoLineHasTheNumber', async () => {
+    app.write('data/subjectlist.txt', 'a\n\nb');
+    await app.post('/deletefromlist.cgi?s={s}', 'deletefromlist=99&type=subjectlist&go=1');
+    assert.equal(app.read('data/subjectlist.txt'), 'a\r\n\r\nb\r\n');
+  });
+  test('AListHasOneFileWhateverTheSpellingOfItsName', async () => {
+    app.remove('data/subjectlist.txt');
+    await app.get('/displaySUBJECTlist.htm?s={s}');
+    assert.equal(app.read('data/subjectlist.txt'), '\r\n');
+    await app.post('/addtolist.cgi?s={s}', 'addtolist=ham&type=SubjectLIST&go=1');
+    assert.equal(app.read('data/subjectlist.txt'), 'ham\r\n');
+  });
   for (const [action, list, event] of [['ADD2BLACK.CGI', 'enemylist', 'EnemyList'], ['ADD2WHITE.CGI', 'friendlist', 'FriendList']]) {
     test(`${action}AddsAndGoesBack`, async () => {
       const page = await app.post(`/${action}?s={s}`, 'ADDTOLIST=new@entry.example&go=1');

@@ -105,7 +105,18 @@ TEST_F(Import, ALineWithFewerFieldsGivesNothing) {
 
 TEST_F(Import, BlanksAroundAFieldAndDoubleQuotesAreRemoved) {
   EXPECT_TRUE(load("x, \"bob@example.com\" ,y\r\nx,\" ann o'hara \"\r\nx,a\"b\"c\r\n"));
-  EXPECT_EQ(dialog.txtImportList, "bob@example.com\r\nann o'hara\r\nabc\r\n");
+  EXPECT_EQ(dialog.txtImportList, "bob@example.com\r\n ann o'hara \r\nabc\r\n");
+}
+
+TEST_F(Import, BlanksInsideTheQuotesStay) {
+  EXPECT_TRUE(load("x,  \" bob \"  \r\nx,\" \"\r\n"));
+  EXPECT_EQ(dialog.txtImportList, " bob \r\n \r\n");
+}
+
+TEST_F(Import, ANulByteDoesNotCutTheList) {
+  using namespace std::string_view_literals;
+  EXPECT_TRUE(load("x,bob\0@example.com\r\nx,ann@example.com\0\r\nx,\0\r\nx,zoe@example.com\r\n"sv));
+  EXPECT_EQ(dialog.txtImportList, "bob@example.com\r\nann@example.com\r\nzoe@example.com\r\n");
 }
 
 TEST_F(Import, TheMarkOfAUtf8ExportIsNotPartOfTheFirstField) {
@@ -178,13 +189,14 @@ TEST_F(Import, AnAddressInAnotherLetterCaseIsADuplicate) {
   putFriends("Bob@Example.com\r\n");
   import("bob@example.com\r\nBOB@EXAMPLE.COM\r\nann@x\r\nAnn@X\r\n");
   EXPECT_THAT(boxes(), ElementsAre("1 addresses added. 3 skipped as duplicate."));
-  EXPECT_EQ(friends(), "ann@x\r\nbob@example.com\r\n");
+  EXPECT_EQ(friends(), "Bob@Example.com\r\nann@x\r\n");
 }
 
-TEST_F(Import, TheFileIsWrittenLowerCaseSortedAndWithoutBlankLines) {
-  putFriends("Zoe\r\n\r\n  \r\nann\r\n\xC4rger\r\n");
-  import("mid");
-  EXPECT_EQ(friends(), "ann\r\nmid\r\nzoe\r\n\xE4rger\r\n");
+TEST_F(Import, LinesOfTheFileKeepTheirSpellingAndAllAreSortedWithoutBlankLines) {
+  putFriends("zoe\r\nMax\r\n\r\n  \r\nann\r\n\xC4rger\r\n");
+  import("mid\r\nMAX\r\n\xE4rger");
+  EXPECT_EQ(friends(), "Max\r\nann\r\nmid\r\nzoe\r\n\xC4rger\r\n");
+  EXPECT_THAT(boxes(), ElementsAre("1 addresses added. 2 skipped as duplicate."));
 }
 
 TEST_F(Import, BlanksOfFileLinesAreKept) {

@@ -142,7 +142,7 @@ TEST_F(FilterLists, AListThatCannotBeReadIsLeftAsItIs) {
 
 TEST_F(FilterLists, AFailedWriteLeavesTheOldFileAndSaysSo) {
   makeFriends("ada\r\ncarl\r\n");
-  sim::failWritesTo("FriendList.txt");
+  sim::failWritesTo("friendlist.txt");
   listAdd("FriendList", "bob");
   EXPECT_THAT(log(), EndsWith("] **FriendList cannot be written, not added: bob\r\n"));
   listRemoveLine("FriendList", "0");
@@ -185,15 +185,31 @@ TEST_F(FilterLists, RemovingTheOnlyLineLeavesAnEmptyFile) {
   EXPECT_EQ(friends(), "");
 }
 
-TEST_F(FilterLists, RemovingWithoutTheNumberOfALineRemovesNothing) {
-  const std::string before = "a\r\nb\nc";
-  makeFriends(before);
-  // The last one is what a form without a chosen line leads to.
-  for (const char* number :
-       {"", "  ", "3", "-1", "0.5", "65536", "1e9", "abc", "0x", "lefromlist.cgi?s=AB"}) {
+TEST_F(FilterLists, RemovingTakesTheNumericValueOfTheText) {
+  for (const auto& [number, rest] :
+       std::vector<std::pair<std::string, std::string>>{{"1x", "a\r\nC\r\n"},
+                                                        {"  2 of 3", "a\r\nb\r\n"},
+                                                        {"1.0", "a\r\nC\r\n"},
+                                                        {"&H2", "a\r\nb\r\n"},
+                                                        {"none", "b\r\nC\r\n"}}) {
+    makeFriends("a\r\nb\r\nC\r\n");
     listRemoveLine("FriendList", number);
-    EXPECT_EQ(friends(), before) << number;
+    EXPECT_EQ(friends(), rest) << number;
   }
+}
+
+TEST_F(FilterLists, RemovingANumberThatNoLineHasWritesAllLinesBackEachWithItsLineEnd) {
+  for (const char* number : {"3", "-1", "0.5", "65536", "1e9"}) {
+    makeFriends("a\n\r\nc");
+    listRemoveLine("FriendList", number);
+    EXPECT_EQ(friends(), "a\r\n\r\nc\r\n") << number;
+  }
+}
+
+TEST_F(FilterLists, RemovingWithATextOfBlanksTouchesNothing) {
+  makeFriends("a\nb");
+  for (const char* number : {"", "  "}) listRemoveLine("FriendList", number);
+  EXPECT_EQ(friends(), "a\nb");
 }
 
 TEST_F(FilterLists, OnlyTheThreeListsCanLoseALine) {
@@ -249,11 +265,49 @@ TEST_F(FilterLists, TheFilterUsesTheFirstTenThousandLinesAndSaysSo) {
 }
 
 TEST_F(FilterLists, ListNamesAreKnownInAnyLetterCase) {
-  EXPECT_EQ(listNameOf("FRIENDLIST"), "FriendList");
-  EXPECT_EQ(listNameOf("subjectlist"), "SubjectList");
-  EXPECT_EQ(listNameOf("EnemyList"), "EnemyList");
-  EXPECT_EQ(listNameOf("friendlis"), "");
-  EXPECT_EQ(listNameOf(""), "");
+  const auto nameOf = [](std::string_view text) {
+    const FilterListInfo* const list = findList(text);
+    return list ? list->name : "(none)";
+  };
+  EXPECT_EQ(nameOf("FRIENDLIST"), "FriendList");
+  EXPECT_EQ(nameOf("subjectlist"), "SubjectList");
+  EXPECT_EQ(nameOf("EnemyList"), "EnemyList");
+  EXPECT_EQ(nameOf("friendlis"), "(none)");
+  EXPECT_EQ(nameOf(""), "(none)");
+}
+
+TEST_F(FilterLists, EachListHasOneFileHoweverItsNameIsSpelled) {
+  // Where letter case tells names apart, another spelling of the name is another file, and no list.
+  makeFriends("ada\r\n");
+  listAdd("FriendList", "bob");
+  listAdd("FRIENDLIST", "carl");
+  listRemoveLine("friendLIST", "0");
+  EXPECT_EQ(listAddMany("fRIENDlIST", {"zoe"}).added, 1u);
+  EXPECT_THAT(listEntries("friendlist"), testing::ElementsAre("bob", "carl", "zoe"));
+  EXPECT_THAT(*listMatches("FriendLIST", "zoe"), testing::ElementsAre("zoe"));
+  EXPECT_EQ(listFolder(inFolder("\\data"), ".txt").size(), 1u);
+  EXPECT_EQ(listFolder(inFolder("\\data"), ".txt").front().name, "friendlist.txt");
+}
+
+TEST_F(FilterLists, AListThatIsMissingIsMadeUnderItsNameInSmallLetters) {
+  listAdd("EnemyList", "eve");
+  EXPECT_EQ(listFolder(inFolder("\\data"), ".txt").front().name, "enemylist.txt");
+  static_cast<void>(listEntries("SubjectLIST"));
+  EXPECT_EQ(contentOf("\\data\\subjectlist.txt"), "\r\n");
+  createMissingLists();
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "");
+  EXPECT_EQ(contentOf("\\data\\subjectlist.txt"), "\r\n");
+  EXPECT_EQ(listFolder(inFolder("\\data"), ".txt").size(), 3u);
+}
+
+TEST_F(FilterLists, ManyEntriesAreAddedBesideLinesThatKeepTheirSpelling) {
+  makeFriends("Zoe@Example.org\r\n\r\n Ada \r\n");
+  const ListAdditions additions =
+      listAddMany("FriendList", {"  NEW@x ", "", " ", "zoe@example.ORG", "ada", "new@X"});
+  EXPECT_EQ(additions.result, ListAdditions::Result::done);
+  EXPECT_EQ(additions.added, 2u);
+  EXPECT_EQ(additions.skipped, 2u);
+  EXPECT_EQ(friends(), " Ada \r\nZoe@Example.org\r\nada\r\nnew@x\r\n");
 }
 
 }  // namespace

@@ -94,13 +94,13 @@ TEST_F(FilterRun, OnlyTheFirstTenThousandLinesOfAListAreUsed) {
 
 TEST_F(FilterRun, MailIsNotJudgedByAListThatCannotBeRead) {
   makeFile("\\data\\enemylist.txt", "mallory\r\n");
-  sim::failReadsOf("FriendList");
+  sim::failReadsOf("friendlist");
   EXPECT_TRUE(isKept("eve@elsewhere.example"));
   EXPECT_EQ(newLog()[0], "**FriendList cannot be read");
   EXPECT_FALSE(isKept("mallory@elsewhere.example"));
-  sim::failReadsOf("SubjectList");
+  sim::failReadsOf("subjectlist");
   EXPECT_TRUE(isKept("eve@elsewhere.example"));
-  sim::failReadsOf("EnemyList");
+  sim::failReadsOf("enemylist");
   EXPECT_FALSE(isKept("eve@elsewhere.example"));
   EXPECT_TRUE(isKept("ada@friends.example"));
 }

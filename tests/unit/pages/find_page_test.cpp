@@ -49,6 +49,11 @@ TEST_F(FindPage, WithoutItsFileASectionStaysAtItsHeading) {
   EXPECT_FALSE(fileExists(inFolder("\\data\\subjectlist.txt")));
 }
 
+TEST_F(FindPage, TheTemplateIsReadBeforeTheLists) {
+  sim::after(0, [] { makeFile("\\data\\friendlist.txt", "ada@new.example\r\n"); });
+  EXPECT_THAT(pageFind("new.example"), testing::HasSubstr("- ada@new.example<br>"));
+}
+
 TEST_F(FindPage, ThePageIsCalledFindInLists) {
   makeFile("\\data\\find.htm", bare("<!--SSPAGEDESC-->,<!--SSTYPE-->"));
   EXPECT_EQ(pageFind("x"), "<html>[Find in Lists,Find in Lists]</html>");

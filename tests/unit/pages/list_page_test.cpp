@@ -51,6 +51,12 @@ TEST_F(ListPage, AnExistingListFileStaysAsItIs) {
   EXPECT_EQ(contentOf("\\data\\enemylist.txt"), " A \n");
 }
 
+TEST_F(ListPage, TheListIsReadBeforeTheTemplate) {
+  makeFile("\\data\\friendlist.txt", "old\r\n");
+  sim::after(0, [] { makeFile("\\data\\friendlist.txt", "new\r\n"); });
+  EXPECT_THAT(pageList("FriendList"), testing::HasSubstr(">old</option>"));
+}
+
 TEST_F(ListPage, TheNameIsShownAsGiven) {
   templateOf(bare("<!--SSPAGEDESC-->,<!--SSTYPE-->"));
   EXPECT_EQ(pageList("FriendList"), "<html>[FriendList,FriendList]</html>");

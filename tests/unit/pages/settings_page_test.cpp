@@ -73,6 +73,15 @@ TEST_F(SettingsPage, TheSwitchesAreTheWindowsAndNotTheStoredOnes) {
   EXPECT_EQ(filled("<!--ACTIVE-->|<!--TEST_MODE-->"), "<html>[|]</html>");
 }
 
+TEST_F(SettingsPage, TheTemplateIsReadBeforeTheValuesThatFillIt) {
+  settings.CHECK_MIN = 11;
+  sim::after(0, [] {
+    settings.CHECK_MIN = 12;
+    form1.ckActive.setChecked(true);
+  });
+  EXPECT_EQ(filled("<!--CHECK_MIN-->|<!--ACTIVE-->"), "<html>[12|CHECKED]</html>");
+}
+
 TEST_F(SettingsPage, AMissingTemplateGivesAnEmptyPage) {
   EXPECT_EQ(pageSettings(), "");
 }

@@ -16,7 +16,7 @@ class TemplateTest : public SimTest {
   static std::string filled(std::string_view text, const std::vector<Marker>& markers = {},
                             const std::vector<Marker>& lateMarkers = {}) {
     makeFile("\\data\\page.htm", text);
-    return fillPage("page.htm", markers, lateMarkers);
+    return fillPage(readTemplate("page.htm"), markers, lateMarkers);
   }
 };
 
@@ -144,7 +144,7 @@ TEST_F(TemplateTest, AMarkerThatTheTemplateLacksLosesNothing) {
 
 TEST_F(TemplateTest, AMissingTemplateGivesAnEmptyPage) {
   makeFile("\\data\\top.inc", "top");
-  EXPECT_EQ(fillPage("missing.htm", {{"<!--ONE-->", "1"}}), "");
+  EXPECT_EQ(fillPage(readTemplate("missing.htm"), {{"<!--ONE-->", "1"}}), "");
 }
 
 TEST_F(TemplateTest, AnEditedTemplateTakesEffectOnTheNextPage) {

@@ -1,7 +1,7 @@
 #include "core/open_url.h"
 
+#include "platform/download.h"
 #include "platform/files.h"
-#include "platform/shell.h"
 
 namespace vornelle {
 

@@ -7,7 +7,7 @@
 #include "base/text.h"
 #include "core/form1.h"
 #include "platform/files.h"
-#include "platform/shell.h"
+#include "platform/modSpecialFolders.h"
 
 namespace vornelle {
 
@@ -225,10 +225,6 @@ std::string bytes2KB(double bytes) {
 std::string passwordMask(std::string_view password) {
   constexpr std::size_t kLongest = INT16_MAX;  // the length is a 16-bit count
   return std::string(std::min(password.size(), kLongest), '*');
-}
-
-std::string getSpecialFolder(int folderId) {
-  return getSpecialFolderPath(folderId);
 }
 
 std::string startupLinkPath() {

@@ -68,9 +68,6 @@ void configSave();
 // One "*" for each character.
 [[nodiscard]] std::string passwordMask(std::string_view password);
 
-// The path of a shell special folder, ending in "\"; "" on failure. 7 is the user's Startup folder.
-[[nodiscard]] std::string getSpecialFolder(int folderId);
-
 // The path of the start-up shortcut, "vornelle.lnk" in the user's Startup folder; "" when there is no such
 // folder.
 [[nodiscard]] std::string startupLinkPath();

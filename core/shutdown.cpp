@@ -3,6 +3,7 @@
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings.h"
+#include "platform/modPopup.h"
 #include "platform/shell.h"
 
 namespace vornelle {

@@ -16,6 +16,8 @@
 #include "platform/clock.h"
 #include "platform/events.h"
 #include "platform/files.h"
+#include "platform/modGoToSleep.h"
+#include "platform/modPopup.h"
 #include "platform/shell.h"
 #include "web/gateway.h"
 #include "web/listener.h"

@@ -5,6 +5,7 @@
 #include "core/shutdown.h"
 #include "core/version.h"
 #include "platform/files.h"
+#include "platform/modSpecialFolders.h"
 #include "platform/shell.h"
 
 namespace vornelle {

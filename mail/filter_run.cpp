@@ -18,6 +18,7 @@
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
 #include "platform/events.h"
+#include "platform/modPopup.h"
 #include "platform/shell.h"
 #include "platform/wait_cursor.h"
 

@@ -1,32 +1,29 @@
 // The event loop: socket events, timers and (on Windows) window messages, all on one thread.
 //
-// Handlers nest by design: doEvents() and waitEvents() may be called inside any handler, and the events they serve
-// may call them again. After every single event the next one is looked for afresh, because a nested handler may have
-// closed any socket or stopped any timer.
+// Handlers nest by design: doEvents() and waitEvents() may be called inside any handler, and the events they
+// serve may call them again. After every single event the next one is looked for afresh, because a nested
+// handler may have closed any socket or stopped any timer.
 #pragma once
 
 #include <functional>
 
 namespace vornelle {
 
-// Serves everything that is ready, and what that makes ready, one event at a time; returns when nothing is left.
-// Never blocks.
+// Serves everything that is ready, and what that makes ready, one event at a time; returns when nothing is
+// left. Never blocks.
 void doEvents();
 
-// Blocks until an event is ready, then does what doEvents() does. At least one event has been served when it returns.
-// A routine that waits for a condition loops on it.
+// Blocks until an event is ready, then does what doEvents() does. At least one event has been served when it
+// returns. A routine that waits for a condition loops on it.
 void waitEvents();
 
-// Stops the thread; serves nothing meanwhile.
-void pause(int milliseconds);
-
-// Called when the system asks the program to end: SIGTERM and SIGINT on POSIX systems (served as an event). On Windows
-// the main window gets this as WM_CLOSE or WM_ENDSESSION by itself and the handler is not used.
+// Called when the system asks the program to end: SIGTERM and SIGINT on POSIX systems (served as an event).
+// On Windows the main window gets this as WM_CLOSE or WM_ENDSESSION by itself and the handler is not used.
 void setTerminationHandler(std::function<void()> handler);
 
-// A timer that behaves like a window timer: it ticks every `interval` milliseconds while it is enabled and its interval
-// is above 0. A late tick is not repeated; a tick can arrive inside another handler, though not inside its own
-// handler before that one yields.
+// A timer that behaves like a window timer: it ticks every `interval` milliseconds while it is enabled and
+// its interval is above 0. A late tick is not repeated; a tick can arrive inside another handler, though not
+// inside its own handler before that one yields.
 class Timer {
  public:
   Timer(int intervalMilliseconds, bool enabled);

@@ -17,6 +17,7 @@
 #include "pages/template.h"
 #include "platform/events.h"
 #include "platform/files.h"
+#include "platform/modGoToSleep.h"
 #include "web/config_update.h"
 #include "web/listener.h"
 #include "web/request.h"

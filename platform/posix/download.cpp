@@ -9,8 +9,8 @@
 #include <string_view>
 
 #include "platform/clock.h"
+#include "platform/download.h"
 #include "platform/net_stream.h"
-#include "platform/shell.h"
 #include "platform/unix/paths.h"
 
 namespace vornelle {

@@ -1,4 +1,4 @@
-// The posix half of the event loop: sleeping and signals.
+// The posix half of the event loop: waiting and signals.
 #include "platform/events.h"
 
 #include <fcntl.h>
@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <ctime>
 
 #include "platform/posix/channel.h"
 #include "platform/posix/descriptor.h"
@@ -62,13 +61,6 @@ SignalPipe& signalPipe() {
   return *instance;
 }
 
-timespec inMilliseconds(std::int64_t milliseconds) {
-  timespec result{};
-  result.tv_sec = static_cast<std::time_t>(milliseconds / 1000);
-  result.tv_nsec = static_cast<long>(milliseconds % 1000 * 1000000);
-  return result;
-}
-
 }  // namespace
 
 void setTerminationHandler(std::function<void()> handler) {
@@ -80,21 +72,6 @@ void setTerminationHandler(std::function<void()> handler) {
   action.sa_flags = SA_RESTART;
   sigaction(SIGTERM, &action, nullptr);
   sigaction(SIGINT, &action, nullptr);
-}
-
-void pause(int milliseconds) {
-  if (milliseconds <= 0) return;
-  timespec end{};
-  clock_gettime(CLOCK_MONOTONIC, &end);
-  const timespec length = inMilliseconds(milliseconds);
-  end.tv_sec += length.tv_sec;
-  end.tv_nsec += length.tv_nsec;
-  if (end.tv_nsec >= 1000000000) {
-    end.tv_nsec -= 1000000000;
-    ++end.tv_sec;
-  }
-  while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
-  }
 }
 
 namespace loop {

@@ -112,29 +112,12 @@ void endProcess() {
   _exit(0);
 }
 
-std::string getSpecialFolderPath(int /*folderId*/) {
-  return "";
-}
-bool createStartupLink(const std::string& /*linkName*/, const std::string& /*targetPath*/) {
-  return false;
-}
-
 bool openInBrowser(const std::string& address) {
   // Only where there is a screen to show it on; and nothing that the opener could take for an option or a
   // file.
   if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) return false;
   if (!address.starts_with("http://") && !address.starts_with("https://")) return false;
   return startDetached("xdg-open", address.c_str());
-}
-
-bool notifyIconAdd(const std::string& /*tip*/) {
-  return false;
-}
-bool notifyIconModifyTip(const std::string& /*tip*/) {
-  return false;
-}
-bool notifyIconDelete() {
-  return false;
 }
 
 }  // namespace vornelle

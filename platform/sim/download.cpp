@@ -1,4 +1,5 @@
-#include "platform/shell.h"
+#include "platform/download.h"
+
 #include "platform/sim/world.h"
 
 namespace vornelle {

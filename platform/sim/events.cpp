@@ -77,10 +77,6 @@ void waitReady(std::optional<std::int64_t> /*nextTick*/) {
 
 }  // namespace loop
 
-void pause(int milliseconds) {
-  if (milliseconds > 0) sim::world().now += milliseconds;
-}
-
 void setTerminationHandler(std::function<void()> handler) {
   sim::world().terminationHandler = std::move(handler);
 }

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "platform/events.h"
+#include "platform/modGoToSleep.h"
 #include "platform/sim/stream.h"
 #include "platform/sim/world.h"
 

@@ -113,7 +113,7 @@ struct Shell {
   std::vector<MessageIcon> messageIcons;  // of the same boxes
   std::function<void(const std::string&)> onMessageBox;  // run while the box is open; may serve events
   bool previousInstance = false;
-  std::string startupFolder;                     // "" : getSpecialFolderPath fails
+  std::string startupFolder;                     // "" : getSpecialFolder fails
   std::vector<std::pair<std::string, std::string>> links;  // name, target; the .lnk file is created too
   std::vector<std::string> openedAddresses;
   bool launchesBrowser = true;

@@ -1,7 +1,7 @@
 // TLS with the scripted servers: nothing is encrypted, the server says how it goes.
 #include "platform/tls.h"
 
-#include "platform/events.h"
+#include "platform/modGoToSleep.h"
 #include "platform/sim/stream.h"
 
 namespace vornelle {

@@ -10,7 +10,7 @@
 #include <mutex>
 #include <string>
 
-#include "platform/shell.h"
+#include "platform/download.h"
 
 namespace vornelle {
 namespace {

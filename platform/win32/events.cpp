@@ -131,10 +131,6 @@ void waitEvents() {
   doEvents();
 }
 
-void pause(int milliseconds) {
-  if (milliseconds > 0) Sleep(static_cast<DWORD>(milliseconds));
-}
-
 // Windows tells the main window itself.
 void setTerminationHandler(std::function<void()>) {}
 

@@ -3,13 +3,11 @@
 #include <windows.h>
 // After windows.h.
 #include <shellapi.h>
-#include <shlobj.h>
 
 #include <cstdint>
 
 #include "platform/win32/handle.h"
 #include "platform/win32/paths.h"
-#include "platform/win32/shell_link.h"
 #include "platform/win32/shell_window.h"
 #include "platform/win32/text.h"
 
@@ -83,22 +81,6 @@ bool previousInstanceRunning() {
 void endProcess() {
   TerminateProcess(GetCurrentProcess(), 0);
   for (;;) Sleep(INFINITE);
-}
-
-std::string getSpecialFolderPath(int folderId) {
-  PIDLIST_ABSOLUTE list = nullptr;
-  if (FAILED(SHGetSpecialFolderLocation(theMainWindow, folderId, &list)) || !list) return {};
-  // Not through the 8-bit function: it answers in the system's own code page, which may lack letters of the
-  // user's name that the short names make up for.
-  wchar_t path[MAX_PATH] = {};
-  const bool found = SHGetPathFromIDListW(list, path) != FALSE;
-  CoTaskMemFree(list);
-  if (!found) return {};
-  return win32::narrowPath(path) + "\\";
-}
-
-bool createStartupLink(const std::string& linkName, const std::string& targetPath) {
-  return win32::fCreateShellLink("Startup", linkName, targetPath, "", 1, "$(Programs)");
 }
 
 bool openInBrowser(const std::string& address) {

@@ -4,7 +4,7 @@
 // After windows.h.
 #include <shlobj.h>
 
-#include "platform/shell.h"
+#include "platform/modSpecialFolders.h"
 #include "platform/win32/com.h"
 #include "platform/win32/paths.h"
 #include "platform/win32/text.h"
@@ -14,13 +14,13 @@ namespace {
 
 std::string programsFolder(int isPrivate, const std::string& parent) {
   if (parent != "$(Programs)") return {};
-  return getSpecialFolderPath(isPrivate ? CSIDL_PROGRAMS : CSIDL_COMMON_PROGRAMS);
+  return getSpecialFolder(isPrivate ? CSIDL_PROGRAMS : CSIDL_COMMON_PROGRAMS);
 }
 
 // The Startup folder has a name of its own in every language; the shell knows it.
 std::string linkFolder(const std::string& folder, int isPrivate, const std::string& parent) {
   if (folder == "Startup" && parent == "$(Programs)") {
-    return getSpecialFolderPath(isPrivate ? CSIDL_STARTUP : CSIDL_COMMON_STARTUP);
+    return getSpecialFolder(isPrivate ? CSIDL_STARTUP : CSIDL_COMMON_STARTUP);
   }
   const std::string programs = programsFolder(isPrivate, parent);
   return programs.empty() ? programs : programs + folder + "\\";

@@ -1,6 +1,7 @@
 // The settings file as it is written, the range checks and the small helpers.
 #include "base/text.h"
 #include "core/settings.h"
+#include "platform/modSpecialFolders.h"
 #include "tests/unit/support.h"
 
 namespace vornelle {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "core/settings.h"
-#include "platform/shell.h"
+#include "platform/modPopup.h"
 #include "tests/unit/support.h"
 
 namespace vornelle {

@@ -1,6 +1,5 @@
+#include "platform/modPopup.h"
 #include "tests/unit/mail/filter_run_fixture.h"
-
-#include "platform/shell.h"
 
 namespace vornelle {
 namespace {

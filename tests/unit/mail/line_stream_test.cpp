@@ -1,6 +1,5 @@
 #include "mail/line_stream.h"
 
-#include "platform/events.h"
 #include "platform/net_stream.h"
 #include "tests/unit/support.h"
 

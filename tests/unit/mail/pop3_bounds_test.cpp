@@ -1,6 +1,6 @@
 #include "mail/pop3_client.h"
 
-#include "platform/events.h"
+#include "platform/modGoToSleep.h"
 #include "platform/net_stream.h"
 #include "tests/unit/mail/pop3_client_fixture.h"
 

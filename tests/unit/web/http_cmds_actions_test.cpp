@@ -1,6 +1,5 @@
 // The actions behind the page table: messages shown and deleted, lists changed, a filter run on request.
 #include "base/text.h"
-#include "platform/events.h"
 #include "tests/unit/mail/sim_maildrop.h"
 #include "tests/unit/web/dispatch_test_support.h"
 #include "web/http_cmds.h"

@@ -1,7 +1,6 @@
 // Connections that die: whose wait ends when, and what is released.
 #include <vector>
 
-#include "platform/events.h"
 #include "tests/unit/web/web_test_support.h"
 
 namespace vornelle {

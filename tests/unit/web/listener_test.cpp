@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "pages/message_page.h"
-#include "platform/events.h"
 #include "tests/unit/web/web_test_support.h"
 #include "web/request.h"
 

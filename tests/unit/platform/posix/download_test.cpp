@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/shell.h"
+#include "platform/download.h"
 #include "tests/unit/platform/seam/script_server.h"
 
 namespace vornelle {

@@ -8,6 +8,7 @@
 #include <ctime>
 
 #include "platform/clock.h"
+#include "platform/modGoToSleep.h"
 #include "tests/unit/platform/seam/loopback.h"
 
 namespace vornelle {

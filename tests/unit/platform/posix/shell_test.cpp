@@ -12,7 +12,9 @@
 #include <fstream>
 #include <string>
 
-#include "platform/events.h"
+#include "platform/modGoToSleep.h"
+#include "platform/modPopup.h"
+#include "platform/modSpecialFolders.h"
 
 namespace vornelle {
 namespace {
@@ -85,7 +87,7 @@ TEST(PosixShellTest, AMessageBoxGoesToStandardError) {
 
 TEST(PosixShellTest, ThereIsNoIconAndNoShortcut) {
   beep();
-  EXPECT_EQ(getSpecialFolderPath(7), "");
+  EXPECT_EQ(getSpecialFolder(7), "");
   EXPECT_FALSE(createStartupLink("Vornelle", "\\vornelle"));
   EXPECT_FALSE(notifyIconAdd("tip"));
   EXPECT_FALSE(notifyIconModifyTip("tip"));

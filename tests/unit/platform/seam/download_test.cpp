@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/shell.h"
+#include "platform/download.h"
 #include "tests/unit/platform/seam/script_server.h"
 
 namespace vornelle {

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/clock.h"
+#include "platform/modGoToSleep.h"
 #include "platform/random.h"
 #include "tests/unit/platform/seam/loopback.h"
 

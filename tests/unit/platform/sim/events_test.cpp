@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/clock.h"
+#include "platform/modGoToSleep.h"
 #include "platform/sim/sim.h"
 
 namespace vornelle {

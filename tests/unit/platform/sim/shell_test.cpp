@@ -8,8 +8,11 @@
 #include <string>
 
 #include "platform/clock.h"
+#include "platform/download.h"
 #include "platform/events.h"
 #include "platform/files.h"
+#include "platform/modPopup.h"
+#include "platform/modSpecialFolders.h"
 #include "platform/random.h"
 #include "platform/sim/sim.h"
 
@@ -64,14 +67,14 @@ TEST_F(SimShellTest, TheEndOfTheProcessIsAnException) {
 }
 
 TEST_F(SimShellTest, TheStartupFolderHoldsTheLinks) {
-  EXPECT_EQ(getSpecialFolderPath(7), "");
+  EXPECT_EQ(getSpecialFolder(7), "");
   EXPECT_FALSE(createStartupLink("Vornelle", "target"));
   sim::shell().startupFolder = applicationFolder() + "\\Startup";
-  EXPECT_EQ(getSpecialFolderPath(7), applicationFolder() + "\\Startup\\");
-  EXPECT_EQ(getSpecialFolderPath(5), "");
+  EXPECT_EQ(getSpecialFolder(7), applicationFolder() + "\\Startup\\");
+  EXPECT_EQ(getSpecialFolder(5), "");
   EXPECT_TRUE(createStartupLink("Vornelle", "target"));
   EXPECT_THAT(sim::shell().links, ElementsAre(Pair("Vornelle", "target")));
-  EXPECT_TRUE(fileExists(getSpecialFolderPath(7) + "vornelle.lnk"));
+  EXPECT_TRUE(fileExists(getSpecialFolder(7) + "vornelle.lnk"));
 }
 
 TEST_F(SimShellTest, DownloadsAreThoseOfTheTest) {

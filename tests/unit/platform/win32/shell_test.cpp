@@ -7,19 +7,20 @@
 
 #include "native.h"
 #include "platform/files.h"
+#include "platform/modSpecialFolders.h"
 
 namespace vornelle {
 namespace {
 
 TEST(WindowsShellTest, AFolderOfTheShellEndsInABackslashAndAnUnknownOneIsEmpty) {
-  const std::string startup = getSpecialFolderPath(7);
+  const std::string startup = getSpecialFolder(7);
   ASSERT_TRUE(startup.ends_with("\\")) << startup;
   EXPECT_TRUE(folderExists(startup.substr(0, startup.size() - 1))) << startup;
-  EXPECT_EQ(getSpecialFolderPath(4711), "");
+  EXPECT_EQ(getSpecialFolder(4711), "");
 }
 
 TEST(WindowsShellTest, AStartupLinkIsMadeReplacedAndFoundByItsName) {
-  const std::string link = getSpecialFolderPath(7) + "seam test.lnk";
+  const std::string link = getSpecialFolder(7) + "seam test.lnk";
   ASSERT_TRUE(createStartupLink("Seam test", applicationFolder() + "\\vornelle.exe"));
   EXPECT_TRUE(fileExists(link));
   EXPECT_TRUE(createStartupLink("Seam test", applicationFolder() + "\\other.exe"));

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "platform/shell.h"
+#include "platform/modPopup.h"
 #include "platform/win32/shell_window.h"
 
 namespace vornelle {

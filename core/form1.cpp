@@ -45,8 +45,7 @@ void resetProgramState() {
   form1.sessionId.clear();
   form1.sessionMinutesUsed = 0;
   form1.suppressTitleMinutes = false;
-  form1.requestText.clear();
-  form1.requestPath.clear();
+  static_cast<Request&>(form1) = Request{};
   form1.wsTimedOut = false;
   form1.rowKey.assign(kLastRow + 1, "");
   form1.rowSender.assign(kLastRow + 1, "");

@@ -17,7 +17,16 @@ enum class WindowState { normal, minimized };
 // Row numbers run from 0 to this one, inclusive, on pages and in listings.
 inline constexpr int kLastRow = 10000;
 
-struct Form1 {
+// The request being served. The gateway puts its own in the place of the plain listener's for a while
+// (web/request_turn.h).
+struct Request {
+  std::string requestText;          // what the last receive brought, on whatever connection
+  std::string requestPath;          // "" while no request is pending
+  std::uint64_t requestNumber = 0;  // counts the requests whose path has been read
+  bool requestByGateway = false;    // a browser's: what comes from strangers is text on its pages
+};
+
+struct Form1 : Request {
   // Switches.
   CheckBox ckActive;
   CheckBox ckTestMode;
@@ -49,10 +58,7 @@ struct Form1 {
   std::int32_t sessionMinutesUsed = 0;
   bool suppressTitleMinutes = false;  // set while the login page runs its title step
 
-  // The request being served.
-  std::string requestText;  // what the last receive brought, on whatever connection
-  std::string requestPath;  // "" while no request is pending
-  bool wsTimedOut = false;
+  bool wsTimedOut = false;  // the wait for a request line is over
 
   // The rows of the last Inbox or SpamBox page, by row number 0 to kLastRow.
   std::vector<std::string> rowKey = std::vector<std::string>(kLastRow + 1);

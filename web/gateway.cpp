@@ -7,16 +7,16 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/text.h"
-#include "core/form1.h"
 #include "core/settings.h"
 #include "platform/clock.h"
 #include "platform/events.h"
 #include "platform/socket.h"
 #include "web/gateway_answer.h"
+#include "web/http_cmds.h"
 #include "web/http_request_parser.h"
-#include "web/listener.h"
 
 namespace vornelle {
 namespace {
@@ -25,7 +25,7 @@ namespace {
 constexpr std::size_t kMaxUnread = kMaxHeaderBlock + kMaxBody;
 
 struct Connection {
-  enum class State { reading, waiting, forwarded, answering };
+  enum class State { reading, waiting, served, answering };
 
   std::uint64_t id = 0;
   SocketControl socket;
@@ -38,25 +38,14 @@ struct Connection {
   bool requestBegun = false;
 };
 
-// The request in flight. `connectionId` may name a connection that has gone: then the answer is dropped.
-struct Flight {
-  std::unique_ptr<SocketControl> socket;
-  std::uint64_t connectionId = 0;
-  std::string bytes;  // the request, until it is sent
-  std::string answer;
-  PageKind kind = PageKind::unknown;
-  bool headOnly = false;
-  int idleTicks = 0;  // ticks at which the plain listener was handling nothing and nothing more had come
-  std::size_t answerAtLastTick = 0;
-};
-
 struct Gateway {
   SocketControl listener;
   std::map<std::uint64_t, std::unique_ptr<Connection>> connections;
   std::uint64_t nextId = 1;
   std::deque<std::uint64_t> queue;
-  std::unique_ptr<Flight> flight;
-  Timer clock{1000, false};  // runs only while something is under way
+  bool serving = false;
+  AnswerRequest answer;
+  Timer clock{1000, false};  // runs only while a request is being read
   int port = 0;
 };
 
@@ -69,7 +58,7 @@ Connection* find(std::uint64_t id) {
 }
 
 void readRequests(std::uint64_t id);
-void forwardNext();
+void serveQueue();
 
 void drop(std::uint64_t id) {
   std::erase(gateway->queue, id);
@@ -77,7 +66,7 @@ void drop(std::uint64_t id) {
 }
 
 void armClock() {
-  bool underWay = gateway->flight != nullptr;
+  bool underWay = false;
   for (const auto& [id, connection] : gateway->connections) underWay = underWay || connection->requestBegun;
   gateway->clock.setEnabled(underWay);
 }
@@ -161,75 +150,56 @@ void answerSent(std::uint64_t id) {
   readRequests(id);
 }
 
-// ---- forwarding ----
+// ---- serving ----
 
-// The request as the plain listener gets it. It looks for parameters in the whole text, header fields
+// Browsers ask for this name by themselves where a page names no icon, as messages do.
+std::string_view targetOf(const HttpRequest& request) {
+  return equalsNoCase(request.target, "/favicon.ico") ? "/vornelle.ico" : std::string_view(request.target);
+}
+
+// The request as the plain listener would get it. Parameters are looked for in the whole text, header fields
 // included, so only fields that a parameter cannot be mistaken in go along: a cookie of another program on
 // this machine would be found before the form.
-std::string plainRequest(const HttpRequest& request) {
-  std::string_view target = request.target;
-  // Browsers ask for this name by themselves where a page names no icon, as messages do.
-  if (equalsNoCase(target, "/favicon.ico")) target = "/vornelle.ico";
-  std::string bytes = request.method == "POST" ? "POST " : "GET ";
-  bytes.append(target).append(" HTTP/1.1\r\n");
+std::string plainText(const HttpRequest& request) {
+  std::string text = request.method == "POST" ? "POST " : "GET ";
+  text.append(targetOf(request)).append(" HTTP/1.1\r\n");
   for (const std::string_view name : {"Host", "Content-Type", "Content-Length"}) {
-    if (const auto value = request.field(name)) bytes.append(name).append(": ").append(*value).append("\r\n");
+    if (const auto value = request.field(name)) text.append(name).append(": ").append(*value).append("\r\n");
   }
-  return bytes.append("\r\n").append(request.body);
+  return text.append("\r\n").append(request.body);
 }
 
-// What the answer will be: the page that the path names, or the login page where the session test fails.
-PageKind expectedKind(const HttpRequest& request) {
-  const PageKind kind =
-      equalsNoCase(request.target, "/favicon.ico") ? PageKind::icon : pageKind(request.target);
-  const bool behindLogin = kind == PageKind::message || kind == PageKind::unknown;
-  const bool live = !form1.sessionId.empty() && request.target.find(form1.sessionId) != std::string::npos;
-  return behindLogin && !live ? PageKind::page : kind;
+// Serving lets events in: the browser may have gone when the answer is there.
+void serve(std::uint64_t id) {
+  Connection* connection = find(id);
+  if (connection == nullptr) return;
+  connection->state = Connection::State::served;
+  connection->closeAfterAnswer = !wantsKeepAlive(connection->request);
+  const AnswerOptions options{!connection->closeAfterAnswer, connection->request.method == "HEAD"};
+  const PageKind kind = pageTraits(targetOf(connection->request)).kind;
+  std::string text = plainText(connection->request);
+  std::string().swap(connection->request.body);
+
+  std::optional<std::string> answer = gateway->answer(std::move(text));
+  connection = find(id);
+  if (connection == nullptr) return;
+  sendAnswer(*connection, answer ? pageAnswer(kind, std::move(*answer), options) : errorAnswer(502, options));
 }
 
-void finishFlight(bool answered) {
-  const std::unique_ptr<Flight> flight = std::move(gateway->flight);
-  if (Connection* connection = find(flight->connectionId)) {
-    const bool keepAlive = !connection->closeAfterAnswer;
-    const AnswerOptions options{keepAlive, flight->headOnly};
-    sendAnswer(*connection, answered ? pageAnswer(flight->kind, std::move(flight->answer), options)
-                                     : errorAnswer(502, options));
-  }
-  forwardNext();
-}
-
-void forwardNext() {
-  while (!gateway->flight && !gateway->queue.empty()) {
+// One request after the other. What is asked for while one is being served waits until that is done.
+void serveQueue() {
+  if (gateway->serving) return;
+  struct Serving {
+    Serving() { gateway->serving = true; }
+    ~Serving() {
+      if (gateway) gateway->serving = false;
+    }
+  } const serving;
+  while (gateway && !gateway->queue.empty()) {
     const std::uint64_t id = gateway->queue.front();
     gateway->queue.pop_front();
-    Connection* connection = find(id);
-    if (connection == nullptr) continue;
-    connection->state = Connection::State::forwarded;
-    connection->closeAfterAnswer = !wantsKeepAlive(connection->request);
-
-    auto flight = std::make_unique<Flight>();
-    flight->connectionId = id;
-    flight->bytes = plainRequest(connection->request);
-    flight->kind = expectedKind(connection->request);
-    flight->headOnly = connection->request.method == "HEAD";
-    connection->request.body.clear();
-    flight->socket = std::make_unique<SocketControl>();
-    flight->socket->onConnect = [] {
-      if (!gateway->flight->socket->sendData(gateway->flight->bytes)) finishFlight(false);
-    };
-    flight->socket->onSendComplete = [] { std::string().swap(gateway->flight->bytes); };
-    flight->socket->onDataArrival = [] {
-      gateway->flight->answer += gateway->flight->socket->getData();
-      if (gateway->flight->answer.size() > kGatewayAnswerLimit) finishFlight(false);
-    };
-    // The plain listener closes behind its answer. A page whose template is missing is empty but for its line
-    // end, so no bytes at all mean that there was no answer.
-    flight->socket->onClose = [] { finishFlight(!gateway->flight->answer.empty()); };
-
-    gateway->flight = std::move(flight);
-    if (!gateway->flight->socket->connect(LoopbackAddress::ipv4, gateway->port)) finishFlight(false);
+    serve(id);
   }
-  armClock();
 }
 
 // ---- reading ----
@@ -241,7 +211,7 @@ void enqueue(Connection& connection) {
   }
   connection.state = Connection::State::waiting;
   gateway->queue.push_back(connection.id);
-  forwardNext();
+  serveQueue();
 }
 
 void readRequests(std::uint64_t id) {
@@ -328,23 +298,14 @@ void clockTick() {
       refuse(*connection, 408, false);
     }
   }
-  // A client of the plain wire that comes in between can take the answer, or the close behind it, that was
-  // meant for us: both go to the newest connection. When nothing is being handled any more and nothing has
-  // come, nothing will.
-  if (Flight* flight = gateway->flight.get()) {
-    const bool handled = webServer.activeRequests > 0 || !form1.requestPath.empty() ||
-                         flight->answer.size() != flight->answerAtLastTick;
-    flight->answerAtLastTick = flight->answer.size();
-    flight->idleTicks = handled ? 0 : flight->idleTicks + 1;
-    if (flight->idleTicks >= 3) finishFlight(!flight->answer.empty());
-  }
   armClock();
 }
 
 }  // namespace
 
-void gatewayStart() {
+void gatewayStart(AnswerRequest answer) {
   gateway = std::make_unique<Gateway>();
+  gateway->answer = std::move(answer);
   gateway->port = settings.httpPort;
   gateway->listener.onConnectionRequest = acceptConnection;
   gateway->clock.onTick = clockTick;
@@ -357,7 +318,7 @@ void gatewayStop() {
 
 GatewayState gatewayState() {
   if (!gateway) return {};
-  return {gateway->connections.size(), gateway->queue.size(), gateway->flight != nullptr};
+  return {gateway->connections.size(), gateway->queue.size(), gateway->serving};
 }
 
 }  // namespace vornelle

@@ -104,39 +104,6 @@ bool isErrorPage(std::string_view body) {
 
 }  // namespace
 
-PageKind pageKind(std::string_view target) {
-  if (!target.empty() && target[0] == '/') target.remove_prefix(1);
-  static constexpr std::array<std::pair<std::string_view, PageKind>, 22> kKinds = {{
-      {"UNLOADME", PageKind::page},
-      {"LOGOUT.CGI", PageKind::page},
-      {"INDEX.HTM", PageKind::page},
-      {"LOGIN.CGI", PageKind::page},
-      {"vornelle.ico", PageKind::icon},
-      {"DISPLAYINBOX.HTM", PageKind::page},
-      {"DISPLAYEMAIL.CGI", PageKind::message},
-      {"DELETERESTORE.CGI", PageKind::page},
-      {"DELETE.CGI", PageKind::page},
-      {"DISPLAYSPAMBOX.HTM", PageKind::page},
-      {"DISPLAYSPAM.CGI", PageKind::message},
-      {"DISPLAYFRIENDLIST.HTM", PageKind::page},
-      {"DISPLAYSUBJECTLIST.HTM", PageKind::page},
-      {"DISPLAYENEMYLIST.HTM", PageKind::page},
-      {"FINDINLISTS.HTM", PageKind::page},
-      {"CONFIG.HTM", PageKind::page},
-      {"CONFIGUPDATE.CGI", PageKind::page},
-      {"ADDTOLIST.CGI", PageKind::page},
-      {"DELETEFROMLIST.CGI", PageKind::page},
-      {"ADD2BLACK.CGI", PageKind::page},
-      {"ADD2WHITE.CGI", PageKind::page},
-      {"MAILFILTER.CGI", PageKind::page},
-  }};
-  if (target.empty()) return PageKind::page;
-  for (const auto& [name, kind] : kKinds) {
-    if (startsWithNoCase(target, name)) return kind;
-  }
-  return PageKind::unknown;
-}
-
 std::string pageAnswer(PageKind kind, std::string body, const AnswerOptions& options) {
   if (kind == PageKind::message && isErrorPage(body)) kind = PageKind::page;
   if (kind != PageKind::icon) body = withoutConnections(std::move(body), kind);

@@ -5,18 +5,9 @@
 #include <string>
 #include <string_view>
 
+#include "web/http_cmds.h"
+
 namespace vornelle {
-
-// Which policy a page is shown under.
-enum class PageKind {
-  message,  // somebody's mail: sandboxed, no script, nothing remote
-  page,     // a page or a short answer of the program itself: nothing from outside
-  icon,
-  unknown,  // quotes an unknown path: no script at all
-};
-
-// By the path, letter case ignored, as the page table matches it (the first that begins the path).
-[[nodiscard]] PageKind pageKind(std::string_view target);
 
 struct AnswerOptions {
   bool keepAlive = true;

@@ -29,6 +29,7 @@ namespace {
 struct Row {
   std::string_view name;    // the path begins with it, letter case ignored
   std::string (*answer)();  // without the line end that closes every answer
+  PageTraits traits;
 };
 
 std::string locationScript(const std::string& page) {
@@ -37,11 +38,11 @@ std::string locationScript(const std::string& page) {
 
 // The first row that an Inbox or SpamBox page is to show: all the text after "MSG=" as a number, 0 when it is
 // none. -1 without "MSG=".
-std::int16_t firstMessageNumber() {
+std::int16_t firstMessageNumber(std::string_view path) {
   constexpr std::string_view kMarker = "MSG=";
-  const std::size_t found = findNoCase(form1.requestPath, kMarker);
-  if (found == std::string::npos) return -1;
-  return toInt16(std::string_view(form1.requestPath).substr(found + kMarker.size())).value_or(0);
+  const std::size_t found = findNoCase(path, kMarker);
+  if (found == std::string_view::npos) return -1;
+  return toInt16(path.substr(found + kMarker.size())).value_or(0);
 }
 
 std::string icon() {
@@ -49,12 +50,12 @@ std::string icon() {
 }
 
 std::string displayInbox() {
-  std::int16_t first = firstMessageNumber();
+  std::int16_t first = firstMessageNumber(form1.requestPath);
   return pageInbox(first);
 }
 
 std::string displaySpamBox() {
-  std::int16_t first = firstMessageNumber();
+  std::int16_t first = firstMessageNumber(form1.requestPath);
   return pageSpamBox(first);
 }
 
@@ -68,8 +69,10 @@ std::string displaySpam() {
 }
 
 // A large form arrives in several receives, each of which replaces requestText: the action starts once
-// nothing more has come for a while.
+// nothing more has come for a while. One that was handed over is whole, and no pause holds up what else a
+// browser asks for.
 void waitForWholeForm() {
+  if (form1.requestByGateway) return;
   pause(2000);
   std::string last = "xxx";
   while (!equalsNoCase(form1.requestText, last)) {
@@ -86,7 +89,7 @@ std::string deleteRestore() {
 }
 
 std::string deleteMail() {
-  pause(5000);
+  if (!form1.requestByGateway) pause(5000);
   deleteChecked("INBOX");
   return locationScript("displayinbox.htm");
 }
@@ -127,59 +130,74 @@ std::string unrecognizedPage() {
          "</h3><p>If problem persists, contact developer.</p></body></html>";
 }
 
+constexpr PageTraits kPage{PageKind::page, PageWork::files};
+constexpr PageTraits kMailPage{PageKind::page, PageWork::mailbox};  // from the held listing where MSG= asks for it
+constexpr PageTraits kAction{PageKind::page, PageWork::action};
+
 // The first row whose name the path begins with wins, so the order counts.
 constexpr Row kRowsForEverybody[] = {
-    {"UNLOADME", []() -> std::string { Form1_Unload(); }},
-    {"LOGOUT.CGI", logout},
-    {"INDEX.HTM", [] { return loginPage(""); }},
-    {"LOGIN.CGI", login},
-    {"vornelle.ico", icon},
+    {"UNLOADME", []() -> std::string { Form1_Unload(); }, kAction},
+    {"LOGOUT.CGI", logout, kAction},
+    {"INDEX.HTM", [] { return loginPage(""); }, kPage},
+    {"LOGIN.CGI", login, kPage},  // nobody has to wait behind a filter run to be let in
+    {"vornelle.ico", icon, {PageKind::icon, PageWork::files}},
 };
 
 constexpr Row kRowsWithSession[] = {
-    {"DISPLAYINBOX.HTM", displayInbox},
-    {"DISPLAYEMAIL.CGI", displayEmail},
-    {"DELETERESTORE.CGI", deleteRestore},
-    {"DELETE.CGI", deleteMail},
-    {"DISPLAYSPAMBOX.HTM", displaySpamBox},
-    {"DISPLAYSPAM.CGI", displaySpam},
-    {"DISPLAYFRIENDLIST.HTM", [] { return pageList("FriendList"); }},
-    {"DISPLAYSUBJECTLIST.HTM", [] { return pageList("SubjectList"); }},
-    {"DISPLAYENEMYLIST.HTM", [] { return pageList("EnemyList"); }},
-    {"FINDINLISTS.HTM", findInLists},
-    {"CONFIG.HTM", pageSettings},
-    {"CONFIGUPDATE.CGI", configUpdate},
-    {"ADDTOLIST.CGI", addToList},
-    {"DELETEFROMLIST.CGI", deleteFromList},
-    {"ADD2BLACK.CGI", [] { return addToListAndGoBack(kEnemyList); }},
-    {"ADD2WHITE.CGI", [] { return addToListAndGoBack(kFriendList); }},
-    {"MAILFILTER.CGI", filterNow},
-    {"", unrecognizedPage},
+    {"DISPLAYINBOX.HTM", displayInbox, kMailPage},
+    {"DISPLAYEMAIL.CGI", displayEmail, {PageKind::message, PageWork::mailbox}},
+    {"DELETERESTORE.CGI", deleteRestore, kAction},
+    {"DELETE.CGI", deleteMail, kAction},
+    {"DISPLAYSPAMBOX.HTM", displaySpamBox, kMailPage},
+    {"DISPLAYSPAM.CGI", displaySpam, {PageKind::message, PageWork::files}},
+    {"DISPLAYFRIENDLIST.HTM", [] { return pageList("FriendList"); }, kPage},
+    {"DISPLAYSUBJECTLIST.HTM", [] { return pageList("SubjectList"); }, kPage},
+    {"DISPLAYENEMYLIST.HTM", [] { return pageList("EnemyList"); }, kPage},
+    {"FINDINLISTS.HTM", findInLists, kPage},
+    {"CONFIG.HTM", pageSettings, kPage},
+    {"CONFIGUPDATE.CGI", configUpdate, kAction},
+    {"ADDTOLIST.CGI", addToList, kAction},
+    {"DELETEFROMLIST.CGI", deleteFromList, kAction},
+    {"ADD2BLACK.CGI", [] { return addToListAndGoBack(kEnemyList); }, kAction},
+    {"ADD2WHITE.CGI", [] { return addToListAndGoBack(kFriendList); }, kAction},
+    {"MAILFILTER.CGI", filterNow, kAction},
+    {"", unrecognizedPage, {PageKind::unknown, PageWork::files}},
 };
 
 template <std::size_t size>
-const Row* findRow(const Row (&rows)[size]) {
+const Row* findRow(const Row (&rows)[size], std::string_view path) {
   for (const Row& row : rows) {
-    if (startsWithNoCase(form1.requestPath, row.name)) return &row;
+    if (startsWithNoCase(path, row.name)) return &row;
   }
   return nullptr;
 }
 
+// The path as the table knows it.
+std::string_view withoutSlash(std::string_view target) {
+  if (target == "/") return webServer.defaultPage;
+  return target.starts_with('/') ? target.substr(1) : target;
+}
+
 std::string pageOrAction() {
-  if (const Row* const row = findRow(kRowsForEverybody)) return row->answer();
-  if (!requestHasSession()) return sessionEndedPage();
-  return findRow(kRowsWithSession)->answer();
+  if (const Row* const row = findRow(kRowsForEverybody, form1.requestPath)) return row->answer();
+  if (!holdsSession(form1.requestPath)) return sessionEndedPage();
+  return findRow(kRowsWithSession, form1.requestPath)->answer();
 }
 
 }  // namespace
 
+PageTraits pageTraits(std::string_view target) {
+  const std::string_view path = withoutSlash(target);
+  if (const Row* const row = findRow(kRowsForEverybody, path)) return row->traits;
+  if (!holdsSession(path)) return kPage;
+  const Row* const row = findRow(kRowsWithSession, path);
+  const bool listing = row->traits.kind == PageKind::page && row->traits.work == PageWork::mailbox;
+  return listing && firstMessageNumber(path) != -1 ? kPage : row->traits;
+}
+
 std::optional<std::string> dispatchRequest() {
   if (form1.requestPath.empty()) return std::nullopt;
-  if (form1.requestPath == "/") {
-    form1.requestPath = webServer.defaultPage;
-  } else if (form1.requestPath.front() == '/') {
-    form1.requestPath.erase(0, 1);
-  }
+  form1.requestPath = std::string(withoutSlash(form1.requestPath));
   return pageOrAction() + "\r\n";
 }
 

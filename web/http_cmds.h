@@ -4,8 +4,33 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace vornelle {
+
+// What is shown, and so under which policy a browser may show it.
+enum class PageKind {
+  message,  // somebody's mail: sandboxed, no script, nothing remote
+  page,     // a page or a short answer of the program itself: nothing from outside
+  icon,
+  unknown,  // quotes an unknown path: no script at all
+};
+
+// What serving it takes, and so when it can be served.
+enum class PageWork {
+  files,    // templates, lists and what is held already: in the middle of anything
+  mailbox,  // the one mail component, which it would take away from what is under way
+  action,   // changes something: one after the other
+};
+
+struct PageTraits {
+  PageKind kind = PageKind::unknown;
+  PageWork work = PageWork::files;
+};
+
+// Of the row of the page table that answers this target ("/config.htm?s=..."). Without a live session that is
+// the log-in page for most of them.
+[[nodiscard]] PageTraits pageTraits(std::string_view target);
 
 // Chooses what the path in requestPath asks for, does it, and returns the whole answer; nullopt when there is
 // none to send. Strips the path's leading "/", which the log then shows so. Pauses, page builders and mail

@@ -13,6 +13,7 @@
 #include "platform/socket.h"
 #include "web/http_cmds.h"
 #include "web/request.h"
+#include "web/request_turn.h"
 
 namespace vornelle {
 
@@ -60,10 +61,12 @@ void releaseIfDone(std::int32_t index) {
 }
 
 void sckWS_DataArrival(std::int32_t index) {
+  const PlainTurn turn;
   if (Element* const sender = element(index)) readRequest(sender->socket.getData());
 }
 
 void sckWS_SendComplete(std::int32_t index) {
+  const PlainTurn turn;
   if (Element* const sent = element(index)) --sent->sendsUnderWay;
   LogWindowAdd(form1.requestPath + " request complete!");
   if (!form1.requestPath.empty()) {
@@ -97,7 +100,7 @@ void restartTimeout() {
 }
 
 bool requestIsPending() {
-  return !form1.requestPath.empty() && answeredRequest != requestNumber();
+  return !form1.requestPath.empty() && answeredRequest != form1.requestNumber;
 }
 
 // Nobody is left to be answered on that connection, and no request will come on it. Past the last index there
@@ -114,14 +117,14 @@ void waitForRequest(std::int32_t index) {
 }
 
 void answerRequest() {
-  const std::uint64_t number = requestNumber();
+  const std::uint64_t number = form1.requestNumber;
   const std::optional<std::string> answer = dispatchRequest();
   if (!answer) return;
   Element* const newest = element(webServer.socketIndex);
   if (newest && newest->socket.sendData(*answer)) {
     ++newest->sendsUnderWay;
     answeredRequest = number;
-  } else if (requestNumber() == number) {
+  } else if (form1.requestNumber == number) {
     // No SendComplete will empty the path. It must not stay: the next connection would find it and run the
     // same action, a deletion perhaps, once more. A path that has been read meanwhile is another request and
     // stays.
@@ -130,6 +133,7 @@ void answerRequest() {
 }
 
 void sckWS_ConnectionRequest(SocketControl::RequestId request) {
+  const PlainTurn turn;
   const std::int32_t index = ++webServer.socketIndex;  // a refused request uses an index up, too
   releaseIfDone(index - 1);
   if (++webServer.activeRequests != webServer.maxRequests) {

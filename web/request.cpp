@@ -1,5 +1,6 @@
 #include "web/request.h"
 
+#include <cstdint>
 #include <utility>
 
 #include "base/text.h"
@@ -7,8 +8,6 @@
 
 namespace vornelle {
 namespace {
-
-std::uint64_t requestsRead = 0;
 
 // Positions are 1-based and 0 means "not found", because the lengths below are differences of positions and
 // come out negative where a part is missing.
@@ -50,11 +49,7 @@ void readRequest(std::string received) {
   }
   if (!target) return;
   form1.requestPath = *target;
-  ++requestsRead;
-}
-
-std::uint64_t requestNumber() {
-  return requestsRead;
+  ++form1.requestNumber;
 }
 
 std::optional<std::string> requestParam(std::string_view name) {

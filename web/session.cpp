@@ -42,8 +42,8 @@ void Timer2_Timer() {
   form1.sessionId = "";
 }
 
-bool requestHasSession() {
-  return !form1.sessionId.empty() && form1.requestPath.find(form1.sessionId) != std::string::npos;
+bool holdsSession(std::string_view path) {
+  return !form1.sessionId.empty() && path.find(form1.sessionId) != std::string_view::npos;
 }
 
 std::string login() {

@@ -10,9 +10,8 @@ namespace vornelle {
 // minutes, which Timer_min counts.
 void Timer2_Timer();
 
-// True when somebody is logged in and the session's id occurs in the request's path, letter case being
-// significant.
-[[nodiscard]] bool requestHasSession();
+// True when somebody is logged in and the session's id occurs in the path, letter case being significant.
+[[nodiscard]] bool holdsSession(std::string_view path);
 
 // LOGIN.CGI: compares account and password with the settings, letter case ignored. A success starts a new
 // session, which ends any earlier one. Returns the answer's text.

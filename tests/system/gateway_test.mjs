@@ -326,7 +326,26 @@ describe('many', () => {
     }));
   });
 
-  // The plain listener counts its connections up to 32767 and answers no more after that, so the gateway does not either.
+  test('AClientOfThePlainWireNeverTakesABrowsersAnswer', async () => {
+    let over = false;
+    const plain = (async () => {
+      let served = 0;
+      while (!over) {
+        assert.match(await app.get(`/plain${served}.htm?s={s}`), new RegExp(`Unrecognized page: plain${served}\\.htm`));
+        served++;
+      }
+      return served;
+    })();
+    const client = await Client.open();
+    for (let i = 0; i < 300; i++) {
+      const answer = await client.send(get(`/browser${i}.htm?s=${app.sessionId}`)).answer();
+      assert.match(answer.body, new RegExp(`Unrecognized page: browser${i}\\.htm`));
+    }
+    over = true;
+    assert.ok(await plain > 0);
+    client.close();
+  });
+
   test('TenThousandRequestsInARowLeaveTheMemoryAsItWas', async () => {
     const round = async (count) => {
       const client = await Client.open();

@@ -19,27 +19,6 @@ std::string body(const std::string& answer) {
   return answer.substr(answer.find("\r\n\r\n") + 4);
 }
 
-TEST(PageKindOfAPath, IsThatOfTheFirstNameThatBeginsItLetterCaseIgnored) {
-  EXPECT_EQ(pageKind("/displayemail.cgi?uidl=1"), PageKind::message);
-  EXPECT_EQ(pageKind("/DisplaySpam.cgi"), PageKind::message);
-  EXPECT_EQ(pageKind("/displayspambox.htm"), PageKind::page);  // begins like the message view
-  EXPECT_EQ(pageKind("/VORNELLE.ICO"), PageKind::icon);
-  EXPECT_EQ(pageKind("/"), PageKind::page);
-  EXPECT_EQ(pageKind("/foo.htm"), PageKind::unknown);
-  EXPECT_EQ(pageKind("//displayemail.cgi"),
-            PageKind::unknown);  // one slash is stripped, as by the page table
-}
-
-TEST(PageKindOfAPath, EveryPageAndActionHasOne) {
-  for (const char* path :
-       {"/UNLOADME", "/logout.cgi", "/index.htm", "/login.cgi", "/displayinbox.htm", "/deleterestore.cgi",
-        "/delete.cgi", "/displayspambox.htm", "/displayfriendlist.htm", "/displaysubjectlist.htm",
-        "/displayenemylist.htm", "/findinlists.htm", "/config.htm", "/configupdate.cgi", "/addtolist.cgi",
-        "/deletefromlist.cgi", "/add2black.cgi", "/add2white.cgi", "/mailfilter.cgi"}) {
-    EXPECT_EQ(pageKind(path), PageKind::page) << path;
-  }
-}
-
 TEST(PageAnswer, OnlyAMessagesOwnMetaTagsAreMadeToAgree) {
   const std::string page = "<meta charset='utf-8'>";
   EXPECT_THAT(pageAnswer(PageKind::message, page, kKeepAlive), EndsWith("<meta charset='windows-1252'>"));

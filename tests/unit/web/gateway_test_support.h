@@ -1,8 +1,10 @@
-// The gateway with a plain listener behind it that is the test's own.
+// The gateway with answers that are the test's own.
 #pragma once
 
-#include <memory>
+#include <functional>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/settings.h"
@@ -13,36 +15,19 @@
 
 namespace vornelle {
 
-// A plain listener whose answers are the test's: it takes what comes and answers when it is told to.
+// Each request is answered with a page that quotes its request line, unless the test says otherwise.
 class GatewayTest : public SimTest {
  protected:
-  struct Taken {
-    SocketControl socket;
-    std::string text;
-  };
-
   GatewayTest() {
     settings.httpPort = 7000;
-    plain_.onConnectionRequest = [this](SocketControl::RequestId id) {
-      auto taken = std::make_unique<Taken>();
-      ASSERT_TRUE(taken->socket.accept(id));
-      Taken* one = taken.get();
-      one->socket.onDataArrival = [this, one] {
-        one->text += one->socket.getData();
-        ++pieces_;
-        if (automatic_) answer(*one, "<p>" + one->text.substr(0, one->text.find(" HTTP")) + "</p>\r\n");
-      };
-      taken_.push_back(std::move(taken));
-    };
-    EXPECT_TRUE(plain_.listen(LoopbackAddress::ipv4, 7000));
-    gatewayStart();
+    gatewayStart([this](std::string text) -> std::optional<std::string> {
+      taken_.push_back(std::move(text));
+      std::string answer = "<p>" + lineOf(taken_.back()) + "</p>\r\n";
+      if (const auto work = std::exchange(meanwhile_, nullptr)) work();
+      return answer_ ? answer_ : answer;
+    });
   }
   ~GatewayTest() override { gatewayStop(); }
-
-  static void answer(Taken& one, const std::string& text) {
-    one.socket.onSendComplete = [&one] { one.socket.close(); };
-    ASSERT_TRUE(one.socket.sendData(text));
-  }
 
   static sim::Client open() {
     sim::Client client;
@@ -69,17 +54,17 @@ class GatewayTest : public SimTest {
   }
 
   static std::string body(const std::string& answer) { return answer.substr(answer.find("\r\n\r\n") + 4); }
+  static std::string lineOf(const std::string& text) { return text.substr(0, text.find(" HTTP")); }
 
   std::vector<std::string> requestsTaken() const {
     std::vector<std::string> lines;
-    for (const auto& one : taken_) lines.push_back(one->text.substr(0, one->text.find(" HTTP")));
+    for (const std::string& text : taken_) lines.push_back(lineOf(text));
     return lines;
   }
 
-  bool automatic_ = true;
-  int pieces_ = 0;
-  SocketControl plain_;
-  std::vector<std::unique_ptr<Taken>> taken_;
+  std::vector<std::string> taken_;       // the texts that were handed over
+  std::function<void()> meanwhile_;      // happens while the next request is being served
+  std::optional<std::string> answer_;    // in place of the usual one
 };
 
 }  // namespace vornelle

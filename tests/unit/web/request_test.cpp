@@ -65,12 +65,12 @@ TEST_F(RequestTest, OddLinesAreTakenByPlainTextSearch) {
 
 TEST_F(RequestTest, EveryPathThatIsReadHasANumberOfItsOwn) {
   readRequest("GET /a HTTP/1.0");
-  const std::uint64_t first = requestNumber();
+  const std::uint64_t first = form1.requestNumber;
   readRequest("GET /a HTTP/1.0");
-  EXPECT_NE(requestNumber(), first);
-  const std::uint64_t second = requestNumber();
+  EXPECT_NE(form1.requestNumber, first);
+  const std::uint64_t second = form1.requestNumber;
   readRequest("more of it");
-  EXPECT_EQ(requestNumber(), second);
+  EXPECT_EQ(form1.requestNumber, second);
 }
 
 class RequestParamTest : public SimTest {};

@@ -94,24 +94,24 @@ TEST_F(SessionTest, ALoginEndsTheEarlierSession) {
   const std::string first = form1.sessionId;
   (void)loginAs("joe", "PW");
   form1.requestPath = "displayinbox.htm?s=" + first;
-  EXPECT_FALSE(requestHasSession());
+  EXPECT_FALSE(holdsSession(form1.requestPath));
   form1.requestPath = "displayinbox.htm?s=" + form1.sessionId;
-  EXPECT_TRUE(requestHasSession());
+  EXPECT_TRUE(holdsSession(form1.requestPath));
 }
 
 TEST_F(SessionTest, TheIdCountsAnywhereInThePathInItsLetterCase) {
   logIn();
   form1.requestPath = "displayinbox.htm?x=a" + kSessionId + "b";
-  EXPECT_TRUE(requestHasSession());
+  EXPECT_TRUE(holdsSession(form1.requestPath));
   form1.requestPath = "displayinbox.htm?s=" + std::string(32, 'q') + std::string(32, 'Z');
-  EXPECT_FALSE(requestHasSession());
+  EXPECT_FALSE(holdsSession(form1.requestPath));
   form1.requestPath = "displayinbox.htm?s=" + kSessionId.substr(1);
-  EXPECT_FALSE(requestHasSession());
+  EXPECT_FALSE(holdsSession(form1.requestPath));
 }
 
 TEST_F(SessionTest, WithNobodyLoggedInNoRequestHasASession) {
   form1.requestPath = "displayinbox.htm?s=";
-  EXPECT_FALSE(requestHasSession());
+  EXPECT_FALSE(holdsSession(form1.requestPath));
 }
 
 TEST_F(SessionTest, LogoutEndsTheSessionAndItsMinutesGoOn) {

@@ -1,0 +1,150 @@
+// Requests dispatched as values, in the middle of whatever the plain listener has under way.
+#include "web/direct_request.h"
+
+#include "platform/events.h"
+#include "tests/unit/mail/sim_maildrop.h"
+#include "tests/unit/web/dispatch_test_support.h"
+#include "web/request_turn.h"
+
+namespace vornelle {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string textOf(const std::string& target) {
+  return "GET " + target + " HTTP/1.1\r\nHost: localhost\r\n\r\n";
+}
+
+TEST_F(DispatchTest, ADirectRequestHasTheAnswerAndTheLogLineOfThePlainWire) {
+  logIn();
+  const std::string target = "/displayfriendlist.htm?s=" + kSessionId;
+  const std::string plain = get(target);
+  EXPECT_EQ(logged("displayfriendlist.htm request complete!"), 1);
+  EXPECT_EQ(answerDirectly(textOf(target)), plain);
+  EXPECT_EQ(logged("displayfriendlist.htm request complete!"), 2);
+  EXPECT_EQ(answerDirectly(textOf("/")), get("/"));
+}
+
+TEST_F(DispatchTest, ATextWithoutARequestLineHasNoAnswer) {
+  EXPECT_EQ(answerDirectly("HEAD / HTTP/1.1\r\n\r\n"), std::nullopt);
+  EXPECT_EQ(form1.LogWindow.text().find("request complete"), std::string::npos);
+}
+
+TEST_F(DispatchTest, WhatStoodInTheSharedRequestStandsThereAgain) {
+  form1.requestText = "D1=1&";
+  form1.requestPath = "delete.cgi";
+  form1.requestNumber = 7;
+  EXPECT_TRUE(answerDirectly(textOf("/")));
+  EXPECT_EQ(form1.requestText, "D1=1&");
+  EXPECT_EQ(form1.requestPath, "delete.cgi");
+  EXPECT_EQ(form1.requestNumber, 7u);
+  EXPECT_FALSE(form1.requestByGateway);
+}
+
+TEST_F(DispatchTest, ADirectFormIsWholeAndWaitsForNothing) {
+  logIn();
+  makeFile("\\spam\\key1.txt", "x\r\n");
+  form1.rowKey[3] = "key1";
+  EXPECT_EQ(answerDirectly("POST /deleterestore.cgi?s=" + kSessionId +
+                           " HTTP/1.1\r\n\r\nSUBMIT3=RESTORE-DELETE&D3=1&END=1"),
+            redirectTo("displayspambox.htm"));
+  EXPECT_EQ(contentOf("\\spam\\key1.txt"), "(missing)");
+  EXPECT_TRUE(answerDirectly("POST /delete.cgi?s=" + kSessionId + " HTTP/1.1\r\n\r\nSUBMIT3=DELETE&END=1"));
+  EXPECT_EQ(sim::elapsedMilliseconds(), 0);
+}
+
+TEST_F(DispatchTest, AFormOfThePlainWireThatWaitsSeesItsOwnBehindADirectRequest) {
+  logIn();
+  makeFile("\\spam\\key1.txt", "x\r\n");
+  form1.rowKey[3] = "key1";
+  sim::Client client = connected();
+  client.send("POST /deleterestore.cgi?s=" + kSessionId + " HTTP/1.1\r\n\r\nSUBMIT3=DELETE&D3=1&END=1");
+  std::optional<std::string> answer;
+  sim::after(3000, [&] { answer = answerDirectly(textOf("/config.htm?s=" + kSessionId)); });
+  sim::advance(0);
+  EXPECT_EQ(answer, "CONFIG\r\n");
+  EXPECT_EQ(client.received(), redirectTo("displayspambox.htm"));
+  EXPECT_EQ(sim::elapsedMilliseconds(), 3500);  // two looks agreed: nothing came in between
+  EXPECT_EQ(contentOf("\\spam\\key1.txt"), "(missing)");
+}
+
+// A request that lets the test in while it is being served: the mail server does, in the middle of a fetch.
+class DirectTurnTest : public DispatchTest {
+ protected:
+  DirectTurnTest() { logIn(); }
+};
+
+TEST_F(DirectTurnTest, AClientOfThePlainWireGetsItsOwnAnswerAndNeverTheBrowsers) {
+  std::string plainAnswer;
+  {
+    const GatewayTurn turn;
+    form1.requestText = "the browser's";
+    form1.requestPath = "mailfilter.cgi?s=" + kSessionId;
+    plainAnswer = get("/logout.cgi");
+    EXPECT_EQ(form1.requestText, "the browser's");
+    EXPECT_EQ(form1.requestPath, "mailfilter.cgi?s=" + kSessionId);
+    EXPECT_TRUE(form1.requestByGateway);
+  }
+  EXPECT_EQ(plainAnswer, kLogoutAnswer);
+  EXPECT_EQ(logged("Filter mail (user request)"), 0);
+  EXPECT_EQ(form1.requestPath, "");
+}
+
+TEST_F(DirectTurnTest, APlainRequestThatComesInTheMiddleOfADirectOneIsAnsweredBehindIt) {
+  sim::Client client = connected();
+  sim::after(1, [&] {  // accepted by then; its handler waits for a request line
+    const GatewayTurn turn;
+    form1.requestText = "the browser's";
+    form1.requestPath = "config.htm";
+    client.send("GET /logout.cgi HTTP/1.0\r\n\r\n");
+    doEvents();
+    EXPECT_EQ(form1.requestText, "the browser's");
+    EXPECT_EQ(form1.requestPath, "config.htm");
+    EXPECT_EQ(client.received(), "");
+  });
+  sim::advance(10);
+  EXPECT_EQ(client.received(), kLogoutAnswer);
+  EXPECT_EQ(logged("logout.cgi request complete!"), 1);
+}
+
+TEST_F(DirectTurnTest, TurnsNestAndEachFindsItsOwnAgain) {
+  form1.requestPath = "plain";
+  {
+    const GatewayTurn first;
+    EXPECT_EQ(form1.requestPath, "");
+    form1.requestPath = "first";
+    {
+      const PlainTurn plain;
+      EXPECT_EQ(form1.requestPath, "plain");
+      EXPECT_FALSE(form1.requestByGateway);
+      form1.requestPath = "plain, changed";
+      {
+        const GatewayTurn second;
+        form1.requestPath = "second";
+        {
+          const GatewayTurn third;
+          EXPECT_EQ(form1.requestPath, "");
+          const PlainTurn again;
+          EXPECT_EQ(form1.requestPath, "plain, changed");
+        }
+        EXPECT_EQ(form1.requestPath, "second");
+      }
+      EXPECT_EQ(form1.requestPath, "plain, changed");
+    }
+    EXPECT_EQ(form1.requestPath, "first");
+  }
+  EXPECT_EQ(form1.requestPath, "plain, changed");
+}
+
+TEST_F(DirectTurnTest, ThirtyTwoThousandPlainConnectionsDoNotEndTheWebInterfaceForBrowsers) {
+  webServer.socketIndex = 32767;
+  sim::Client client = connected();
+  client.send("GET / HTTP/1.0\r\n\r\n");
+  sim::advance(31000);
+  EXPECT_EQ(client.received(), "");
+  EXPECT_THAT(*answerDirectly(textOf("/")), HasSubstr("<title>Login"));
+}
+
+}  // namespace
+}  // namespace vornelle

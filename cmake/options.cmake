@@ -4,9 +4,11 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# Compilations are shared between checkouts (paths below this folder do not count), those with a precompiled header too.
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+  set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
+    CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE_PROGRAM})
 endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror)
@@ -29,4 +31,10 @@ if(WIN32)
   add_link_options(-static -Wl,--gc-sections)
   add_compile_options(-ffunction-sections -fdata-sections)
   add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00 WINVER=0x0A00)
+endif()
+
+# Debian's fast linker, where it can: Windows programs have their own.
+find_program(MOLD_PROGRAM mold)
+if(MOLD_PROGRAM AND NOT WIN32)
+  add_link_options(-fuse-ld=mold)
 endif()

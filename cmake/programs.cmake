@@ -39,6 +39,12 @@ if(desktop_sources)
     VERBATIM)
 endif()
 
+# What the tests of TLS speak to their servers with.
+if(VORNELLE_TESTS)
+  add_executable(tls_probe tests/support/tls_probe.cpp)
+  target_link_libraries(tls_probe PRIVATE vornelle_portable vornelle_platform)
+endif()
+
 # What the desktop tests look at the windows with, and what they measure the start against.
 if(WIN32)
   add_executable(desktop_probe tests/desktop/probe.cpp)

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "base/punycode.h"
 #include "platform/clock.h"
 #include "platform/common/connecting.h"
 #include "platform/posix/descriptor.h"
@@ -97,7 +98,9 @@ struct LookUp {
   std::string port;
   addrinfo* addresses = nullptr;
 
-  LookUp(const std::string& hostName, int portNumber) : host(hostName), port(std::to_string(portNumber)) {}
+  // Names beyond ASCII go by the form that the name system knows.
+  LookUp(const std::string& hostName, int portNumber)
+      : host(hostToAscii(hostName).value_or(hostName)), port(std::to_string(portNumber)) {}
   ~LookUp() {
     if (addresses) freeaddrinfo(addresses);
   }

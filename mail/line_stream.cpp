@@ -1,9 +1,9 @@
 #include "mail/line_stream.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
+#include "mail/dot_stuffed_text.h"
 #include "platform/clock.h"
 #include "platform/net_stream.h"
 
@@ -109,93 +109,17 @@ std::optional<std::string> LineStream::readLine(int timeoutMilliseconds) {
 }
 
 bool LineStream::readText(std::size_t limit, const std::function<void(std::string_view)>& take) {
-  enum class State { lineStart, dot, dotReturn, inLine, afterReturn };
-  constexpr std::string_view kEnd = ".\r\n";
-  State state = State::lineStart;
-  std::size_t taken = 0;
-  std::string held;  // the last of what has come: it may be the end and no part of the text
-  const auto give = [&](std::string_view piece) {
-    taken += held.size() + piece.size();
-    if (taken > limit) return kill();
-    if (!held.empty()) take(std::exchange(held, {}));
-    if (!piece.empty()) take(piece);
-  };
-  const auto giveButHoldEnd = [&](std::string_view piece) {
-    held += piece;
-    const std::string end = held.substr(held.size() - std::min(held.size(), kEnd.size()));
-    held.resize(held.size() - end.size());
-    give("");
-    held = end;
-  };
-  const auto hasMore = [&] {
-    if (hasUnread()) return true;
-    const std::int64_t start = monotonicMilliseconds();
-    const std::optional<std::size_t> count = readMore(timeout_);
-    if (!count && (state != State::lineStart || held != kEnd)) kill(lostSince(start, timeout_));
-    return count > 0U;
-  };
-  // The state behind a character that belongs to the text.
-  const auto after = [&](char c, State before) {
-    if (c == '\n' && (bareLineFeeds_ || before == State::afterReturn)) return State::lineStart;
-    return c == '\r' ? State::afterReturn : State::inLine;
-  };
-  while (hasMore()) {
-    const std::string_view unread(buffer_.get() + begin_, end_ - begin_);
-    std::size_t pieceStart = 0;  // of what goes out as it stands
-    for (std::size_t i = 0; i < unread.size(); ++i) {
-      const char c = unread[i];
-      switch (state) {
-        case State::lineStart:
-          if (c == '.') {
-            give(unread.substr(pieceStart, i - pieceStart));
-            pieceStart = i + 1;  // held back until it is clear what the dot is
-            state = State::dot;
-          } else {
-            state = after(c, state);
-          }
-          break;
-        case State::dot:
-        case State::dotReturn: {
-          const bool lineFeedAllowed = bareLineFeeds_ || state == State::dotReturn;
-          if (c == '\n' && lineFeedAllowed) {
-            begin_ += i + 1;
-            give("");
-            return alive();
-          }
-          if (c == '\r' && state == State::dot) {
-            pieceStart = i + 1;
-            state = State::dotReturn;
-            break;
-          }
-          if (state == State::dotReturn) {
-            give(".\r");
-            state = after(c, State::afterReturn);
-          } else {
-            if (c != '.') give(".");
-            state = after(c, State::inLine);
-          }
-          pieceStart = i;
-          break;
-        }
-        case State::inLine: {
-          const void* const end =
-              std::memchr(unread.data() + i, bareLineFeeds_ ? '\n' : '\r', unread.size() - i);
-          if (end == nullptr) {
-            i = unread.size() - 1;
-          } else {
-            i = static_cast<std::size_t>(static_cast<const char*>(end) - unread.data());
-            state = after(unread[i], State::inLine);
-          }
-          break;
-        }
-        case State::afterReturn:
-          state = after(c, state);
-          break;
-      }
+  DotStuffedText text(bareLineFeeds_, limit, take);
+  while (!text.ended()) {
+    if (!hasUnread()) {
+      const std::int64_t start = monotonicMilliseconds();
+      const std::optional<std::size_t> count = readMore(timeout_);
+      if (!count && text.mayHaveEnded()) return true;
+      if (!count) kill(lostSince(start, timeout_));
     }
-    giveButHoldEnd(unread.substr(pieceStart));
-    begin_ = end_;
     if (!alive()) return false;
+    begin_ += text.read({buffer_.get() + begin_, end_ - begin_});
+    if (text.tooLong()) kill();
   }
   return alive();
 }

@@ -45,14 +45,10 @@ class LineStream {
   [[nodiscard]] std::optional<std::string> readLine();
   [[nodiscard]] std::optional<std::string> readLine(int timeoutMilliseconds);
 
-  // Reads a text up to the line with a lone dot (RFC 1939, 3) and hands it on in pieces, byte for byte but
-  // for the dots that were stuffed. A dot is taken away only where a second one follows: a server that stuffs
-  // nothing loses nothing. Only CR LF ends a line here, since a lone LF may be part of a message; unless the
-  // server ends its own lines so.
-  // There are servers that do not end a text's last line before the lone dot, and their texts seem to go on.
-  // When nothing has come for the whole time-out and the last was a dot at a line's end, the text has ended
-  // there. That is a guess: whoever relies on the text asks the server something next. False, and the stream
-  // is dead: cut short, timed out, or longer than the limit.
+  // Reads a text up to the line with a lone dot and hands it on in pieces, as DotStuffedText does. Where nothing has
+  // come for the whole time-out and DotStuffedText::mayHaveEnded(), the text has ended there. That is a guess: whoever
+  // relies on the text asks the server something next. False, and the stream is dead: cut short, timed out, or longer
+  // than the limit.
   [[nodiscard]] bool readText(std::size_t limit, const std::function<void(std::string_view)>& take);
 
   // Bytes have arrived that no one has read.

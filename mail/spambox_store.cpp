@@ -77,12 +77,8 @@ std::string encode(std::string_view uidl, EncodedLetters letters) {
 // True when the file of that key belongs to another key: the names differ in letter case, or the key is the
 // short name that Windows gives a long one besides ("123456~1.txt").
 bool isTaken(const std::string& key) {
-  if (!fileExists(spamPath(key))) return false;
-  const std::string name = key + std::string(kEnding);
-  for (const FolderEntry& entry : listFolder(spamFolder(), name)) {
-    if (entry.name == name) return false;
-  }
-  return true;
+  const std::string path = spamPath(key);
+  return fileExists(path) && nameOnDisk(path) != key + std::string(kEnding);
 }
 
 }  // namespace

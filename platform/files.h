@@ -20,8 +20,19 @@ namespace vornelle {
 [[nodiscard]] bool createFolder(const std::string& path);
 [[nodiscard]] std::optional<std::uint64_t> fileLength(const std::string& path);
 
+// The name of the file or folder at the path as it is spelled on the disk: its letter case, and on Windows the long name
+// where the path has the short one. nullopt when there is none.
+[[nodiscard]] std::optional<std::string> nameOnDisk(const std::string& path);
+
 // The whole content; nullopt when the file is missing or cannot be read to its end.
 [[nodiscard]] std::optional<std::string> readFile(const std::string& path);
+
+struct FileStart {
+  std::string text;          // the first bytes
+  std::uint64_t length = 0;  // of the whole file
+};
+// At most the first `most` bytes of the file; fewer only where it has no more. nullopt as above.
+[[nodiscard]] std::optional<FileStart> readFileStart(const std::string& path, std::size_t most);
 
 // Replaces the file's content so that a crash leaves the old content or the new one: written to a temporary file beside
 // it, flushed to the disk, renamed over it. False when it could not be written whole; the old file then stands as it

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <exception>
@@ -30,8 +31,9 @@ class File {
   ~File() {
     if (descriptor_ >= 0) ::close(descriptor_);
   }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
+  File() = default;
+  File(File&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+  File& operator=(File&&) = delete;
 
   [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
   [[nodiscard]] int descriptor() const { return descriptor_; }
@@ -46,11 +48,20 @@ class File {
     return true;
   }
 
+  // As ::read, and nullopt where it fails.
+  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size) const {
+    while (true) {
+      const ssize_t got = ::read(descriptor_, buffer, size);
+      if (got >= 0) return static_cast<std::size_t>(got);
+      if (errno != EINTR) return std::nullopt;
+    }
+  }
+
   // Some file systems report a full disk only here.
   [[nodiscard]] bool close() { return ::close(std::exchange(descriptor_, -1)) == 0; }
 
  private:
-  int descriptor_;
+  int descriptor_ = -1;
 };
 
 std::optional<struct stat> statusOf(const std::string& path) {
@@ -58,6 +69,17 @@ std::optional<struct stat> statusOf(const std::string& path) {
   struct stat status;
   if (!native || stat(native->c_str(), &status) != 0) return std::nullopt;
   return status;
+}
+
+// An ordinary file, and what the system says of it; not open where there is none that can be read.
+File openForReading(const std::string& path, struct stat& status) {
+  if (files::readingFails(path)) return {};
+  const std::optional<std::string> native = nativePath(path);
+  if (!native) return {};
+  // Without O_NONBLOCK the opening of a named pipe would wait for a writer.
+  File file(*native, O_RDONLY | O_NONBLOCK);
+  if (!file.isOpen() || fstat(file.descriptor(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  return file;
 }
 
 std::string parentOf(const std::string& native) {
@@ -125,31 +147,52 @@ std::optional<std::uint64_t> fileLength(const std::string& path) {
   return static_cast<std::uint64_t>(status->st_size);
 }
 
-std::optional<std::string> readFile(const std::string& path) try {
-  if (files::readingFails(path)) return std::nullopt;
+std::optional<std::string> nameOnDisk(const std::string& path) {
   const std::optional<std::string> native = nativePath(path);
-  if (!native) return std::nullopt;
-  // Without O_NONBLOCK the opening of a named pipe would wait for a writer.
-  const File file(*native, O_RDONLY | O_NONBLOCK);
   struct stat status;
-  if (!file.isOpen() || fstat(file.descriptor(), &status) != 0 || !S_ISREG(status.st_mode))
-    return std::nullopt;
+  if (!native || lstat(native->c_str(), &status) != 0) return std::nullopt;
+  return native->substr(native->rfind('/') + 1);
+}
+
+std::optional<std::string> readFile(const std::string& path) try {
+  struct stat status;
+  const File file = openForReading(path, status);
+  if (!file.isOpen()) return std::nullopt;
   // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
   // grown.
   std::string content(static_cast<std::size_t>(status.st_size) + 1, '\0');
   std::size_t length = 0;
   while (true) {
-    const ssize_t got = read(file.descriptor(), content.data() + length, content.size() - length);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return std::nullopt;
-    if (got == 0) break;
-    length += static_cast<std::size_t>(got);
+    const std::optional<std::size_t> got = file.read(content.data() + length, content.size() - length);
+    if (!got) return std::nullopt;
+    if (*got == 0) break;
+    length += *got;
     if (length == content.size()) content.resize(content.size() * 2);
   }
   content.resize(length);
   return content;
 } catch (const std::exception&) {
   return std::nullopt;  // more than the memory holds
+}
+
+std::optional<FileStart> readFileStart(const std::string& path, std::size_t most) try {
+  struct stat status;
+  const File file = openForReading(path, status);
+  if (!file.isOpen()) return std::nullopt;
+  FileStart start;
+  start.length = static_cast<std::uint64_t>(status.st_size);
+  start.text.resize(static_cast<std::size_t>(std::min<std::uint64_t>(most, start.length)));
+  std::size_t length = 0;
+  while (length < start.text.size()) {
+    const std::optional<std::size_t> got = file.read(start.text.data() + length, start.text.size() - length);
+    if (!got) return std::nullopt;
+    if (*got == 0) break;  // it has been cut meanwhile
+    length += *got;
+  }
+  start.text.resize(length);
+  return start;
+} catch (const std::exception&) {
+  return std::nullopt;
 }
 
 bool writeFile(const std::string& path, std::string_view bytes) {

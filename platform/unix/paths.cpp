@@ -1,14 +1,14 @@
 #include "platform/unix/paths.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 
+#include "base/text.h"
 #include "platform/files.h"
 #include "platform/unix/file_hooks.h"
+#include "platform/unix/folder_index.h"
 
 namespace vornelle {
 namespace {
@@ -16,14 +16,6 @@ namespace {
 constexpr std::string_view kSeparators = "\\/";
 constexpr std::string_view kTemporaryStart = ".vornelle-";
 constexpr std::string_view kTemporaryEnd = ".tmp";
-
-unsigned char lower(char c) {
-  const auto code = static_cast<unsigned char>(c);
-  if (code >= 'A' && code <= 'Z') return static_cast<unsigned char>(code + 0x20);
-  if (code >= 0xC0 && code <= 0xDE && code != 0xD7) return static_cast<unsigned char>(code + 0x20);
-  if (code == 0x8A || code == 0x8C || code == 0x8E) return static_cast<unsigned char>(code + 0x10);
-  return code == 0x9F ? 0xFF : code;
-}
 
 bool exists(const std::string& nativePath) {
   struct stat status;
@@ -33,17 +25,7 @@ bool exists(const std::string& nativePath) {
 // The name of the folder's entry that `name` means.
 std::string matchingEntry(const std::string& folder, const std::string& name) {
   if (exists(folder + "/" + name)) return name;
-  DIR* const entries = opendir(folder.empty() ? "/" : folder.c_str());
-  if (!entries) return name;
-  std::string match = name;
-  while (const dirent* entry = readdir(entries)) {
-    if (files::sameName(entry->d_name, name)) {
-      match = entry->d_name;
-      break;
-    }
-  }
-  closedir(entries);
-  return match;
+  return files::entryInAnyCase(folder.empty() ? "/" : folder, name).value_or(name);
 }
 
 }  // namespace
@@ -57,8 +39,7 @@ std::string applicationFolder() {
 namespace files {
 
 bool sameName(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return lower(x) == lower(y); });
+  return equalsNoCase(a, b);
 }
 
 bool endsWithNoCase(std::string_view name, std::string_view ending) {

@@ -23,7 +23,8 @@ constexpr std::wstring_view kTemporaryStart = L".vornelle-";
 constexpr std::wstring_view kTemporaryEnd = L".tmp";
 // A virus scanner or an indexer holds a file that has just been written open for a moment.
 constexpr int kTries = 10;
-constexpr DWORD kPause = 20;  // milliseconds
+constexpr DWORD kPause = 20;                // milliseconds
+constexpr std::size_t kLongPathPrefix = 4;  // characters
 constexpr DWORD kMostAtOnce = 16 * 1024 * 1024;
 
 // Tries again for a moment while another program holds the file.
@@ -68,6 +69,14 @@ bool writeAll(const Handle& file, std::string_view bytes) {
     bytes.remove_prefix(written);
   }
   return true;
+}
+
+// As ReadFile; 0 at the end of the file, nullopt where it fails.
+std::optional<std::size_t> readSome(const Handle& file, char* buffer, std::size_t size) {
+  DWORD got = 0;
+  const auto piece = static_cast<DWORD>(std::min<std::size_t>(size, kMostAtOnce));
+  if (!ReadFile(file.get(), buffer, piece, &got, nullptr)) return std::nullopt;
+  return got;
 }
 
 // Beside the file, in the same folder; short whatever the length of the name.
@@ -131,6 +140,18 @@ std::optional<std::uint64_t> fileLength(const std::string& path) {
   return static_cast<std::uint64_t>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
 }
 
+std::optional<std::string> nameOnDisk(const std::string& path) {
+  const std::wstring wide = systemPath(path);
+  // They would stand for any name.
+  if (wide.empty() || wide.find_first_of(L"*?", kLongPathPrefix) != std::wstring::npos) return std::nullopt;
+  WIN32_FIND_DATAW entry;
+  const HANDLE search =
+      FindFirstFileExW(wide.c_str(), FindExInfoBasic, &entry, FindExSearchNameMatch, nullptr, 0);
+  if (search == INVALID_HANDLE_VALUE) return std::nullopt;
+  FindClose(search);
+  return narrow(entry.cFileName);
+}
+
 std::optional<std::string> readFile(const std::string& path) try {
   if (!fileExists(path)) return std::nullopt;
   const Handle file(openFile(systemPath(path), GENERIC_READ, kShareAll, OPEN_EXISTING));
@@ -141,17 +162,38 @@ std::optional<std::string> readFile(const std::string& path) try {
   std::string content(static_cast<std::size_t>(size.QuadPart) + 1, '\0');
   std::size_t length = 0;
   for (;;) {
-    const auto piece = static_cast<DWORD>(std::min<std::size_t>(content.size() - length, kMostAtOnce));
-    DWORD got = 0;
-    if (!ReadFile(file.get(), content.data() + length, piece, &got, nullptr)) return std::nullopt;
-    if (got == 0) break;
-    length += got;
+    const std::optional<std::size_t> got = readSome(file, content.data() + length, content.size() - length);
+    if (!got) return std::nullopt;
+    if (*got == 0) break;
+    length += *got;
     if (length == content.size()) content.resize(content.size() * 2);
   }
   content.resize(length);
   return content;
 } catch (const std::exception&) {
   return std::nullopt;  // more than the memory holds
+}
+
+std::optional<FileStart> readFileStart(const std::string& path, std::size_t most) try {
+  if (!fileExists(path)) return std::nullopt;
+  const Handle file(openFile(systemPath(path), GENERIC_READ, kShareAll, OPEN_EXISTING));
+  LARGE_INTEGER size;
+  if (!file || !GetFileSizeEx(file.get(), &size)) return std::nullopt;
+  FileStart start;
+  start.length = static_cast<std::uint64_t>(size.QuadPart);
+  start.text.resize(static_cast<std::size_t>(std::min<std::uint64_t>(most, start.length)));
+  std::size_t length = 0;
+  while (length < start.text.size()) {
+    const std::optional<std::size_t> got =
+        readSome(file, start.text.data() + length, start.text.size() - length);
+    if (!got) return std::nullopt;
+    if (*got == 0) break;  // it has been cut meanwhile
+    length += *got;
+  }
+  start.text.resize(length);
+  return start;
+} catch (const std::exception&) {
+  return std::nullopt;
 }
 
 bool writeFile(const std::string& path, std::string_view bytes) {

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -29,6 +31,19 @@ TEST_F(FilesTest, WhatIsWrittenIsRead) {
   EXPECT_TRUE(writeFile(folder + "\\a.txt", ""));
   EXPECT_EQ(readFile(folder + "\\a.txt"), "");
   EXPECT_EQ(fileLength(folder + "\\a.txt"), 0u);
+}
+
+TEST_F(FilesTest, TheStartOfAFileComesWithTheLengthOfAll) {
+  ASSERT_TRUE(writeFile(folder + "\\a", "0123456789"));
+  for (const std::size_t most : {0U, 1U, 9U, 10U, 11U, 100'000U}) {
+    const auto start = readFileStart(folder + "\\a", most);
+    ASSERT_TRUE(start);
+    EXPECT_EQ(start->text, std::string("0123456789").substr(0, most));
+    EXPECT_EQ(start->length, 10u);
+  }
+  EXPECT_FALSE(readFileStart(folder + "\\none", 10));
+  ASSERT_TRUE(createFolder(folder + "\\sub"));
+  EXPECT_FALSE(readFileStart(folder + "\\sub", 10));
 }
 
 TEST_F(FilesTest, AMissingFileHasNoContentAndNoLength) {
@@ -72,6 +87,47 @@ TEST_F(FilesTest, NamesAreMatchedWithoutRegardToLetterCase) {
   EXPECT_TRUE(std::filesystem::exists(onDisk / "Data/List.HTM"));
   EXPECT_TRUE(deleteFile(folder + "\\data\\list.htm"));
   EXPECT_FALSE(std::filesystem::exists(onDisk / "Data/List.HTM"));
+}
+
+TEST_F(FilesTest, TheNameOnDiskIsTheOneThatTheFileWasMadeWith) {
+  EXPECT_EQ(nameOnDisk(folder + "\\none"), std::nullopt);
+  ASSERT_TRUE(writeFile(folder + "\\List.HTM", "x"));
+  EXPECT_EQ(nameOnDisk(folder + "\\List.HTM"), "List.HTM");
+  EXPECT_EQ(nameOnDisk(folder + "\\LIST.htm"), "List.HTM");
+  EXPECT_EQ(nameOnDisk(folder + "\\*.htm"), std::nullopt);
+  ASSERT_TRUE(createFolder(folder + "\\Sub"));
+  EXPECT_EQ(nameOnDisk(folder + "\\SUB"), "Sub");
+}
+
+TEST_F(FilesTest, ChangesByOtherProgramsAreSeenAtOnce) {
+  ASSERT_FALSE(fileExists(folder + "\\LIST.TXT"));
+  for (int round = 0; round < 50; ++round) {
+    std::ofstream(onDisk / "list.txt") << "x";
+    EXPECT_EQ(nameOnDisk(folder + "\\LIST.TXT"), "list.txt");
+    std::filesystem::rename(onDisk / "list.txt", onDisk / "other.txt");
+    EXPECT_FALSE(fileExists(folder + "\\LIST.TXT"));
+    EXPECT_TRUE(fileExists(folder + "\\OTHER.TXT"));
+    std::filesystem::remove(onDisk / "other.txt");
+    EXPECT_FALSE(fileExists(folder + "\\OTHER.TXT"));
+  }
+}
+
+TEST_F(FilesTest, AFolderThatHasBeenReplacedIsNotTakenForTheOldOne) {
+  ASSERT_TRUE(createFolder(folder + "\\sub"));
+  ASSERT_TRUE(createFolder(folder + "\\other"));
+  ASSERT_TRUE(writeFile(folder + "\\sub\\one.txt", "x"));
+  ASSERT_TRUE(writeFile(folder + "\\other\\two.txt", "x"));
+  EXPECT_TRUE(fileExists(folder + "\\sub\\ONE.TXT"));
+  EXPECT_TRUE(fileExists(folder + "\\other\\TWO.TXT"));
+  std::filesystem::rename(onDisk / "sub", onDisk / "away");
+  std::filesystem::rename(onDisk / "other", onDisk / "sub");
+  EXPECT_FALSE(fileExists(folder + "\\sub\\ONE.TXT"));
+  EXPECT_TRUE(fileExists(folder + "\\sub\\TWO.TXT"));
+  std::filesystem::remove_all(onDisk / "sub");
+  ASSERT_TRUE(createFolder(folder + "\\sub"));
+  EXPECT_FALSE(fileExists(folder + "\\sub\\TWO.TXT"));
+  ASSERT_TRUE(writeFile(folder + "\\sub\\three.txt", "x"));
+  EXPECT_TRUE(fileExists(folder + "\\sub\\THREE.TXT"));
 }
 
 TEST_F(FilesTest, LetterCaseKnowsTheLettersOfWindows1252) {

@@ -20,8 +20,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::abort();
   }
   if (message.rawText != text) std::abort();
+  // A header that is found in the first half is the header.
+  const std::string half = text.substr(0, size / 2);
+  if (const auto start = vornelle::parseMessageStart(half, false)) {
+    if (start->from != message.from || start->subject != message.subject || start->date != message.date)
+      std::abort();
+  }
   // A lone line feed becomes two characters; nothing else grows.
-  for (const std::string* body : {&message.plainBody, &message.htmlBody, &message.bodyText}) {
+  for (const std::string* body : {&message.getPlainBody(), &message.getHtmlBody(), &message.getBodyText(0)}) {
     if (body->size() > 2 * size) std::abort();
   }
   return 0;

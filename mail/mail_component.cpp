@@ -23,6 +23,9 @@ constexpr std::int16_t kDefaultTimeoutSeconds = 30;
 constexpr std::int32_t kSent = 1;
 constexpr std::int32_t kNotSent = 0;
 
+// Bytes of a file in which most headers end.
+constexpr std::size_t kUsualHeader = 8U << 10;
+
 // What one list of headers may hold. A mailbox full of fields made to fill the memory meets it.
 constexpr std::size_t kMostHeaderText = 512U << 20;
 
@@ -173,16 +176,28 @@ std::int32_t MailComponent::smtpSendRaw(const std::string& from, const std::stri
 
 // ---- messages from the disk ----
 
-std::unique_ptr<MailMessage> MailComponent::loadMessageText(std::string text) {
-  return std::make_unique<MailMessage>(parseMessage(std::move(text)));
-}
-
 std::unique_ptr<MailMessage> MailComponent::loadMessageFile(const std::string& path) {
   try {
     std::optional<std::string> text = readFile(path);
-    return text ? loadMessageText(std::move(*text)) : nullptr;
+    return text ? std::make_unique<MailMessage>(parseMessage(std::move(*text))) : nullptr;
   } catch (const std::bad_alloc&) {
     return nullptr;  // a file that the memory does not hold is one that cannot be read
+  }
+}
+
+std::unique_ptr<MailMessage> MailComponent::loadMessageFileHeader(const std::string& path) {
+  try {
+    for (std::size_t most = kUsualHeader;; most *= 4) {
+      const std::optional<FileStart> start = readFileStart(path, most);
+      if (!start) return nullptr;
+      const bool whole = start->text.size() < most || start->text.size() == start->length;
+      std::optional<MailMessage> message = parseMessageStart(start->text, whole);
+      if (!message) continue;
+      message->size = messageSize(start->length);
+      return std::make_unique<MailMessage>(std::move(*message));
+    }
+  } catch (const std::exception&) {
+    return nullptr;  // no memory, as above
   }
 }
 

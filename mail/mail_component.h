@@ -20,6 +20,13 @@ class NetStream;
 class Pop3Client;
 class SmtpClient;
 
+// What a message has to read.
+struct MessageBodies {
+  std::string plain, html;
+  std::string text;  // whatever the message's structure
+  bool plainPresent = false, htmlPresent = false;
+};
+
 // One message, fetched from the server or parsed from a SpamBox file. All texts are Windows-1252.
 class MailMessage {
  public:
@@ -31,18 +38,24 @@ class MailMessage {
   [[nodiscard]] std::optional<std::int64_t> getDate() const { return date; }
   // The source exactly as received, lines ended by CR LF.
   [[nodiscard]] const std::string& getRawText() const { return rawText; }
-  [[nodiscard]] const std::string& getPlainBody() const { return plainBody; }
-  [[nodiscard]] const std::string& getHtmlBody() const { return htmlBody; }
-  [[nodiscard]] const std::string& getBodyText(int /*option*/) const { return bodyText; }
+  [[nodiscard]] const std::string& getPlainBody() const { return bodies().plain; }
+  [[nodiscard]] const std::string& getHtmlBody() const { return bodies().html; }
+  [[nodiscard]] const std::string& getBodyText(int /*option*/) const { return bodies().text; }
   [[nodiscard]] const std::string& getUidl() const { return uidl; }
   [[nodiscard]] std::int32_t getSize() const { return size; }  // bytes
-  [[nodiscard]] bool hasPlainBody() const { return plainBodyPresent; }
-  [[nodiscard]] bool hasHtmlBody() const { return htmlBodyPresent; }
+  [[nodiscard]] bool hasPlainBody() const { return bodies().plainPresent; }
+  [[nodiscard]] bool hasHtmlBody() const { return bodies().htmlPresent; }
 
-  std::string from, subject, uidl, rawText, plainBody, htmlBody, bodyText;
+  std::string from, subject, uidl, rawText;
   std::optional<std::int64_t> date;
   std::int32_t size = 0;
-  bool plainBodyPresent = false, htmlBodyPresent = false;
+
+ private:
+  // Decoded from rawText when they are first asked for: most messages are saved or listed and never shown.
+  // What the memory does not hold is empty.
+  [[nodiscard]] const MessageBodies& bodies() const;
+
+  mutable std::unique_ptr<MessageBodies> bodies_;
 };
 
 // One message for each place of the mailbox, in mailbox order.
@@ -103,11 +116,11 @@ class MailComponent {
   [[nodiscard]] std::int32_t smtpSendRaw(const std::string& from, const std::string& to,
                                          const std::string& text);
 
-  // Parses the source text of a message. Size is the length of the text. Never fails; missing fields are
-  // empty.
-  [[nodiscard]] static std::unique_ptr<MailMessage> loadMessageText(std::string text);
-  // The same from a file; null when it cannot be read.
+  // Reads a message's source from a file; null when it cannot be read. Size is the length of the text;
+  // missing fields are empty.
   [[nodiscard]] static std::unique_ptr<MailMessage> loadMessageFile(const std::string& path);
+  // The same without the text and without bodies: the file is read no further than its header goes.
+  [[nodiscard]] static std::unique_ptr<MailMessage> loadMessageFileHeader(const std::string& path);
 
  private:
   struct Impl;

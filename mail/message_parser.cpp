@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <memory>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -68,26 +70,55 @@ MailMessage parseMessageHeader(std::string_view text) {
   return message;
 }
 
-MailMessage parseMessage(std::string text) {
-  MailMessage message;
+std::optional<MailMessage> parseMessageStart(std::string_view text, bool whole) {
+  // A line that is cut could be the empty one, or another.
+  if (!whole) text = text.substr(0, text.rfind('\n') + 1);
   const HeaderFields header(text);
+  if (!whole && !header.endsWithEmptyLine()) return std::nullopt;
+  MailMessage message;
   readHeader(header, message);
-  const TextParts parts = findTextParts(text);
-  if (parts.html) {
-    message.htmlBodyPresent = true;
-    message.htmlBody = parts.html->text();
-  }
-  if (parts.plain) {
-    message.plainBodyPresent = true;
-    message.plainBody = withCrLf(parts.plain->text());
-  }
-  message.bodyText = message.plainBodyPresent  ? message.plainBody
-                     : message.htmlBodyPresent ? message.htmlBody
-                                               : fallbackText(parts, text, header.bodyStart());
-  message.size = static_cast<std::int32_t>(
-      std::min<std::size_t>(text.size(), static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())));
+  return message;
+}
+
+MailMessage parseMessage(std::string text) {
+  MailMessage message = parseMessageHeader(text);
+  message.size = messageSize(text.size());
   message.rawText = std::move(text);
   return message;
+}
+
+MessageBodies readBodies(std::string_view source) {
+  MessageBodies bodies;
+  const TextParts parts = findTextParts(source);
+  if (parts.html) {
+    bodies.htmlPresent = true;
+    bodies.html = parts.html->text();
+  }
+  if (parts.plain) {
+    bodies.plainPresent = true;
+    bodies.plain = withCrLf(parts.plain->text());
+  }
+  bodies.text = bodies.plainPresent  ? bodies.plain
+                : bodies.htmlPresent ? bodies.html
+                                     : fallbackText(parts, source, HeaderFields(source).bodyStart());
+  return bodies;
+}
+
+std::int32_t messageSize(std::uint64_t length) {
+  constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max());
+  return static_cast<std::int32_t>(std::min(length, kMost));
+}
+
+const MessageBodies& MailMessage::bodies() const {
+  if (!bodies_) {
+    bodies_ = std::make_unique<MessageBodies>();
+    try {
+      *bodies_ = readBodies(rawText);
+    } catch (const std::bad_alloc&) {
+      *bodies_ = {};
+    }
+  }
+  return *bodies_;
 }
 
 }  // namespace vornelle

@@ -51,13 +51,13 @@ std::optional<std::string> inboxFrom(std::int16_t index) {
   return inbox.field(index, &ListedMessage::from);
 }
 std::optional<std::string> inboxDate(std::int16_t index) {
-  return inbox.field(index, &ListedMessage::date);
+  return inbox.dateText(index);
 }
 std::optional<std::string> inboxSubject(std::int16_t index) {
   return inbox.field(index, &ListedMessage::subject);
 }
 std::optional<std::string> inboxSize(std::int16_t index) {
-  return inbox.field(index, &ListedMessage::size);
+  return inbox.sizeText(index);
 }
 
 void inboxClear() {

@@ -6,9 +6,20 @@
 
 namespace vornelle {
 
+std::optional<std::string> MessageListing::dateText(std::int16_t index) const {
+  const ListedMessage* const row = at(index);
+  return row != nullptr ? std::optional(formatListedDate(row->date)) : std::nullopt;
+}
+
+std::optional<std::string> MessageListing::sizeText(std::int16_t index) const {
+  const ListedMessage* const row = at(index);
+  if (row == nullptr) return std::nullopt;
+  return row->size ? std::to_string(*row->size) : "";
+}
+
 ListedMessage listedMessage(std::string key, const MailMessage& message) {
-  return {std::move(key), message.getFromDisplay(), formatListedDate(message.getDate()), message.getSubject(),
-          std::to_string(message.getSize())};
+  return {std::move(key), message.getFromDisplay(), message.getDate(), message.getSubject(),
+          message.getSize()};
 }
 
 std::string formatListedDate(std::optional<std::int64_t> utcSeconds) {

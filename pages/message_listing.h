@@ -13,11 +13,11 @@
 namespace vornelle {
 
 struct ListedMessage {
-  std::string key;      // Inbox: the POP3 unique id. SpamBox: the file name without ".txt"
-  std::string from;     // the sender for display
-  std::string date;     // "11-15-2026 01:55AM"; "" when the message has none
-  std::string subject;  // as it came, not escaped
-  std::string size;     // bytes, decimal
+  std::string key;                   // Inbox: the POP3 unique id. SpamBox: the file name without ".txt"
+  std::string from;                  // the sender for display
+  std::optional<std::int64_t> date;  // seconds since 1970 UTC; nullopt when the message has none
+  std::string subject;               // as it came, not escaped
+  std::optional<std::int32_t> size;  // bytes; nullopt in a row that has never been filled
 };
 
 struct MessageListing {
@@ -28,8 +28,16 @@ struct MessageListing {
   // earlier, longer listing left there.
   [[nodiscard]] std::optional<std::string> field(std::int16_t index,
                                                  std::string ListedMessage::*member) const {
-    if (index < 0 || index > kLastRow) return std::nullopt;
-    return rows[static_cast<std::size_t>(index)].*member;
+    const ListedMessage* const row = at(index);
+    return row != nullptr ? std::optional(row->*member) : std::nullopt;
+  }
+  // The same as text: "11-15-2026 01:55AM", and bytes in decimal; "" where there is no number.
+  [[nodiscard]] std::optional<std::string> dateText(std::int16_t index) const;
+  [[nodiscard]] std::optional<std::string> sizeText(std::int16_t index) const;
+
+ private:
+  [[nodiscard]] const ListedMessage* at(std::int16_t index) const {
+    return index >= 0 && index <= kLastRow ? &rows[static_cast<std::size_t>(index)] : nullptr;
   }
 };
 

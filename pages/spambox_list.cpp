@@ -1,13 +1,14 @@
 #include "pages/spambox_list.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
 #include "pages/message_listing.h"
 #include "pages/sort_parallel.h"
-#include "pages/template.h"
 #include "platform/events.h"
 
 namespace vornelle {
@@ -35,21 +36,20 @@ std::optional<std::vector<std::string>> keysNewestFirst() {
 }  // namespace
 
 bool spamboxList() {
-  const auto keys = keysNewestFirst();
+  auto keys = keysNewestFirst();
   if (!keys) return false;
   spambox.count = static_cast<std::int16_t>(keys->size());
   currentMail = std::make_unique<MailComponent>();
   for (std::size_t i = 0; i < keys->size(); i++) {
     doEvents();
-    const std::string& key = (*keys)[i];
-    const auto message = MailComponent::loadMessageText(readWholeFile(spamPath(key)));
-    if (message == nullptr) {
-      currentMail.reset();
-      return false;
-    }
+    std::string& key = (*keys)[i];
+    // A file that is gone meanwhile, or cannot be read, gives a row without a sender.
+    std::unique_ptr<MailMessage> message = MailComponent::loadMessageFileHeader(spamPath(key));
+    if (message == nullptr) message = std::make_unique<MailMessage>();
+    doEvents();
     // Key and texts go in together: a page that is built in the middle of a scan must not show one message
     // and act on another.
-    spambox.rows[i] = listedMessage(key, *message);
+    spambox.rows[i] = listedMessage(std::move(key), *message);
   }
   currentMail.reset();
   return true;
@@ -65,13 +65,13 @@ std::optional<std::string> spamboxFrom(std::int16_t index) {
   return spambox.field(index, &ListedMessage::from);
 }
 std::optional<std::string> spamboxDate(std::int16_t index) {
-  return spambox.field(index, &ListedMessage::date);
+  return spambox.dateText(index);
 }
 std::optional<std::string> spamboxSubject(std::int16_t index) {
   return spambox.field(index, &ListedMessage::subject);
 }
 std::optional<std::string> spamboxSize(std::int16_t index) {
-  return spambox.field(index, &ListedMessage::size);
+  return spambox.sizeText(index);
 }
 
 void spamboxClear() {

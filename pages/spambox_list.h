@@ -7,9 +7,8 @@
 
 namespace vornelle {
 
-// Scans the folder and parses every file; lets pending events be served once for each file. False when it
-// failed: a folder of more than 10,001 files leaves the listing as it was, a later error leaves the messages
-// read so far.
+// Scans the folder and parses the header of every file; lets pending events be served before and after each
+// of them. False, and the listing is as it was, when the folder holds more than 10,001 files.
 [[nodiscard]] bool spamboxList();
 
 [[nodiscard]] std::int16_t spamboxCount();

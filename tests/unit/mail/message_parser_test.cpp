@@ -106,5 +106,57 @@ TEST_F(LoadMessage, AMissingFileIsReported) {
   EXPECT_FALSE(MailComponent::loadMessageFile(inFolder("\\missing.txt")));
 }
 
+// ---- the start of a message ----
+
+TEST(MessageParser, AHeaderThatEndsInTheStartOfAMessageIsReadAsInTheWhole) {
+  for (const std::string text :
+       {"From: a@b\r\nSubject: one\r\n two\r\n\r\nFrom: body@x\r\n", "From: a@b\nSubject: s\n\nbody\n",
+        "From: a@b\r\n\rSubject: s\r\n\r\nbody", "\r\nFrom: body@x\r\n",
+        "From: a@b\r\nno field\r\nSubject: s\r\n", "From old@mail Mon\r\nFrom: a@b\r\n\r\n", "From: a@b"}) {
+    const MailMessage whole = parseMessage(text);
+    int known = 0;
+    for (std::size_t length = 0; length <= text.size(); ++length) {
+      const auto start = parseMessageStart(text.substr(0, length), length == text.size());
+      if (!start) continue;
+      ++known;
+      EXPECT_EQ(whole.from, start->from) << text << length;
+      EXPECT_EQ(whole.subject, start->subject) << text << length;
+    }
+    EXPECT_GE(known, 1) << text;
+  }
+}
+
+TEST(MessageParser, WhatIsNoWholeHeaderYetIsNotRead) {
+  EXPECT_FALSE(parseMessageStart("From: a@b\r\n", false));
+  EXPECT_FALSE(parseMessageStart("From: a@b\r\n\r", false)) << "the line may go on";
+  EXPECT_TRUE(parseMessageStart("From: a@b\r\n\r\n", false));
+  EXPECT_TRUE(parseMessageStart("From: a@b\r\n", true));
+}
+
+TEST_F(LoadMessage, AHeaderIsReadFromTheFileHoweverLongItIs) {
+  for (const std::size_t filling : {0U, 8000U, 8150U, 8192U, 100'000U}) {
+    const std::string text =
+        "X-Filling: " + std::string(filling, 'x') +
+        "\r\nFrom: a@b\r\nSubject: s\r\nDate: Sun, 15 Nov 2026 01:55:00 +0000\r\n\r\nFrom: body\r\n";
+    makeFile("\\message.txt", text);
+    const auto header = MailComponent::loadMessageFileHeader(inFolder("\\message.txt"));
+    const auto whole = MailComponent::loadMessageFile(inFolder("\\message.txt"));
+    ASSERT_TRUE(header && whole);
+    EXPECT_EQ("a@b", header->getFromAddress()) << filling;
+    EXPECT_EQ("s", header->getSubject());
+    EXPECT_EQ(whole->getDate(), header->getDate());
+    EXPECT_EQ(static_cast<std::int32_t>(text.size()), header->getSize());
+    EXPECT_EQ("", header->getRawText());
+  }
+}
+
+TEST_F(LoadMessage, AHeaderWithoutEndIsTheWholeFile) {
+  makeFile("\\message.txt", "Subject: s\r\n" + std::string(20'000, 'x') + "\r\nFrom: a@b");
+  EXPECT_EQ("a@b", MailComponent::loadMessageFileHeader(inFolder("\\message.txt"))->getFromAddress());
+  makeFile("\\message.txt", "");
+  EXPECT_EQ(0, MailComponent::loadMessageFileHeader(inFolder("\\message.txt"))->getSize());
+  EXPECT_FALSE(MailComponent::loadMessageFileHeader(inFolder("\\missing.txt")));
+}
+
 }  // namespace
 }  // namespace vornelle

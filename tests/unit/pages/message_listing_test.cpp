@@ -36,12 +36,19 @@ TEST_F(MessageListingTest, AListedMessageHoldsWhatThePageShows) {
   message.subject = "Hello";
   message.date = kMorning;
   message.size = 4711;
-  const ListedMessage listed = listedMessage("key", message);
-  EXPECT_EQ(listed.key, "key");
-  EXPECT_EQ(listed.from, "\"Bob\" <bob@example.com>");
-  EXPECT_EQ(listed.date, "11-15-2026 11:25AM");
-  EXPECT_EQ(listed.subject, "Hello");
-  EXPECT_EQ(listed.size, "4711");
+  MessageListing listing;
+  listing.rows[3] = listedMessage("key", message);
+  EXPECT_EQ(listing.field(3, &ListedMessage::key), "key");
+  EXPECT_EQ(listing.field(3, &ListedMessage::from), "\"Bob\" <bob@example.com>");
+  EXPECT_EQ(listing.dateText(3), "11-15-2026 11:25AM");
+  EXPECT_EQ(listing.field(3, &ListedMessage::subject), "Hello");
+  EXPECT_EQ(listing.sizeText(3), "4711");
+}
+
+TEST_F(MessageListingTest, ARowThatHasNeverBeenFilledHasEmptyTexts) {
+  const MessageListing listing;
+  EXPECT_EQ(listing.dateText(3), "");
+  EXPECT_EQ(listing.sizeText(3), "");
 }
 
 TEST_F(MessageListingTest, AnIndexOutsideTheRoomIsNoRow) {
@@ -52,6 +59,8 @@ TEST_F(MessageListingTest, AnIndexOutsideTheRoomIsNoRow) {
   EXPECT_EQ(listing.field(10000, &ListedMessage::key), "last");
   EXPECT_EQ(listing.field(-1, &ListedMessage::key), std::nullopt);
   EXPECT_EQ(listing.field(10001, &ListedMessage::key), std::nullopt);
+  EXPECT_EQ(listing.dateText(10001), std::nullopt);
+  EXPECT_EQ(listing.sizeText(-1), std::nullopt);
 }
 
 }  // namespace

@@ -30,6 +30,20 @@ void LineStream::kill(LineProblem why) {
   begin_ = end_ = 0;
 }
 
+std::unique_ptr<NetStream> LineStream::release() {
+  if (hasUnread()) kill();
+  return std::move(stream_);
+}
+
+void LineStream::reset(std::unique_ptr<NetStream> stream) {
+  stream_ = std::move(stream);
+  begin_ = end_ = 0;
+  firstLineRead_ = bareLineFeeds_ = false;
+  problem_ = LineProblem::none;
+  answerStart_ = monotonicMilliseconds();
+  answerBytes_ = 0;
+}
+
 bool LineStream::send(std::string_view bytes) {
   if (!alive()) return false;
   answerStart_ = monotonicMilliseconds();

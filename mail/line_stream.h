@@ -38,6 +38,13 @@ class LineStream {
   void kill(LineProblem why = LineProblem::nonsense);
   [[nodiscard]] LineProblem problem() const { return problem_; }
 
+  // The two halves of an upgrade to TLS: the stream is handed out, to be wrapped, and the wrapped one put in.
+  // What has been learnt of the peer's way to end lines is forgotten in between. Null when the stream is
+  // dead, and when bytes have arrived that no one has read: whoever sent these in plain text wants them to be
+  // taken for what comes over TLS. Then the stream is dead too.
+  [[nodiscard]] std::unique_ptr<NetStream> release();
+  void reset(std::unique_ptr<NetStream> stream);
+
   [[nodiscard]] bool send(std::string_view bytes);
 
   // A line without its end (CR LF, or LF from servers that do not know better). nullopt, and the stream is

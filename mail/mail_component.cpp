@@ -7,18 +7,16 @@
 
 #include "core/settings.h"
 #include "mail/mail_address.h"
+#include "mail/mail_connector.h"
 #include "mail/message_parser.h"
 #include "mail/pop3_client.h"
-#include "mail/server_address.h"
 #include "mail/smtp_client.h"
 #include "platform/files.h"
-#include "platform/net_stream.h"
+#include "platform/net_stream.h"  // the clients hold streams
 
 namespace vornelle {
 namespace {
 
-constexpr int kPopPort = 110;
-constexpr int kSmtpPort = 25;
 constexpr std::int16_t kDefaultTimeoutSeconds = 30;
 constexpr std::int32_t kSent = 1;
 constexpr std::int32_t kNotSent = 0;
@@ -28,27 +26,6 @@ constexpr std::size_t kUsualHeader = 8U << 10;
 
 // What one list of headers may hold. A mailbox full of fields made to fill the memory meets it.
 constexpr std::size_t kMostHeaderText = 512U << 20;
-
-std::function<std::unique_ptr<NetStream>()> connector(const std::string& server, int defaultPort,
-                                                      int timeout) {
-  return [address = parseServerAddress(server, defaultPort), timeout]() -> std::unique_ptr<NetStream> {
-    return address ? openNetStream(address->host, address->port, timeout) : nullptr;
-  };
-}
-
-// Runs a step of the session. Where the memory does not suffice the step fails, and with it the session: who
-// knows how much of an answer has been read.
-template <typename Step>
-auto inSession(Pop3Client& pop, const Step& step) -> decltype(step()) {
-  try {
-    return step();
-  } catch (const std::bad_alloc&) {
-    pop.abandon();
-  } catch (const std::length_error&) {
-    pop.abandon();
-  }
-  return {};
-}
 
 }  // namespace
 
@@ -60,8 +37,40 @@ struct MailComponent::Impl {
   std::int16_t timeoutSeconds = kDefaultTimeoutSeconds;
   std::unique_ptr<Pop3Client> pop;
   std::unique_ptr<SmtpClient> smtp;
+  MailFailure failure;
 
   [[nodiscard]] int timeout() const { return std::max<int>(timeoutSeconds, 1) * 1000; }
+
+  // Keeps how an operation has ended. `last` is for the pages, which ask when the component has gone: there a
+  // failure stays until the next task has connected.
+  bool ended(bool succeeded, const MailFailure& why, MailFailure& last) {
+    failure = succeeded ? MailFailure{} : why;
+    if (!succeeded) last = failure;
+    return succeeded;
+  }
+  bool smtpEnded(bool succeeded) { return ended(succeeded, smtp->failure(), lastMailFailures.smtp); }
+
+  // Runs a step of the POP3 session. Where the memory does not suffice the step fails, and with it the
+  // session: who knows how much of an answer has been read. `otherwise` is the reason of a failure that
+  // neither the line nor the server has told.
+  template <typename Step>
+  auto inSession(MailReason otherwise, const Step& step) -> decltype(step()) {
+    decltype(step()) result{};
+    bool memorySufficed = false;
+    try {
+      result = step();
+      memorySufficed = true;
+    } catch (const std::bad_alloc&) {
+      pop->abandon();
+    } catch (const std::length_error&) {
+      pop->abandon();
+    }
+    MailFailure why = pop->failure();
+    if (why.reason == MailReason::none) why.reason = otherwise;
+    if (!memorySufficed) why.reason = MailReason::outOfMemory;
+    ended(static_cast<bool>(result), why, lastMailFailures.pop);
+    return result;
+  }
 };
 
 MailComponent::MailComponent() : impl_(std::make_unique<Impl>()) {}
@@ -96,16 +105,18 @@ void MailComponent::setTimeoutSeconds(std::int16_t seconds) {
 
 bool MailComponent::popConnect() {
   impl_->pop.reset();
-  auto pop = std::make_unique<Pop3Client>(connector(impl_->popServer, kPopPort, impl_->timeout()),
-                                          impl_->popAccount, impl_->popPassword, impl_->timeout());
-  if (!pop->logOn()) return false;
-  impl_->pop = std::move(pop);
-  return true;
+  auto connector = std::make_unique<ServerConnector>(impl_->popServer, MailProtocol::pop3, impl_->timeout());
+  auto pop = std::make_unique<Pop3Client>(std::move(connector), impl_->popAccount, impl_->popPassword,
+                                          impl_->timeout());
+  const bool loggedOn = pop->logOn();
+  lastMailFailures.pop = {};
+  if (impl_->ended(loggedOn, pop->failure(), lastMailFailures.pop)) impl_->pop = std::move(pop);
+  return loggedOn;
 }
 
 std::unique_ptr<HeaderList> MailComponent::popGetHeaderList(int /*option*/) {
   if (!impl_->pop) return nullptr;
-  return inSession(*impl_->pop, [this]() -> std::unique_ptr<HeaderList> {
+  return impl_->inSession(MailReason::saidNo, [this]() -> std::unique_ptr<HeaderList> {
     auto list = std::make_unique<HeaderList>();
     std::size_t textSize = 0;
     const auto take = [&](std::size_t place, const MaildropEntry& entry, std::string_view header) {
@@ -124,7 +135,7 @@ std::unique_ptr<HeaderList> MailComponent::popGetHeaderList(int /*option*/) {
 
 std::unique_ptr<MailMessage> MailComponent::popGetMessage(const std::string& uidl) {
   if (!impl_->pop) return nullptr;
-  return inSession(*impl_->pop, [&]() -> std::unique_ptr<MailMessage> {
+  return impl_->inSession(MailReason::noMessage, [&]() -> std::unique_ptr<MailMessage> {
     std::optional<Pop3Client::Message> fetched = impl_->pop->fetchMessage(uidl);
     if (!fetched) return nullptr;
     auto message = std::make_unique<MailMessage>(parseMessage(std::move(fetched->text)));
@@ -136,7 +147,7 @@ std::unique_ptr<MailMessage> MailComponent::popGetMessage(const std::string& uid
 
 std::unique_ptr<UidlList> MailComponent::popGetUidls() {
   if (!impl_->pop) return nullptr;
-  return inSession(*impl_->pop, [this]() -> std::unique_ptr<UidlList> {
+  return impl_->inSession(MailReason::saidNo, [this]() -> std::unique_ptr<UidlList> {
     std::optional<std::vector<std::string>> uidls = impl_->pop->fetchUidls();
     if (!uidls) return nullptr;
     auto list = std::make_unique<UidlList>();
@@ -146,32 +157,41 @@ std::unique_ptr<UidlList> MailComponent::popGetUidls() {
 }
 
 bool MailComponent::popDeleteMessage(const std::string& uidl) {
-  return impl_->pop && inSession(*impl_->pop, [&] { return impl_->pop->deleteMessage(uidl); });
+  return impl_->pop &&
+         impl_->inSession(MailReason::noMessage, [&] { return impl_->pop->deleteMessage(uidl); });
 }
 
 // ---- SMTP ----
 
 bool MailComponent::smtpConnect() {
-  impl_->smtp.reset();
-  auto smtp = std::make_unique<SmtpClient>(connector(impl_->smtpServer, kSmtpPort, impl_->timeout()),
-                                           impl_->timeout());
-  if (!smtp->greet()) return false;
-  impl_->smtp = std::move(smtp);
-  return true;
+  auto connector = std::make_unique<ServerConnector>(impl_->smtpServer, MailProtocol::smtp, impl_->timeout());
+  impl_->smtp.reset();  // an older session ends first
+  impl_->smtp = std::make_unique<SmtpClient>(std::move(connector), impl_->timeout());
+  lastMailFailures.smtp = {};
+  const bool greeted = impl_->smtpEnded(impl_->smtp->greet());
+  if (!greeted) impl_->smtp.reset();
+  return greeted;
 }
 
 bool MailComponent::smtpLogin() {
   if (!impl_->smtp && !smtpConnect()) return false;
   // AUTH LOGIN is the only method there is, whatever name has been stored.
-  return impl_->smtpUser.empty() || impl_->smtp->authenticate(impl_->smtpUser, impl_->smtpPassword);
+  return impl_->smtpUser.empty() ||
+         impl_->smtpEnded(impl_->smtp->authenticate(impl_->smtpUser, impl_->smtpPassword));
 }
 
 std::int32_t MailComponent::smtpSendRaw(const std::string& from, const std::string& to,
                                         const std::string& text) {
   if (!impl_->smtp) return kNotSent;
   // A line end in an address would start a command of its own.
-  if ((from + to).find_first_of("\r\n") != std::string::npos) return kNotSent;
-  return impl_->smtp->sendMessage(envelopeAddress(from), recipientAddress(to), text) ? kSent : kNotSent;
+  const bool oneLine = (from + to).find_first_of("\r\n") == std::string::npos;
+  const std::string recipient = oneLine ? recipientAddress(to) : "";
+  return impl_->smtpEnded(impl_->smtp->sendMessage(envelopeAddress(from), recipient, text)) ? kSent
+                                                                                            : kNotSent;
+}
+
+const MailFailure& MailComponent::failure() const {
+  return impl_->failure;
 }
 
 // ---- messages from the disk ----

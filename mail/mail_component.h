@@ -14,9 +14,10 @@
 #include <string_view>
 #include <vector>
 
+#include "mail/mail_failure.h"
+
 namespace vornelle {
 
-class NetStream;
 class Pop3Client;
 class SmtpClient;
 
@@ -86,7 +87,7 @@ class MailComponent {
   MailComponent(const MailComponent&) = delete;
   MailComponent& operator=(const MailComponent&) = delete;
 
-  // Hosts may carry a port, "mail.example:8110"; without one it is 110 (POP3) and 25 (SMTP).
+  // What a host may say besides its name (port, encryption) stands in mail/server_address.h.
   void setPopServer(std::string host);
   void setPopAccount(std::string account);
   void setPopPassword(std::string password);
@@ -121,6 +122,9 @@ class MailComponent {
   [[nodiscard]] static std::unique_ptr<MailMessage> loadMessageFile(const std::string& path);
   // The same without the text and without bodies: the file is read no further than its header goes.
   [[nodiscard]] static std::unique_ptr<MailMessage> loadMessageFileHeader(const std::string& path);
+
+  // Why the last operation on a server failed; no failure when it did not.
+  [[nodiscard]] const MailFailure& failure() const;
 
  private:
   struct Impl;

@@ -25,6 +25,7 @@ constexpr std::array kReasonNames = {
     Named{MailReason::fieldUnreadable, "fieldUnreadable"},
     Named{MailReason::schemeUnknown, "schemeUnknown"},
     Named{MailReason::credentialsUnusable, "credentialsUnusable"},
+    Named{MailReason::addressUnusable, "addressUnusable"},
     Named{MailReason::nameNotFound, "nameNotFound"},
     Named{MailReason::unreachable, "unreachable"},
     Named{MailReason::refused, "refused"},
@@ -231,6 +232,7 @@ std::string failureText(const MailFailure& failure) {
     case MailReason::none:
       return "";
     case MailReason::fieldUnreadable:
+      if (failure.host.empty()) return "No " + server + " server has been entered.";
       return "\"" + failure.host +
              "\" is no server that can be read. Enter a name, or a name and a port, such as " +
              (isPop(failure) ? "mail.example:995." : "mail.example:465.");
@@ -240,6 +242,10 @@ std::string failureText(const MailFailure& failure) {
              "stand tls://, starttls://, plain:// or nothing.";
     case MailReason::credentialsUnusable:
       return "The account name or the password holds a character that cannot be sent. Enter both again.";
+    case MailReason::addressUnusable:
+      return "The message cannot be sent to the email address of the settings, or its sender is none. Check "
+             "the "
+             "email address on the settings page.";
     case MailReason::nameNotFound:
       return "There is no server named " + failure.host +
              ". Check how it is spelled, and whether this computer is online.";

@@ -28,6 +28,7 @@ enum class MailReason {
   fieldUnreadable,      // the server field is neither host nor host:port, nor one with a known scheme
   schemeUnknown,        // what stands before "://"
   credentialsUnusable,  // a line end in the account or password
+  addressUnusable,      // no address that a message can be sent to, or one that would end the command
   // The way there.
   nameNotFound,
   unreachable,

@@ -30,12 +30,17 @@ bool isPipelining(std::string_view line) {
 
 }  // namespace
 
-Pop3Client::Pop3Client(Connector connector, std::string account, std::string password,
+Pop3Client::Pop3Client(std::unique_ptr<MailConnector> connector, std::string account, std::string password,
                        int timeoutMilliseconds)
     : connector_(std::move(connector)),
       account_(std::move(account)),
       password_(std::move(password)),
       timeout_(timeoutMilliseconds) {}
+
+Pop3Client::Pop3Client(Connector connector, std::string account, std::string password,
+                       int timeoutMilliseconds)
+    : Pop3Client(std::make_unique<GivenConnector>(std::move(connector)), std::move(account),
+                 std::move(password), timeoutMilliseconds) {}
 
 Pop3Client::~Pop3Client() {
   // The answer is awaited: until it has come the server may still be deleting.
@@ -47,19 +52,70 @@ bool Pop3Client::logOn() {
 }
 
 bool Pop3Client::connectAndLogOn() {
-  if (!fitsInCommand(account_) || !fitsInCommand(password_)) return false;
-  line_.emplace(connector_(), timeout_);
-  unanswered_ = 1;  // the greeting answers the connection
-  const bool loggedOn = readAnswer(timeout_) == Answer::ok && ask("USER " + account_) == Answer::ok &&
-                        ask("PASS " + password_) == Answer::ok;
+  begin(MailStep::loggingOn);
+  if (!fitsInCommand(account_) || !fitsInCommand(password_)) {
+    failure_.reason = MailReason::credentialsUnusable;
+    return false;
+  }
+  const bool open = openLine();
+  if (open) begin(MailStep::loggingOn);
+  const bool loggedOn =
+      open && ask("USER " + account_) == Answer::ok && ask("PASS " + password_) == Answer::ok;
   if (!loggedOn) leave();
   return loggedOn;
 }
 
+// The line as it is to be, with the server's greeting read.
+bool Pop3Client::openLine() {
+  for (;;) {
+    begin(MailStep::connecting);
+    mayTalk_ = !connector_->upgrades();
+    line_.emplace(connector_->connect(failure_), timeout_);
+    unanswered_ = 1;  // the greeting answers the connection
+    if (!line_->alive()) return false;
+    begin(MailStep::greeting);
+    if (readAnswer(timeout_) != Answer::ok) return false;
+    if (mayTalk_) return true;
+
+    begin(MailStep::securing);
+    std::unique_ptr<NetStream> stream = agreedToEncrypt();
+    if (!stream) return false;
+    MailConnector::Secured secured = connector_->secure(std::move(stream), failure_);
+    if (secured.stream) {
+      line_->reset(std::move(secured.stream));
+      mayTalk_ = true;
+      return true;
+    }
+    if (!secured.again) return false;
+  }
+}
+
+// Asks for STLS. Null when the server does not agree, or has said more than that already.
+std::unique_ptr<NetStream> Pop3Client::agreedToEncrypt() {
+  const Answer answer = ask("STLS");
+  if (answer == Answer::refused) failure_.reason = MailReason::tlsNotOffered;
+  if (answer != Answer::ok) return nullptr;
+  std::unique_ptr<NetStream> stream = line_->release();
+  if (!stream) failure_.reason = MailReason::tlsInjected;
+  return stream;
+}
+
 // Ends a session in which nothing has happened. Nobody waits for the answer.
 void Pop3Client::leave() {
-  if (unanswered_ == 0) static_cast<void>(line_->send("QUIT\r\n"));
-  line_->kill();
+  if (!line_) return;
+  if (unanswered_ == 0 && mayTalk_) static_cast<void>(line_->send("QUIT\r\n"));
+  line_->kill(LineProblem::none);
+}
+
+void Pop3Client::begin(MailStep step) {
+  step_ = step;
+  failure_ = connector_->about();
+  refusal_.clear();
+}
+
+MailFailure Pop3Client::failure() const {
+  return lineFailure(failure_, step_, line_ ? line_->problem() : LineProblem::none,
+                     cleanedWords(refusal_, password_));
 }
 
 void Pop3Client::abandon() {
@@ -89,7 +145,9 @@ Pop3Client::Answer Pop3Client::readAnswer(int timeoutMilliseconds) {
   const std::optional<std::string> line = line_->readLine(timeoutMilliseconds);
   if (!line) return Answer::dead;
   --unanswered_;
+  refusal_.clear();
   if (startsWithNoCase(*line, kOk)) return Answer::ok;
+  refusal_ = *line;
   if (startsWithNoCase(*line, kError)) return Answer::refused;
   line_->kill();
   return Answer::dead;
@@ -192,6 +250,7 @@ bool Pop3Client::readConfirmation(const MaildropEntry& entry) {
 // ---- single messages ----
 
 std::optional<std::vector<std::string>> Pop3Client::fetchUidls() {
+  begin(MailStep::listing);
   if (!askList() || !askUidls() || !maildrop_->knowsUidls()) return std::nullopt;
   std::vector<std::string> uidls;
   for (const MaildropEntry& entry : maildrop_->messages()) {
@@ -201,6 +260,7 @@ std::optional<std::vector<std::string>> Pop3Client::fetchUidls() {
 }
 
 std::optional<Pop3Client::Message> Pop3Client::fetchMessage(const std::string& uidl) {
+  begin(MailStep::fetching);
   if (!askList() || !askUidls()) return std::nullopt;
   const MaildropEntry* const entry = maildrop_->findToRead(uidl);
   if (entry == nullptr) return std::nullopt;
@@ -224,6 +284,7 @@ std::optional<Pop3Client::Message> Pop3Client::fetchMessage(const std::string& u
 }
 
 bool Pop3Client::deleteMessage(const std::string& uidl) {
+  begin(MailStep::deleting);
   if (!askList() || !askUidls()) return false;
   const MaildropEntry* const entry = maildrop_->findToDelete(uidl);
   if (entry == nullptr || !confirm(*entry)) return false;

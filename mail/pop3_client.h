@@ -9,6 +9,8 @@
 //   knows it, so no message can hold that answer; when it comes at once, client and server mean the same
 //   answers.
 // - Headers come with TOP n 1; from servers without TOP with RETR, of which only the header is kept.
+// - Where the line is to be encrypted by STLS (RFC 2595), nothing is said before that but STLS itself, and
+//   nothing at all where it fails.
 // - From 32 messages on the server is asked (CAPA) whether commands may be pipelined. Servers exist that
 //   close the line at that, or never answer: then the connection is made again, once, and goes on without.
 #pragma once
@@ -22,6 +24,8 @@
 #include <vector>
 
 #include "mail/line_stream.h"
+#include "mail/mail_connector.h"
+#include "mail/mail_failure.h"
 #include "mail/maildrop.h"
 
 namespace vornelle {
@@ -34,6 +38,8 @@ class Pop3Client {
  public:
   using Connector = std::function<std::unique_ptr<NetStream>()>;  // null: no connection
 
+  Pop3Client(std::unique_ptr<MailConnector> connector, std::string account, std::string password,
+             int timeoutMilliseconds);
   Pop3Client(Connector connector, std::string account, std::string password, int timeoutMilliseconds);
   ~Pop3Client();  // QUIT, its answer awaited; nothing when the session is dead
   Pop3Client(const Pop3Client&) = delete;
@@ -65,6 +71,9 @@ class Pop3Client {
   // Makes the session a dead one.
   void abandon();
 
+  // Why the last call failed; what it says after one that did not fail means nothing.
+  [[nodiscard]] MailFailure failure() const;
+
   // DELE, once the server has confirmed which message that is. It is gone when the session has ended with
   // QUIT.
   [[nodiscard]] bool deleteMessage(const std::string& uidl);
@@ -73,7 +82,10 @@ class Pop3Client {
   enum class Answer { ok, refused, dead };
   using Places = std::vector<std::size_t>;  // indexes into what is listed
 
+  void begin(MailStep step);
   bool connectAndLogOn();
+  bool openLine();
+  [[nodiscard]] std::unique_ptr<NetStream> agreedToEncrypt();
   void leave();
   bool sendCommands(std::string_view commands, int count);
   bool sendAnyway(std::string_view commands, int count);
@@ -88,10 +100,14 @@ class Pop3Client {
   bool fetchHeadersOnce(const TakeHeader& take);
   class HeaderFetch;
 
-  Connector connector_;
+  std::unique_ptr<MailConnector> connector_;
   std::string account_, password_;
   int timeout_;
   std::optional<LineStream> line_;
+  MailStep step_ = MailStep::none;
+  MailFailure failure_;               // where the way to the line has failed
+  std::string refusal_;               // the last answer that was no +OK
+  bool mayTalk_ = true;               // the line is as well protected as it is to be
   std::optional<Maildrop> maildrop_;  // once LIST has been answered
   int unanswered_ = 0;                // commands
   bool uidlAsked_ = false;

@@ -145,6 +145,7 @@ class Pop3Client::HeaderFetch {
 };
 
 bool Pop3Client::fetchHeaders(const TakeHeader& take) {
+  begin(MailStep::listing);
   if (fetchHeadersOnce(take)) return true;
   if (!capabilitiesOnTrial_) return false;
   // The server did not survive the question. In the next session the messages may have other numbers.
@@ -152,7 +153,9 @@ bool Pop3Client::fetchHeaders(const TakeHeader& take) {
   pipelining_ = false;
   maildrop_.reset();
   uidlAsked_ = false;
-  return connectAndLogOn() && fetchHeadersOnce(take);
+  if (!connectAndLogOn()) return false;
+  begin(MailStep::listing);
+  return fetchHeadersOnce(take);
 }
 
 bool Pop3Client::fetchHeadersOnce(const TakeHeader& take) {

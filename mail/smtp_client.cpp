@@ -31,23 +31,35 @@ bool breaksCommand(std::string_view argument) {
 
 }  // namespace
 
-SmtpClient::SmtpClient(const Connector& connector, int timeoutMilliseconds)
-    : line_(connector(), timeoutMilliseconds) {}
+SmtpClient::SmtpClient(std::unique_ptr<MailConnector> connector, int timeoutMilliseconds)
+    : connector_(std::move(connector)), timeout_(timeoutMilliseconds) {}
 
 SmtpClient::~SmtpClient() {
   static_cast<void>(ask("QUIT"));
 }
 
+void SmtpClient::begin(MailStep step) {
+  step_ = step;
+  failure_ = connector_->about();
+  said_.clear();
+}
+
+MailFailure SmtpClient::failure() const {
+  return lineFailure(failure_, step_, line_ ? line_->problem() : LineProblem::none,
+                     cleanedWords(cleanedWords(said_, secret_), base64Encode(secret_)));
+}
+
 std::optional<SmtpClient::Reply> SmtpClient::readReply() {
   Reply reply;
   for (;;) {
-    const std::optional<std::string> line = line_.readLine();
+    const std::optional<std::string> line = line_->readLine();
     if (!line) return std::nullopt;
+    said_ = *line;
     const bool wellFormed = line->size() >= 3 && isDigit((*line)[0]) && isDigit((*line)[1]) &&
                             isDigit((*line)[2]) &&
                             (line->size() == 3 || (*line)[3] == ' ' || (*line)[3] == '-');
     if (!wellFormed || reply.text.size() + line->size() > kLongestReply) {
-      line_.kill();
+      line_->kill();
       return std::nullopt;
     }
     reply.code = ((*line)[0] - '0') * 100 + ((*line)[1] - '0') * 10 + ((*line)[2] - '0');
@@ -55,18 +67,63 @@ std::optional<SmtpClient::Reply> SmtpClient::readReply() {
     reply.text.push_back('\n');
     if (line->size() == 3 || (*line)[3] == ' ') break;
   }
-  if (reply.code == 421) line_.kill();  // the server is closing the line
+  if (reply.code == 421) line_->kill(LineProblem::none);  // the server is closing the line
   return reply;
 }
 
 std::optional<SmtpClient::Reply> SmtpClient::ask(const std::string& command) {
-  if (!line_.send(command + "\r\n")) return std::nullopt;
+  if (!line_ || !line_->send(command + "\r\n")) return std::nullopt;
   return readReply();
 }
 
 bool SmtpClient::greet() {
-  const std::optional<Reply> greeting = readReply();
-  if (!greeting || !greeting->positive()) return false;
+  const bool greeted = openLine() && introduce();
+  // On a line that was to be encrypted and is not, nothing more is said.
+  if (!greeted && connector_->upgrades() && line_) line_->kill(LineProblem::none);
+  return greeted;
+}
+
+// The line as it is to be, with the server's greeting read.
+bool SmtpClient::openLine() {
+  for (;;) {
+    begin(MailStep::connecting);
+    line_.emplace(connector_->connect(failure_), timeout_);
+    if (!line_->alive()) return false;
+    begin(MailStep::greeting);
+    const std::optional<Reply> greeting = readReply();
+    if (!greeting || !greeting->positive()) return false;
+    if (!connector_->upgrades()) return true;
+
+    begin(MailStep::securing);
+    std::unique_ptr<NetStream> stream = agreedToEncrypt();
+    if (!stream) return false;
+    MailConnector::Secured secured = connector_->secure(std::move(stream), failure_);
+    if (secured.stream) {
+      line_->reset(std::move(secured.stream));
+      begin(MailStep::greeting);
+      return true;
+    }
+    if (!secured.again) return false;
+  }
+}
+
+// Asks for STARTTLS, whether it is announced or not: the answer tells more. Null when the server does not
+// agree, or has said more than that already.
+std::unique_ptr<NetStream> SmtpClient::agreedToEncrypt() {
+  const std::optional<Reply> extended = ask("EHLO " + std::string(kOwnName));
+  if (!extended) return nullptr;
+  std::optional<Reply> agreed;
+  if (extended->positive() && !(agreed = ask("STARTTLS"))) return nullptr;
+  if (!agreed || agreed->code != 220) {
+    failure_.reason = MailReason::tlsNotOffered;
+    return nullptr;
+  }
+  std::unique_ptr<NetStream> stream = line_->release();
+  if (!stream) failure_.reason = MailReason::tlsInjected;
+  return stream;
+}
+
+bool SmtpClient::introduce() {
   const std::optional<Reply> extended = ask("EHLO " + std::string(kOwnName));
   if (!extended) return false;
   if (!extended->positive()) {
@@ -80,6 +137,8 @@ bool SmtpClient::greet() {
 }
 
 bool SmtpClient::authenticate(std::string_view user, std::string_view password) {
+  begin(MailStep::loggingOn);
+  secret_ = password;
   const std::optional<Reply> userAsked = ask("AUTH LOGIN");
   if (!userAsked || userAsked->code != 334) return false;
   const std::optional<Reply> passwordAsked = ask(base64Encode(user));
@@ -89,7 +148,11 @@ bool SmtpClient::authenticate(std::string_view user, std::string_view password) 
 }
 
 bool SmtpClient::sendMessage(std::string_view sender, std::string_view recipient, std::string_view text) {
-  if (breaksCommand(sender) || breaksCommand(recipient) || recipient.empty()) return false;
+  begin(MailStep::sending);
+  if (breaksCommand(sender) || breaksCommand(recipient) || recipient.empty()) {
+    failure_.reason = MailReason::addressUnusable;
+    return false;
+  }
   std::string mail = "MAIL FROM:<" + std::string(sender) + ">";
   if (eightBitMime_ && hasEightBit(text)) mail += " BODY=8BITMIME";
   const std::optional<Reply> mailTaken = ask(mail);
@@ -98,7 +161,9 @@ bool SmtpClient::sendMessage(std::string_view sender, std::string_view recipient
   std::optional<Reply> dataAwaited;
   if (recipientTaken && recipientTaken->positive()) dataAwaited = ask("DATA");
   if (!dataAwaited || dataAwaited->code != 354) {
+    const std::string refusal = said_;
     static_cast<void>(ask("RSET"));  // the next message starts afresh
+    said_ = refusal;
     return false;
   }
   if (!sendText(text)) return false;
@@ -118,13 +183,13 @@ bool SmtpClient::sendText(std::string_view text) {
     piece.push_back(c);
     before = c;
     if (piece.size() >= kPiece) {
-      if (!line_.send(piece)) return false;
+      if (!line_->send(piece)) return false;
       piece.clear();
     }
   }
   if (!text.empty() && !text.ends_with("\r\n")) piece += "\r\n";
   piece += ".\r\n";
-  return line_.send(piece);
+  return line_->send(piece);
 }
 
 }  // namespace vornelle

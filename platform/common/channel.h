@@ -1,5 +1,5 @@
-// One end of a connection, or a listener, as a platform provides it below SocketControl. Nothing here blocks
-// and nothing here calls a handler.
+// What a platform provides below SocketControl: connections, and listeners that bring them. Nothing here
+// blocks and nothing here calls a handler.
 #pragma once
 
 #include <cstddef>
@@ -21,24 +21,9 @@ class ChannelOwner {
 
 class Channel {
  public:
-  enum class Peer { connecting, open, finished, broken };  // finished: sends no more, may still read
-
-  // Drops what it stands for at once: no linger, nothing flushed.
   virtual ~Channel() = default;
 
-  [[nodiscard]] virtual int localPort() const = 0;
-
-  // A listener's next waiting connection; null when there is none.
-  [[nodiscard]] virtual std::unique_ptr<Channel> takeConnection() { return nullptr; }
-
-  [[nodiscard]] virtual Peer peer() = 0;            // as of now
-  [[nodiscard]] virtual std::size_t waiting() = 0;  // bytes that receive() would find
-  [[nodiscard]] virtual std::string receive(std::size_t most) = 0;
-  // How many of the bytes were taken. 0 where there is no room, and where the connection is broken.
-  [[nodiscard]] virtual std::size_t send(std::string_view bytes) = 0;
-  // Called in place of a plain destruction: the unsent bytes follow as the peer takes them, then the stream
-  // ends.
-  virtual void finish(std::unique_ptr<Channel> self, std::string unsent) = 0;
+  [[nodiscard]] virtual int localPort() const = 0;  // 0 when it cannot be told
 
   std::weak_ptr<ChannelOwner> owner;
 
@@ -48,8 +33,30 @@ class Channel {
   }
 };
 
+// One end of a connection. Its destruction drops it at once: no linger, nothing flushed.
+class Connection : public Channel {
+ public:
+  enum class Peer { connecting, open, finished, broken };  // finished: sends no more, may still read
+
+  [[nodiscard]] virtual Peer peer() = 0;            // as of now
+  [[nodiscard]] virtual std::size_t waiting() = 0;  // bytes that receive() would find
+  [[nodiscard]] virtual std::string receive(std::size_t most) = 0;
+  // How many of the bytes were taken. 0 where there is no room, and where the connection is broken.
+  [[nodiscard]] virtual std::size_t send(std::string_view bytes) = 0;
+  // Called in place of a plain destruction: the unsent bytes follow as the peer takes them, then the stream
+  // ends.
+  virtual void finish(std::unique_ptr<Connection> self, std::string unsent) = 0;
+};
+
+// Its destruction ends the listening and drops who still waits.
+class Listener : public Channel {
+ public:
+  // The next waiting connection; null when there is none.
+  [[nodiscard]] virtual std::unique_ptr<Connection> takeConnection() = 0;
+};
+
 // Null when it cannot be had.
-[[nodiscard]] std::unique_ptr<Channel> openListener(LoopbackAddress address, int port);
-[[nodiscard]] std::unique_ptr<Channel> openConnection(LoopbackAddress address, int port);
+[[nodiscard]] std::unique_ptr<Listener> openListener(LoopbackAddress address, int port);
+[[nodiscard]] std::unique_ptr<Connection> openConnection(LoopbackAddress address, int port);
 
 }  // namespace vornelle

@@ -1,5 +1,5 @@
-// SocketControl on top of a platform's channels: which event a socket has next, in which order, and how
-// often.
+// SocketControl on top of a platform's connections and listeners: which event a socket has next, in which
+// order, and how often.
 //
 // A socket that may have an event stands in one queue, once. serveSocketEvent() takes the first, looks what
 // its next event is at that moment, puts it back to the end of the queue and runs the handler; a socket
@@ -22,7 +22,7 @@ constexpr std::size_t kMostAtOnce = std::size_t{16} * 1024 * 1024;
 struct Sockets {
   std::deque<std::weak_ptr<SocketControl::Impl>> queue;
   std::set<SocketControl::Impl*> all;
-  std::map<SocketControl::RequestId, std::unique_ptr<Channel>> requests;  // announced, not yet accepted
+  std::map<SocketControl::RequestId, std::unique_ptr<Connection>> requests;  // announced, not yet accepted
   SocketControl::RequestId lastRequest = 0;
 };
 
@@ -45,7 +45,8 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
 
   SocketControl* control;  // null once it is destroyed
   State state = State::closed;
-  std::unique_ptr<Channel> channel;
+  std::unique_ptr<Listener> listener;      // while listening
+  std::unique_ptr<Connection> connection;  // while connecting and connected
   bool queued = false;
 
   std::size_t announced =
@@ -66,11 +67,20 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
     sockets().queue.push_back(weak_from_this());
   }
 
-  void open(std::unique_ptr<Channel> newChannel, State newState) {
+  void listen(std::unique_ptr<Listener> newListener) {
+    start(*newListener, State::listening);
+    listener = std::move(newListener);
+  }
+
+  void open(std::unique_ptr<Connection> newConnection, State newState) {
+    start(*newConnection, newState);
+    connection = std::move(newConnection);
+  }
+
+  void start(Channel& channel, State newState) {
     forget();
     lost = peerFinished = closeServed = false;
-    channel = std::move(newChannel);
-    channel->owner = weak_from_this();
+    channel.owner = weak_from_this();
     state = newState;
     ready();
   }
@@ -78,7 +88,8 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
   // Back to the closed state. What the peer did stays known.
   void forget() {
     state = State::closed;
-    channel.reset();
+    listener.reset();
+    connection.reset();
     announced = 0;
     outgoing.clear();
     sends.clear();
@@ -88,16 +99,16 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
 
   void close() {
     if (state == State::connected && !lost) {
-      Channel* const closing = channel.get();
+      Connection* const closing = connection.get();
       closing->owner.reset();
-      closing->finish(std::move(channel), std::move(outgoing));
+      closing->finish(std::move(connection), std::move(outgoing));
     }
     forget();
   }
 
   void flush() {
     while (!sends.empty()) {
-      const std::size_t taken = lost || outgoing.empty() ? outgoing.size() : channel->send(outgoing);
+      const std::size_t taken = lost || outgoing.empty() ? outgoing.size() : connection->send(outgoing);
       outgoing.erase(0, taken);
       std::size_t left = taken;
       while (!sends.empty() && sends.front() <= left) {
@@ -111,9 +122,9 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
   }
 
   void lookAtPeer() {
-    const Channel::Peer peer = channel->peer();
-    if (peer == Channel::Peer::finished) peerFinished = true;
-    if (peer == Channel::Peer::broken) lost = true;
+    const Connection::Peer peer = connection->peer();
+    if (peer == Connection::Peer::finished) peerFinished = true;
+    if (peer == Connection::Peer::broken) lost = true;
   }
 
   Event next() {
@@ -128,7 +139,7 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
           forget();
           return Event::close;
         }
-        if (channel->peer() == Channel::Peer::connecting) return Event::none;
+        if (connection->peer() == Connection::Peer::connecting) return Event::none;
         state = State::connected;
         return Event::connect;
       case State::connected:
@@ -141,7 +152,7 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
       lookAtPeer();
       if (lost) flush();
     }
-    const bool data = channel->waiting() > announced;
+    const bool data = connection->waiting() > announced;
     if (data && !(sendsCompleted > 0 && dataBeforeComplete)) return Event::dataArrival;
     if (sendsCompleted > 0) return Event::sendComplete;
     if ((lost || peerFinished) && !closeServed) return Event::close;
@@ -161,7 +172,7 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
         handler = control->onConnect;
         break;
       case Event::dataArrival:
-        announced = channel->waiting();
+        announced = connection->waiting();
         dataBeforeComplete = sendsCompleted > 0;
         handler = control->onDataArrival;
         break;
@@ -181,10 +192,10 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
   }
 
   bool serveConnectionRequest() {
-    std::unique_ptr<Channel> connection = channel->takeConnection();
-    if (!connection) return false;
+    std::unique_ptr<Connection> taken = listener->takeConnection();
+    if (!taken) return false;
     const RequestId request = ++sockets().lastRequest;
-    sockets().requests.emplace(request, std::move(connection));
+    sockets().requests.emplace(request, std::move(taken));
     // Dropped at the end, however the handler ends, unless it has been accepted.
     struct Dropper {
       RequestId dropped;
@@ -206,9 +217,9 @@ SocketControl::~SocketControl() {
 
 bool SocketControl::listen(LoopbackAddress address, int port) {
   if (isOpen() || port < 1 || port > 65535) return false;
-  std::unique_ptr<Channel> listener = openListener(address, port);
+  std::unique_ptr<Listener> listener = openListener(address, port);
   if (!listener) return false;
-  impl_->open(std::move(listener), Impl::State::listening);
+  impl_->listen(std::move(listener));
   return true;
 }
 
@@ -216,7 +227,7 @@ bool SocketControl::accept(RequestId request) {
   if (isOpen()) return false;
   const auto found = sockets().requests.find(request);
   if (found == sockets().requests.end()) return false;
-  std::unique_ptr<Channel> connection = std::move(found->second);
+  std::unique_ptr<Connection> connection = std::move(found->second);
   sockets().requests.erase(found);
   impl_->open(std::move(connection), Impl::State::connected);
   return true;
@@ -224,7 +235,7 @@ bool SocketControl::accept(RequestId request) {
 
 bool SocketControl::connect(LoopbackAddress address, int port) {
   if (isOpen() || port < 1 || port > 65535) return false;
-  std::unique_ptr<Channel> connection = openConnection(address, port);
+  std::unique_ptr<Connection> connection = openConnection(address, port);
   if (!connection) return false;
   impl_->open(std::move(connection), Impl::State::connecting);
   return true;
@@ -234,7 +245,7 @@ std::string SocketControl::getData() {
   if (impl_->state != Impl::State::connected) return {};
   impl_->announced = 0;
   impl_->ready();
-  return impl_->channel->receive(kMostAtOnce);
+  return impl_->connection->receive(kMostAtOnce);
 }
 
 bool SocketControl::sendData(std::string_view bytes) {
@@ -260,7 +271,8 @@ bool SocketControl::isOpen() const {
 }
 
 int SocketControl::localPort() const {
-  return impl_->channel ? impl_->channel->localPort() : 0;
+  if (impl_->listener) return impl_->listener->localPort();
+  return impl_->connection ? impl_->connection->localPort() : 0;
 }
 
 namespace loop {

@@ -34,7 +34,8 @@ constexpr std::int64_t kLongestStandstill = 30000;  // milliseconds for a peer t
 constexpr std::size_t kMostDrained = std::size_t{16} * 1024 * 1024;  // bytes
 constexpr std::int64_t kAcceptRetry = 100;  // milliseconds, when the system has no room
 
-class Listener;
+class TcpConnection;
+class TcpListener;
 
 // The usual limit of 1024 descriptors is low for a server.
 void raiseDescriptorLimit() {
@@ -48,10 +49,10 @@ void raiseDescriptorLimit() {
 struct Network {
   Network() { raiseDescriptorLimit(); }
 
-  std::unordered_map<Channel*, std::unique_ptr<Channel>> lingering;
+  std::unordered_map<TcpConnection*, std::unique_ptr<Connection>> lingering;
   std::optional<std::int64_t> firstDeadline;  // of the lingering ones; may be earlier than the true one
   std::optional<std::int64_t> acceptRetry;
-  std::unordered_map<Listener*, bool> listeners;  // true: could not accept
+  std::unordered_map<TcpListener*, bool> listeners;  // true: could not accept
   // Given up for a moment to accept, and so get rid of, a connection when the process has no descriptor left.
   Descriptor spare{open("/dev/null", O_RDONLY | O_CLOEXEC)};
 };
@@ -108,13 +109,13 @@ Descriptor makeSocket(LoopbackAddress address) {
   return Descriptor(socket(family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
 }
 
-class Connection final : public Channel, public Polled {
+class TcpConnection final : public Connection, public Polled {
  public:
-  Connection(Descriptor socket, bool connecting) : socket_(std::move(socket)), connecting_(connecting) {
+  TcpConnection(Descriptor socket, bool connecting) : socket_(std::move(socket)), connecting_(connecting) {
     setOptions(socket_.get());
     if (!watch(socket_.get())) broken_ = true;
   }
-  ~Connection() override { unwatch(); }
+  ~TcpConnection() override { unwatch(); }
 
   [[nodiscard]] int localPort() const override { return portOf(socket_.get()); }
 
@@ -176,7 +177,7 @@ class Connection final : public Channel, public Polled {
     return sent;
   }
 
-  void finish(std::unique_ptr<Channel> self, std::string unsent) override {
+  void finish(std::unique_ptr<Connection> self, std::string unsent) override {
     lingers_ = true;
     unsent_ = std::move(unsent);
     lastProgress_ = monotonicMilliseconds();
@@ -241,10 +242,10 @@ class Connection final : public Channel, public Polled {
   std::size_t drained_ = 0;
 };
 
-class Listener final : public Channel, public Polled {
+class TcpListener final : public Listener, public Polled {
  public:
-  explicit Listener(Descriptor socket) : socket_(std::move(socket)) { net().listeners[this] = false; }
-  ~Listener() override {
+  explicit TcpListener(Descriptor socket) : socket_(std::move(socket)) { net().listeners[this] = false; }
+  ~TcpListener() override {
     unwatch();
     net().listeners.erase(this);
   }
@@ -253,16 +254,10 @@ class Listener final : public Channel, public Polled {
   [[nodiscard]] int localPort() const override { return portOf(socket_.get()); }
   void happened() override { tellOwner(); }
 
-  [[nodiscard]] Peer peer() override { return Peer::open; }
-  [[nodiscard]] std::size_t waiting() override { return 0; }
-  [[nodiscard]] std::string receive(std::size_t) override { return {}; }
-  [[nodiscard]] std::size_t send(std::string_view) override { return 0; }
-  void finish(std::unique_ptr<Channel> self, std::string) override { self.reset(); }
-
-  [[nodiscard]] std::unique_ptr<Channel> takeConnection() override {
+  [[nodiscard]] std::unique_ptr<Connection> takeConnection() override {
     while (true) {
       Descriptor accepted(accept4(socket_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-      if (accepted.isOpen()) return std::make_unique<Connection>(std::move(accepted), false);
+      if (accepted.isOpen()) return std::make_unique<TcpConnection>(std::move(accepted), false);
       if (errno == EAGAIN || errno == EWOULDBLOCK) return nullptr;
       if ((errno == EMFILE || errno == ENFILE) && turnAway()) continue;
       // A connection that has gone before it was accepted, and the like.
@@ -290,7 +285,7 @@ class Listener final : public Channel, public Polled {
 
 }  // namespace
 
-std::unique_ptr<Channel> openListener(LoopbackAddress address, int port) {
+std::unique_ptr<Listener> openListener(LoopbackAddress address, int port) {
   (void)net();
   Descriptor socket = makeSocket(address);
   if (!socket.isOpen()) return nullptr;
@@ -300,19 +295,19 @@ std::unique_ptr<Channel> openListener(LoopbackAddress address, int port) {
   const SocketAddress local(address, port);
   if (bind(socket.get(), local.get(), local.length) != 0 || ::listen(socket.get(), SOMAXCONN) != 0)
     return nullptr;
-  auto listener = std::make_unique<Listener>(std::move(socket));
+  auto listener = std::make_unique<TcpListener>(std::move(socket));
   if (!listener->start()) return nullptr;
   return listener;
 }
 
-std::unique_ptr<Channel> openConnection(LoopbackAddress address, int port) {
+std::unique_ptr<Connection> openConnection(LoopbackAddress address, int port) {
   (void)net();
   Descriptor socket = makeSocket(address);
   if (!socket.isOpen()) return nullptr;
   const SocketAddress remote(address, port);
   const bool connected = connect(socket.get(), remote.get(), remote.length) == 0;
   if (!connected && errno != EINPROGRESS) return nullptr;
-  return std::make_unique<Connection>(std::move(socket), !connected);
+  return std::make_unique<TcpConnection>(std::move(socket), !connected);
 }
 
 namespace network {
@@ -337,8 +332,7 @@ void tend() {
     net().firstDeadline.reset();
     for (auto next = net().lingering.begin(); next != net().lingering.end();) {
       // linger() may take its own entry out.
-      auto* const connection = static_cast<Connection*>((next++)->first);
-      connection->linger();
+      (next++)->first->linger();
     }
   }
 }

@@ -7,10 +7,10 @@ namespace vornelle {
 namespace sim {
 namespace {
 
-class Connection : public Channel {
+class SimConnection final : public Connection {
  public:
-  Connection(std::shared_ptr<End> end, int port) : end_(std::move(end)), port_(port) {}
-  ~Connection() override { end_->reset(); }
+  SimConnection(std::shared_ptr<End> end, int port) : end_(std::move(end)), port_(port) {}
+  ~SimConnection() override { end_->reset(); }
 
   [[nodiscard]] int localPort() const override { return port_; }
 
@@ -30,7 +30,7 @@ class Connection : public Channel {
 
   [[nodiscard]] std::size_t send(std::string_view bytes) override { return end_->send(bytes); }
 
-  void finish(std::unique_ptr<Channel> self, std::string unsent) override {
+  void finish(std::unique_ptr<Connection> self, std::string unsent) override {
     end_->owner.reset();
     end_->finishing = true;
     end_->unsent = std::move(unsent);
@@ -46,33 +46,27 @@ class Connection : public Channel {
   int port_;
 };
 
-class ListenerChannel : public Channel {
+class SimListener final : public Listener {
  public:
-  ListenerChannel(LoopbackAddress address, int port) : listener_{address, port, {}, {}} {
+  SimListener(LoopbackAddress address, int port) : listener_{address, port, {}, {}} {
     world().listeners[{address, port}] = &listener_;
   }
-  ~ListenerChannel() override {
+  ~SimListener() override {
     world().listeners.erase({listener_.address, listener_.port});
     for (const auto& end : listener_.waiting) end->reset();
   }
 
   [[nodiscard]] int localPort() const override { return listener_.port; }
-  [[nodiscard]] Peer peer() override { return Peer::open; }
-  [[nodiscard]] std::size_t waiting() override { return 0; }
-  [[nodiscard]] std::string receive(std::size_t) override { return {}; }
-  [[nodiscard]] std::size_t send(std::string_view) override { return 0; }
-  void finish(std::unique_ptr<Channel> self, std::string) override { self.reset(); }
-
-  [[nodiscard]] std::unique_ptr<Channel> takeConnection() override {
+  [[nodiscard]] std::unique_ptr<Connection> takeConnection() override {
     listener_.owner = owner;
     if (listener_.waiting.empty()) return nullptr;
-    auto connection = std::make_unique<Connection>(listener_.waiting.front(), listener_.port);
+    auto connection = std::make_unique<SimConnection>(listener_.waiting.front(), listener_.port);
     listener_.waiting.pop_front();
     return connection;
   }
 
  private:
-  Listener listener_;
+  ListeningPort listener_;
 };
 
 // Ports that the in-memory network gives to the near ends of connections.
@@ -81,20 +75,20 @@ constexpr int kNearPort = 49152;
 }  // namespace
 }  // namespace sim
 
-std::unique_ptr<Channel> openListener(LoopbackAddress address, int port) {
+std::unique_ptr<Listener> openListener(LoopbackAddress address, int port) {
   sim::World& world = sim::world();
   const sim::Endpoint endpoint{address, port};
   if (world.refused.contains(address) || world.occupied.contains(endpoint) ||
       world.listeners.contains(endpoint)) {
     return nullptr;
   }
-  return std::make_unique<sim::ListenerChannel>(address, port);
+  return std::make_unique<sim::SimListener>(address, port);
 }
 
-std::unique_ptr<Channel> openConnection(LoopbackAddress address, int port) {
+std::unique_ptr<Connection> openConnection(LoopbackAddress address, int port) {
   std::shared_ptr<sim::End> end = sim::connectTo(address, port);
   if (!end) return nullptr;
-  return std::make_unique<sim::Connection>(std::move(end), sim::kNearPort);
+  return std::make_unique<sim::SimConnection>(std::move(end), sim::kNearPort);
 }
 
 }  // namespace vornelle

@@ -41,7 +41,8 @@ struct End {
   }
 };
 
-struct Listener {
+// A port that the program listens on.
+struct ListeningPort {
   LoopbackAddress address;
   int port;
   std::deque<std::shared_ptr<End>> waiting;
@@ -59,7 +60,7 @@ struct World {
 
   std::multimap<std::int64_t, std::function<void()>> steps;  // by the time at which they are due
 
-  std::map<Endpoint, Listener*> listeners;
+  std::map<Endpoint, ListeningPort*> listeners;
   std::set<Endpoint> occupied;
   std::set<LoopbackAddress> refused;
   std::vector<std::shared_ptr<End>> finishing;  // ends closed by the program that still have bytes to send

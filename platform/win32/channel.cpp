@@ -1,8 +1,8 @@
-// Channels over Windows sockets. The system posts a message to the hidden window when something about a
-// socket changes; the message is only a hint to look again, except that the end of a connection attempt and
-// of the peer's stream are noted when they are reported.
+// Connections and listeners over Windows sockets. The system posts a message to the hidden window when
+// something about a socket changes; the message is only a hint to look again, except that the end of a
+// connection attempt and of the peer's stream are noted when they are reported.
 //
-// A channel that is finished lives on in a list of its own: it sends what is left, tells the peer that
+// A connection that is finished lives on in a list of its own: it sends what is left, tells the peer that
 // nothing more comes, and reads and drops what the peer still sends until that ends too. Closing a socket
 // with unread bytes would reset the connection, and the peer would lose the answer.
 #include "platform/common/channel.h"
@@ -29,11 +29,12 @@ constexpr std::size_t kMostDrained = std::size_t{16} * 1024 * 1024;  // bytes
 constexpr int kLingerLookInterval = 1000;
 constexpr int kMostBytesAtOnce = 1 << 20;
 
-class SocketChannel;
+class WatchedSocket;
+class TcpConnection;
 
 struct Channels {
-  std::map<UINT, SocketChannel*> byMessage;
-  std::list<std::unique_ptr<SocketChannel>> finishing;
+  std::map<UINT, WatchedSocket*> byMessage;
+  std::list<std::unique_ptr<TcpConnection>> finishing;
   UINT lastMessage = win32::kLastSocketMessage;
 };
 
@@ -52,50 +53,62 @@ UINT unusedMessage() {
   return all.lastMessage;
 }
 
-class SocketChannel : public Channel {
+// A socket about which the system posts messages, of a number of its own.
+class WatchedSocket {
  public:
-  SocketChannel(Socket socket, long events, Peer peer)
-      : socket_(std::move(socket)), message_(unusedMessage()), peer_(peer) {
+  explicit WatchedSocket(Socket socket) : socket_(std::move(socket)), message_(unusedMessage()) {
     channels().byMessage.emplace(message_, this);
-    if (!askForMessages(events)) peer_ = Peer::broken;
-    const BOOL on = TRUE;
-    setsockopt(socket_.get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
-    // Urgent bytes are bytes like any other; outside the stream they would hide what comes after them.
-    setsockopt(socket_.get(), SOL_SOCKET, SO_OOBINLINE, reinterpret_cast<const char*>(&on), sizeof on);
   }
-  ~SocketChannel() override { channels().byMessage.erase(message_); }
-  SocketChannel(const SocketChannel&) = delete;
-  SocketChannel& operator=(const SocketChannel&) = delete;
+  virtual ~WatchedSocket() { channels().byMessage.erase(message_); }
+  WatchedSocket(const WatchedSocket&) = delete;
+  WatchedSocket& operator=(const WatchedSocket&) = delete;
 
-  [[nodiscard]] int localPort() const override {
+  // The system's message. The object may be gone afterwards.
+  virtual void note(int event, int error) = 0;
+
+ protected:
+  [[nodiscard]] SOCKET handle() const { return socket_.get(); }
+
+  // Also makes the socket one that never blocks.
+  bool askForMessages(long events) {
+    return WSAAsyncSelect(handle(), win32::eventWindow(), message_, events) == 0;
+  }
+
+  void switchOn(int level, int option) {
+    const BOOL on = TRUE;
+    setsockopt(handle(), level, option, reinterpret_cast<const char*>(&on), sizeof on);
+  }
+
+  [[nodiscard]] int portOfSocket() const {
     sockaddr_storage address{};
     int size = sizeof address;
-    if (getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0) return 0;
+    if (getsockname(handle(), reinterpret_cast<sockaddr*>(&address), &size) != 0) return 0;
     // The port stands in the same place in both kinds of address.
     return ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
   }
 
-  [[nodiscard]] std::unique_ptr<Channel> takeConnection() override {
-    SOCKET accepted;
-    do {
-      accepted = ::accept(socket_.get(), nullptr, nullptr);
-      // One that has gone before it was accepted hides none that stands behind it.
-    } while (accepted == INVALID_SOCKET && WSAGetLastError() == WSAECONNRESET);
-    Socket connection(accepted);
-    if (!connection) {
-      askForMessages(FD_ACCEPT);
-      return nullptr;
-    }
-    SetHandleInformation(reinterpret_cast<HANDLE>(connection.get()), HANDLE_FLAG_INHERIT, 0);
-    return std::make_unique<SocketChannel>(std::move(connection), kConnectionEvents, Peer::open);
+ private:
+  Socket socket_;
+  UINT message_;
+};
+
+class TcpConnection final : public Connection, public WatchedSocket {
+ public:
+  TcpConnection(Socket socket, long events, Peer peer) : WatchedSocket(std::move(socket)), peer_(peer) {
+    if (!askForMessages(events)) peer_ = Peer::broken;
+    switchOn(IPPROTO_TCP, TCP_NODELAY);
+    // Urgent bytes are bytes like any other; outside the stream they would hide what comes after them.
+    switchOn(SOL_SOCKET, SO_OOBINLINE);
   }
+
+  [[nodiscard]] int localPort() const override { return portOfSocket(); }
 
   [[nodiscard]] Peer peer() override {
     // The end of the stream shows only once everything before it has been read. A reset may have been
     // reported as an end.
     if ((peer_ != Peer::open && peer_ != Peer::finished) || waiting() > 0) return peer_;
     char byte;
-    const int got = recv(socket_.get(), &byte, 1, MSG_PEEK);
+    const int got = recv(handle(), &byte, 1, MSG_PEEK);
     if (got == 0) peer_ = Peer::finished;
     if (got < 0 && WSAGetLastError() != WSAEWOULDBLOCK) peer_ = Peer::broken;
     return peer_;
@@ -103,7 +116,7 @@ class SocketChannel : public Channel {
 
   [[nodiscard]] std::size_t waiting() override {
     u_long size = 0;
-    if (peer_ == Peer::connecting || ioctlsocket(socket_.get(), FIONREAD, &size) != 0) return 0;
+    if (peer_ == Peer::connecting || ioctlsocket(handle(), FIONREAD, &size) != 0) return 0;
     return size;
   }
 
@@ -116,7 +129,7 @@ class SocketChannel : public Channel {
     while (bytes.size() < most) {
       const std::size_t before = bytes.size();
       bytes.resize(std::min(most, before + std::max(waiting(), bytes.empty() ? std::size_t{1} : kPiece)));
-      const int got = recv(socket_.get(), bytes.data() + before, static_cast<int>(bytes.size() - before), 0);
+      const int got = recv(handle(), bytes.data() + before, static_cast<int>(bytes.size() - before), 0);
       bytes.resize(before + static_cast<std::size_t>(std::max(got, 0)));
       if (got == 0) peer_ = Peer::finished;
       if (got < 0 && WSAGetLastError() != WSAEWOULDBLOCK) peer_ = Peer::broken;
@@ -128,35 +141,21 @@ class SocketChannel : public Channel {
   [[nodiscard]] std::size_t send(std::string_view bytes) override {
     if (bytes.empty() || peer_ == Peer::connecting || peer_ == Peer::broken) return 0;
     const int size = static_cast<int>(std::min<std::size_t>(bytes.size(), kMostBytesAtOnce));
-    const int sent = ::send(socket_.get(), bytes.data(), size, 0);
+    const int sent = ::send(handle(), bytes.data(), size, 0);
     if (sent >= 0) return static_cast<std::size_t>(sent);
     if (WSAGetLastError() != WSAEWOULDBLOCK) peer_ = Peer::broken;
     return 0;
   }
 
-  void finish(std::unique_ptr<Channel> self, std::string unsent) override;
+  void finish(std::unique_ptr<Connection> self, std::string unsent) override;
 
-  // The system's message. Bytes that the peer sent before it finished stay readable.
-  void note(int event, int error) {
-    if (event == FD_CONNECT) peer_ = error == 0 ? Peer::open : Peer::broken;
-    if (event == FD_CLOSE) peer_ = error == 0 ? Peer::finished : Peer::broken;
-    if (!finishing_) tellOwner();
-  }
+  // Bytes that the peer sent before it finished stay readable.
+  void note(int event, int error) override;
 
-  [[nodiscard]] bool finishing() const { return finishing_; }
-  // One step of the way to the end of a finished channel; false at its end.
+  // One step of the way to the end of a finished connection; false at its end.
   [[nodiscard]] bool finishFurther();
 
  private:
-  // Also makes the socket one that never blocks. A listener asks anew whenever it finds nobody waiting: Wine
-  // can report a connection that has already been taken, and reports no other before a connection is taken
-  // again. Asking anew reports those that wait.
-  bool askForMessages(long events) {
-    return WSAAsyncSelect(socket_.get(), win32::eventWindow(), message_, events) == 0;
-  }
-
-  Socket socket_;
-  UINT message_;
   Peer peer_;
   bool finishing_ = false;
   std::string unsent_;
@@ -165,7 +164,33 @@ class SocketChannel : public Channel {
   std::size_t drained_ = 0;
 };
 
-// Finished channels whose peer neither reads nor ends.
+class TcpListener final : public Listener, public WatchedSocket {
+ public:
+  explicit TcpListener(Socket socket) : WatchedSocket(std::move(socket)) {}
+
+  [[nodiscard]] bool start() { return askForMessages(FD_ACCEPT); }
+  [[nodiscard]] int localPort() const override { return portOfSocket(); }
+  void note(int /*event*/, int /*error*/) override { tellOwner(); }
+
+  [[nodiscard]] std::unique_ptr<Connection> takeConnection() override {
+    SOCKET accepted;
+    do {
+      accepted = ::accept(handle(), nullptr, nullptr);
+      // One that has gone before it was accepted hides none that stands behind it.
+    } while (accepted == INVALID_SOCKET && WSAGetLastError() == WSAECONNRESET);
+    Socket connection(accepted);
+    if (!connection) {
+      // Wine can report a connection that has already been taken, and reports no other before a connection is
+      // taken again. Asking anew reports those that wait.
+      askForMessages(FD_ACCEPT);
+      return nullptr;
+    }
+    SetHandleInformation(reinterpret_cast<HANDLE>(connection.get()), HANDLE_FLAG_INHERIT, 0);
+    return std::make_unique<TcpConnection>(std::move(connection), kConnectionEvents, Connection::Peer::open);
+  }
+};
+
+// Drops the finished connections whose peer neither reads nor ends.
 void dropStalled();
 
 Timer& lingerTimer() {
@@ -177,17 +202,17 @@ Timer& lingerTimer() {
   return *timer;
 }
 
-void SocketChannel::finish(std::unique_ptr<Channel> self, std::string unsent) {
+void TcpConnection::finish(std::unique_ptr<Connection> self, std::string unsent) {
   finishing_ = true;
   unsent_ = std::move(unsent);
   progress_ = GetTickCount64();
   if (!finishFurther()) return;
-  // The one who calls holds this very channel.
-  channels().finishing.emplace_back(static_cast<SocketChannel*>(self.release()));
+  // The one who calls holds this very connection.
+  channels().finishing.emplace_back(static_cast<TcpConnection*>(self.release()));
   lingerTimer().setEnabled(true);
 }
 
-bool SocketChannel::finishFurther() {
+bool TcpConnection::finishFurther() {
   while (!unsent_.empty()) {
     const std::size_t sent = send(unsent_);
     if (sent == 0) break;
@@ -195,7 +220,7 @@ bool SocketChannel::finishFurther() {
     unsent_.erase(0, sent);
   }
   if (unsent_.empty() && !shutDown_) {
-    ::shutdown(socket_.get(), SD_SEND);
+    ::shutdown(handle(), SD_SEND);
     shutDown_ = true;
     progress_ = GetTickCount64();
   }
@@ -207,17 +232,27 @@ bool SocketChannel::finishFurther() {
   return now == Peer::open || (now == Peer::finished && !unsent_.empty());
 }
 
-void dropFinished(SocketChannel* channel) {
-  std::erase_if(channels().finishing, [channel](const auto& entry) { return entry.get() == channel; });
+void dropFinished(TcpConnection* connection) {
+  std::erase_if(channels().finishing, [connection](const auto& entry) { return entry.get() == connection; });
   if (channels().finishing.empty()) lingerTimer().setEnabled(false);
 }
 
 void dropStalled() {
-  std::vector<SocketChannel*> ended;
+  std::vector<TcpConnection*> ended;
   for (const auto& entry : channels().finishing) {
     if (!entry->finishFurther()) ended.push_back(entry.get());
   }
-  for (SocketChannel* channel : ended) dropFinished(channel);
+  for (TcpConnection* connection : ended) dropFinished(connection);
+}
+
+void TcpConnection::note(int event, int error) {
+  if (event == FD_CONNECT) peer_ = error == 0 ? Peer::open : Peer::broken;
+  if (event == FD_CLOSE) peer_ = error == 0 ? Peer::finished : Peer::broken;
+  if (!finishing_) {
+    tellOwner();
+  } else if (!finishFurther()) {
+    dropFinished(this);
+  }
 }
 
 struct LoopbackName {
@@ -249,7 +284,7 @@ int familyOf(LoopbackAddress address) {
 
 }  // namespace
 
-std::unique_ptr<Channel> openListener(LoopbackAddress address, int port) {
+std::unique_ptr<Listener> openListener(LoopbackAddress address, int port) {
   Socket socket = win32::makeTcpSocket(familyOf(address));
   if (!socket) return nullptr;
   // Without it another program could bind the same port and take connections away.
@@ -258,30 +293,30 @@ std::unique_ptr<Channel> openListener(LoopbackAddress address, int port) {
   const LoopbackName name = loopbackName(address, port);
   if (bind(socket.get(), reinterpret_cast<const sockaddr*>(&name.address), name.size) != 0) return nullptr;
   if (listen(socket.get(), SOMAXCONN) != 0) return nullptr;
-  return std::make_unique<SocketChannel>(std::move(socket), FD_ACCEPT, Channel::Peer::open);
+  auto listener = std::make_unique<TcpListener>(std::move(socket));
+  if (!listener->start()) return nullptr;
+  return listener;
 }
 
-std::unique_ptr<Channel> openConnection(LoopbackAddress address, int port) {
+std::unique_ptr<Connection> openConnection(LoopbackAddress address, int port) {
   Socket socket = win32::makeTcpSocket(familyOf(address));
   if (!socket) return nullptr;
   const SOCKET handle = socket.get();
   // Before connect(): it makes the call one that does not wait.
-  auto channel = std::make_unique<SocketChannel>(std::move(socket), kConnectionEvents | FD_CONNECT,
-                                                 Channel::Peer::connecting);
+  auto connection = std::make_unique<TcpConnection>(std::move(socket), kConnectionEvents | FD_CONNECT,
+                                                    Connection::Peer::connecting);
   const LoopbackName name = loopbackName(address, port);
   if (connect(handle, reinterpret_cast<const sockaddr*>(&name.address), name.size) != 0 &&
       WSAGetLastError() != WSAEWOULDBLOCK) {
     return nullptr;
   }
-  return channel;
+  return connection;
 }
 
 void win32::socketMessage(UINT message, SOCKET, int event, int error) {
   const auto found = channels().byMessage.find(message);
   if (found == channels().byMessage.end()) return;  // closed while the message was on its way
-  SocketChannel* const channel = found->second;
-  channel->note(event, error);
-  if (channel->finishing() && !channel->finishFurther()) dropFinished(channel);
+  found->second->note(event, error);
 }
 
 }  // namespace vornelle

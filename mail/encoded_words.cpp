@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "base/unicode.h"
 #include "mail/base64.h"
 #include "mail/charset.h"
 #include "mail/quoted_printable.h"

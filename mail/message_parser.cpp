@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/characters.h"
 #include "mail/charset.h"
 #include "mail/header_fields.h"
 #include "mail/mail_component.h"
@@ -23,7 +24,7 @@ constexpr std::size_t kLongestField = 16U << 10;
 std::string boundedText(const HeaderFields& header, std::string_view name) {
   std::string text = header.fieldText(name);
   if (text.size() <= kLongestField) return text;
-  return text.substr(0, kLongestField);  // a new string: the old one keeps its memory
+  return std::string(firstBytes(text, kLongestField));  // a new string: the old one keeps its memory
 }
 
 void readHeader(const HeaderFields& header, MailMessage& message) {

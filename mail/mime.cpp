@@ -244,10 +244,10 @@ std::string BodyPart::text() const {
     bytes = bounded;
   }
   if (!contentType.charset.empty()) {
-    if (std::optional<std::string> converted = charsetToText(contentType.charset, bytes))
+    if (std::optional<std::string> converted = charsetToText(contentType.charset, bytes, kLongestText))
       return std::move(*converted);
   }
-  return unlabelledToText(bytes);
+  return unlabelledToText(bytes, kLongestText);
 }
 
 TextParts findTextParts(std::string_view source) {

@@ -1,0 +1,34 @@
+#include "platform/common/system_code_page.h"
+
+#include <windows.h>
+
+#include <string>
+
+#include "platform/charset.h"
+
+namespace vornelle {
+
+SystemCodePage::SystemCodePage(int number)
+    : number_(IsValidCodePage(static_cast<UINT>(number)) ? number : 0) {}
+
+SystemCodePage::~SystemCodePage() = default;
+
+bool SystemCodePage::known() const {
+  return number_ != 0;
+}
+
+std::optional<char16_t> SystemCodePage::character(std::string_view bytes) const {
+  wchar_t units[4];
+  const int count =
+      MultiByteToWideChar(static_cast<UINT>(number_), MB_ERR_INVALID_CHARS, bytes.data(),
+                          static_cast<int>(bytes.size()), units, static_cast<int>(std::size(units)));
+  if (count != 1) return std::nullopt;
+  return static_cast<char16_t>(units[0]);
+}
+
+std::string localCharset() {
+  const UINT number = GetACP();
+  return number == CP_UTF8 ? "utf-8" : "cp" + std::to_string(number);
+}
+
+}  // namespace vornelle

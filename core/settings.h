@@ -1,4 +1,5 @@
-// The settings record and its file: 18 KEY=VALUE lines in "\Vornelle.ini" beside the program, or in
+// The settings record and its file: a line KEY=VALUE for each row of core/settings.def, in "\Vornelle.ini"
+// beside the program, or in
 // "\pell-Vornelle.ini" where a file of that name exists.
 #pragma once
 
@@ -12,25 +13,23 @@ namespace vornelle {
 inline constexpr std::string_view kDeletePrefix = "D";
 inline constexpr std::string_view kRestorePrefix = "R";
 
+// What the values of each kind of setting are held in.
+namespace setting_value {
+using text = std::string;
+using secret = std::string;
+using port = std::string;
+using range = std::int16_t;
+using count = std::int16_t;
+using flag = bool;
+using windowSwitch = bool;
+}  // namespace setting_value
+
 struct Settings {
-  std::string EMAIL_ADDRESS;
-  std::string SMTP_SERVER;  // host or host:port
-  std::string SMTP_USER;
-  std::string SMTP_PASSWORD;
-  std::string POP_SERVER;  // host or host:port
-  std::string POP_ACCOUNT;
-  std::string POP_PASSWORD;
-  std::string HTTP_PORT_CFG = "7000";
-  std::int16_t CHECK_MIN = 30;       // minutes
-  std::int16_t SESSION_MIN = 30;     // minutes
-  std::int16_t MAX_SPAM_SIZE = 150;  // KB
-  std::int16_t MAX_LINK_SIZE = 150;  // KB
-  bool MAX_LINK_SIZE_ON = true;
-  std::int16_t MESSAGES_PER_PAGE = 15;
-  bool NEW_WINDOW = true;
-  bool ACTIVATE_START = false;
-  bool START_MINIMIZED = false;
-  bool TEST_MODE = true;
+  // Named after their keys in the file, with their defaults: minutes, KB (of 1048 bytes), texts. POP_SERVER
+  // and SMTP_SERVER are a host or host:port.
+#define SETTING(kind, key, initial, ...) setting_value::kind key = initial;
+#include "core/settings.def"
+#undef SETTING
 
   std::int32_t httpPort = 0;  // the listening port; start-up sets 7000 before loading
 

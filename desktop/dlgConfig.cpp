@@ -1,6 +1,7 @@
 #include "desktop/dlgConfig.h"
 
 #include <memory>
+#include <optional>
 
 #include "base/numbers.h"
 #include "core/settings.h"
@@ -10,10 +11,6 @@
 
 namespace vornelle {
 namespace {
-
-bool holdsAsterisk(const std::string& text) {
-  return text.find('*') != std::string::npos;
-}
 
 bool reportFailure(const char* text) {
   beep();
@@ -45,60 +42,47 @@ bool testConnections() {
 
 }  // namespace
 
+std::string dlgConfigBoxName(const Setting& setting) {
+  return (setting.isCheckBox() ? "ck" : "txt") + std::string(setting.key);
+}
+
 DlgConfig dlgConfigLoad() {
   DlgConfig boxes;
-  boxes.ckNEW_WINDOW = settings.NEW_WINDOW;
-  boxes.txtHTTP_PORT_CFG = settings.HTTP_PORT_CFG;
-  boxes.txtCHECK_MIN = std::to_string(settings.CHECK_MIN);
-  boxes.txtSESSION_MIN = std::to_string(settings.SESSION_MIN);
-  boxes.txtEMAIL_ADDRESS = settings.EMAIL_ADDRESS;
-  boxes.txtPOP_SERVER = settings.POP_SERVER;
-  boxes.txtPOP_ACCOUNT = settings.POP_ACCOUNT;
-  boxes.txtPOP_PASSWORD = passwordMask(settings.POP_PASSWORD);
-  boxes.txtSMTP_SERVER = settings.SMTP_SERVER;
-  boxes.txtSMTP_USER = settings.SMTP_USER;
-  boxes.txtSMTP_PASSWORD = passwordMask(settings.SMTP_PASSWORD);
-  boxes.txtMAX_SPAM_SIZE = std::to_string(settings.MAX_SPAM_SIZE);
-  boxes.txtMAX_LINK_SIZE = std::to_string(settings.MAX_LINK_SIZE);
-  boxes.txtMESSAGES_PER_PAGE = std::to_string(settings.MESSAGES_PER_PAGE);
-  boxes.ckMAX_LINK_SIZE_ON = settings.MAX_LINK_SIZE_ON;
+  for (const Setting* setting : settingsInDialog()) {
+    DlgConfigBox& box = boxes[dlgConfigBoxName(*setting)];
+    if (setting->isCheckBox()) {
+      box.checked = isOn(*setting);
+    } else {
+      box.text = shownText(*setting);
+    }
+  }
   return boxes;
 }
 
 DlgConfigResult SaveButtonClick(const DlgConfig& boxes) {
-  // Both conversions come first, so that a refused box stores nothing at all.
-  const std::optional<std::int32_t> port = toInt32(boxes.txtHTTP_PORT_CFG);
-  if (!port) {
-    messageBox("HTTP Port takes a whole number, for example 7000.");
-    return {false, &DlgConfig::txtHTTP_PORT_CFG};
+  // All are looked at first, so that a refused box stores nothing at all.
+  for (const Setting* setting : settingsInDialog()) {
+    const std::string name = dlgConfigBoxName(*setting);
+    if (const std::optional<std::string> refusal = refusalOf(*setting, boxes.at(name).text)) {
+      messageBox(*refusal);
+      return {false, name};
+    }
   }
-  const std::optional<std::int16_t> messagesPerPage = toInt16(boxes.txtMESSAGES_PER_PAGE);
-  if (!messagesPerPage) {
-    messageBox("Messages Per Page takes a whole number up to 32767, for example 15.");
-    return {false, &DlgConfig::txtMESSAGES_PER_PAGE};
+  for (const Setting* setting : settingsInDialog()) {
+    const DlgConfigBox& box = boxes.at(dlgConfigBoxName(*setting));
+    if (setting->isCheckBox()) {
+      setFlag(*setting, box.checked);
+    } else {
+      takeTyped(*setting, box.text);
+    }
   }
-
-  settings.NEW_WINDOW = boxes.ckNEW_WINDOW;
-  settings.HTTP_PORT_CFG = boxes.txtHTTP_PORT_CFG;
-  settings.httpPort = *port;  // the running listener stays where it is
-  settings.CHECK_MIN = configCkCHECK_MIN(boxes.txtCHECK_MIN);
-  settings.SESSION_MIN = configCkSESSION_MIN(boxes.txtSESSION_MIN);
-  settings.EMAIL_ADDRESS = boxes.txtEMAIL_ADDRESS;
-  settings.POP_SERVER = boxes.txtPOP_SERVER;
-  settings.POP_ACCOUNT = boxes.txtPOP_ACCOUNT;
-  if (!holdsAsterisk(boxes.txtPOP_PASSWORD)) settings.POP_PASSWORD = boxes.txtPOP_PASSWORD;
-  settings.SMTP_SERVER = boxes.txtSMTP_SERVER;
-  settings.SMTP_USER = boxes.txtSMTP_USER;
-  if (!holdsAsterisk(boxes.txtSMTP_PASSWORD)) settings.SMTP_PASSWORD = boxes.txtSMTP_PASSWORD;
-  settings.MAX_SPAM_SIZE = configCkMAX_SPAM_SIZE(boxes.txtMAX_SPAM_SIZE);
-  settings.MAX_LINK_SIZE = configCkMAX_LINK_SIZE(boxes.txtMAX_LINK_SIZE);
-  settings.MAX_LINK_SIZE_ON = boxes.ckMAX_LINK_SIZE_ON;
-  settings.MESSAGES_PER_PAGE = *messagesPerPage;
+  // The running listener stays where it is.
+  settings.httpPort = toInt32(settings.HTTP_PORT_CFG).value_or(settings.httpPort);
   configSave();
 
   const bool passed = testConnections();
   messageBox("Settings updated");
-  return {passed, nullptr};
+  return {passed, ""};
 }
 
 }  // namespace vornelle

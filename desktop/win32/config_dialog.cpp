@@ -2,9 +2,12 @@
 
 #include <windows.h>
 
-#include <iterator>
+#include <algorithm>
+#include <string>
+#include <vector>
 
 #include "desktop/dlgConfig.h"
+#include "desktop/win32/dialog_template.h"
 #include "desktop/win32/dialog_text.h"
 #include "desktop/win32/keyboard.h"
 #include "desktop/win32/modal.h"
@@ -14,51 +17,128 @@
 namespace vornelle::win32 {
 namespace {
 
-constexpr int kRows = static_cast<int>(std::size(kDlgConfigRows));
+// Two columns, so that it fits low screens at high resolution: down the left one, then down the right one.
+// All in dialog units.
+constexpr int kLinesPerColumn = 9;
+constexpr int kLineHeight = 17;
+constexpr int kTop = 8;
+constexpr int kWidth = 446;
+struct Column {
+  int labelLeft, labelWidth, boxLeft;
+};
+constexpr Column kColumns[] = {{8, 74, 84}, {216, 80, 298}};
+constexpr int kTextWidth = 120, kNumberWidth = 36, kTextHeight = 13, kLabelHeight = 9;
+constexpr int kUnitWidth = 60, kTickWidth = 12, kCaptionWidth = 40, kTickHeight = 11;
+constexpr int kBesideLeft = 102;  // of a box beside the row above, from that row's box on
+constexpr int kButtonWidth = 54, kButtonHeight = 15;
 
-HWND box(HWND dialog, int row) {
-  return GetDlgItem(dialog, IDC_CONFIG_BOX + row);
+const std::vector<const Setting*>& rows() {
+  return settingsInDialog();
+}
+
+bool isShort(const Setting& setting) {
+  return setting.kind != SettingKind::text && setting.kind != SettingKind::secret;
+}
+
+void addRow(DialogTemplate& dialog, int row, const Column& column, int top) {
+  const Setting& setting = *rows()[static_cast<std::size_t>(row)];
+  const int box = IDC_CONFIG_BOX + row;
+  if (setting.besideRowAbove) {
+    return dialog.addCheckBox(box, {column.boxLeft + kBesideLeft, top + 1, kCaptionWidth, kTickHeight});
+  }
+  dialog.addLabel(IDC_CONFIG_LABEL + row, {column.labelLeft, top + 2, column.labelWidth, kLabelHeight});
+  if (setting.isCheckBox()) {
+    return dialog.addCheckBox(box, {column.boxLeft, top + 1, kTickWidth, kTickHeight});
+  }
+  const int width = isShort(setting) ? kNumberWidth : kTextWidth;
+  dialog.addTextBox(box, {column.boxLeft, top, width, kTextHeight},
+                    setting.kind == SettingKind::secret ? ES_PASSWORD : 0);
+  if (*setting.unit) {
+    dialog.addLabel(IDC_CONFIG_UNIT + row, {column.boxLeft + width + 4, top + 2, kUnitWidth, kLabelHeight});
+  }
+}
+
+DialogTemplate makeDialog() {
+  std::vector<int> lines;  // of each row, over both columns
+  for (const Setting* setting : rows()) {
+    lines.push_back(lines.empty() ? 0 : lines.back() + (setting->besideRowAbove ? 0 : 1));
+  }
+  const int linesBelow = std::max(kLinesPerColumn, lines.back() + 1 - kLinesPerColumn);
+  const int buttonTop = kTop + linesBelow * kLineHeight + 6;
+  DialogTemplate dialog(L"Config", kWidth, buttonTop + kButtonHeight + 8);
+  for (int row = 0; row < static_cast<int>(lines.size()); ++row) {
+    const int line = lines[static_cast<std::size_t>(row)];
+    const bool left = line < kLinesPerColumn;
+    addRow(dialog, row, kColumns[left ? 0 : 1], kTop + (left ? line : line - kLinesPerColumn) * kLineHeight);
+  }
+  dialog.addButton(IDOK, {kWidth - 122, buttonTop, kButtonWidth, kButtonHeight}, true);
+  dialog.addButton(IDCANCEL, {kWidth - 62, buttonTop, kButtonWidth, kButtonHeight}, false);
+  return dialog;
+}
+
+// Made once, and never taken away while a key of it may be under way.
+HACCEL accessKeys() {
+  static const HACCEL table = [] {
+    std::vector<ACCEL> keys = {{FVIRTKEY | FALT, 'U', IDOK}, {FVIRTKEY | FALT, 'C', IDCANCEL}};
+    for (std::size_t row = 0; row < rows().size(); ++row) {
+      keys.push_back({FVIRTKEY | FALT, static_cast<WORD>(rows()[row]->accessKey),
+                      static_cast<WORD>(IDC_CONFIG_BOX + row)});
+    }
+    return CreateAcceleratorTableW(keys.data(), static_cast<int>(keys.size()));
+  }();
+  return table;
+}
+
+// Calls `visit` with each row's setting, the number of its box and its number.
+template <typename Visit>
+void forEachRow(Visit visit) {
+  for (std::size_t row = 0; row < rows().size(); ++row)
+    visit(*rows()[row], IDC_CONFIG_BOX + static_cast<int>(row), static_cast<int>(row));
 }
 
 // A text box has its label before it, a check box without one beside it is labelled by its own caption.
 void showCaptions(HWND dialog) {
   const HWND toolTips = makeToolTips(dialog);
-  for (int row = 0; row < kRows; ++row) {
-    const DlgConfigRow& entry = kDlgConfigRows[row];
+  forEachRow([&](const Setting& setting, int box, int row) {
     const HWND label = GetDlgItem(dialog, IDC_CONFIG_LABEL + row);
-    setWindowText(label ? label : box(dialog, row), entry.label);
-    if (const HWND unit = GetDlgItem(dialog, IDC_CONFIG_UNIT + row)) setWindowText(unit, entry.unit);
-    addToolTip(toolTips, box(dialog, row), entry.toolTip);
-  }
+    setWindowText(label ? label : GetDlgItem(dialog, box), setting.label);
+    if (const HWND unit = GetDlgItem(dialog, IDC_CONFIG_UNIT + row)) setWindowText(unit, setting.unit);
+    addToolTip(toolTips, GetDlgItem(dialog, box), setting.toolTip);
+  });
   setWindowText(GetDlgItem(dialog, IDOK), kDlgConfigSaveCaption);
   setWindowText(GetDlgItem(dialog, IDCANCEL), kDlgConfigCancelCaption);
 }
 
 void fillBoxes(HWND dialog, const DlgConfig& boxes) {
-  for (int row = 0; row < kRows; ++row) {
-    const DlgConfigRow& entry = kDlgConfigRows[row];
-    if (entry.text) setWindowText(box(dialog, row), boxes.*entry.text);
-    if (entry.check)
-      CheckDlgButton(dialog, IDC_CONFIG_BOX + row, boxes.*entry.check ? BST_CHECKED : BST_UNCHECKED);
-  }
+  forEachRow([&](const Setting& setting, int box, int) {
+    const DlgConfigBox& holds = boxes.at(dlgConfigBoxName(setting));
+    if (setting.isCheckBox()) {
+      CheckDlgButton(dialog, box, holds.checked ? BST_CHECKED : BST_UNCHECKED);
+    } else {
+      setWindowText(GetDlgItem(dialog, box), holds.text);
+    }
+  });
 }
 
 DlgConfig readBoxes(HWND dialog) {
   DlgConfig boxes;
-  for (int row = 0; row < kRows; ++row) {
-    const DlgConfigRow& entry = kDlgConfigRows[row];
-    if (entry.text) boxes.*entry.text = windowText(box(dialog, row));
-    if (entry.check) boxes.*entry.check = IsDlgButtonChecked(dialog, IDC_CONFIG_BOX + row) == BST_CHECKED;
-  }
+  forEachRow([&](const Setting& setting, int box, int) {
+    DlgConfigBox& holds = boxes[dlgConfigBoxName(setting)];
+    if (setting.isCheckBox()) {
+      holds.checked = IsDlgButtonChecked(dialog, box) == BST_CHECKED;
+    } else {
+      holds.text = windowText(GetDlgItem(dialog, box));
+    }
+  });
   return boxes;
 }
 
-void focusBox(HWND dialog, std::string DlgConfig::*wanted) {
-  for (int row = 0; row < kRows; ++row) {
-    if (!wanted || kDlgConfigRows[row].text != wanted) continue;
-    SetFocus(box(dialog, row));
-    SendMessageW(box(dialog, row), EM_SETSEL, 0, -1);
-  }
+void focusBox(HWND dialog, const std::string& wanted) {
+  forEachRow([&](const Setting& setting, int box, int) {
+    if (dlgConfigBoxName(setting) != wanted) return;
+    SetFocus(GetDlgItem(dialog, box));
+    SendDlgItemMessageW(dialog, box, EM_SETSEL, 0, -1);
+  });
 }
 
 void update(HWND dialog) {
@@ -99,7 +179,7 @@ INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
 }  // namespace
 
 void showConfigDialog() {
-  runModal(IDD_CONFIG, IDA_CONFIG, procedure, 0);
+  runModal(makeDialog(), accessKeys(), procedure);
 }
 
 }  // namespace vornelle::win32

@@ -30,7 +30,11 @@ bool moveFocus(HWND root, const MSG& message) {
 }  // namespace
 
 void setAccessKeys(HWND window, int acceleratorTable) {
-  accessKeys()[window] = LoadAcceleratorsW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(acceleratorTable));
+  setAccessKeys(window, LoadAcceleratorsW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(acceleratorTable)));
+}
+
+void setAccessKeys(HWND window, HACCEL table) {
+  accessKeys()[window] = table;
 }
 
 void forgetAccessKeys(HWND window) {

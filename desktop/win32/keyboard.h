@@ -10,6 +10,7 @@ namespace vornelle::win32 {
 // The window's access keys, from the accelerator table with that resource number. A key arrives as WM_COMMAND
 // of the control or menu entry with the notification code 1.
 void setAccessKeys(HWND window, int acceleratorTable);
+void setAccessKeys(HWND window, HACCEL table);
 void forgetAccessKeys(HWND window);
 
 // Takes the message when it is a key that navigates. Every message passes here before it is dispatched.

@@ -28,19 +28,31 @@ void centre(HWND dialog, HWND owner) {
   SetWindowPos(dialog, nullptr, left, top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-}  // namespace
-
-void runModal(int dialog, int acceleratorTable, DLGPROC procedure, LPARAM parameter) {
+void showUntilClosed(HWND window) {
   const HWND owner = mainWindow();
-  const HWND window =
-      CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(dialog), owner, procedure, parameter);
-  if (!window) return;
-  if (acceleratorTable) setAccessKeys(window, acceleratorTable);
   followWaitCursor(window);
   centre(window, owner);
   EnableWindow(owner, FALSE);
   ShowWindow(window, SW_SHOW);
   while (IsWindow(window)) waitEvents();
+}
+
+}  // namespace
+
+void runModal(int dialog, int acceleratorTable, DLGPROC procedure, LPARAM parameter) {
+  const HWND window = CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(dialog), mainWindow(),
+                                         procedure, parameter);
+  if (!window) return;
+  if (acceleratorTable) setAccessKeys(window, acceleratorTable);
+  showUntilClosed(window);
+}
+
+void runModal(const DialogTemplate& dialog, HACCEL accessKeys, DLGPROC procedure) {
+  const HWND window =
+      CreateDialogIndirectParamW(GetModuleHandleW(nullptr), dialog.get(), mainWindow(), procedure, 0);
+  if (!window) return;
+  setAccessKeys(window, accessKeys);
+  showUntilClosed(window);
 }
 
 void closeModal(HWND dialog) {

@@ -6,10 +6,8 @@
 
 #define IDM_MAIN 10
 #define IDA_MAIN 11
-#define IDA_CONFIG 12
 #define IDA_IMPORT 13
 
-#define IDD_CONFIG 20
 #define IDD_IMPORT 21
 #define IDD_ABOUT 22
 

@@ -71,40 +71,43 @@ TEST_F(SettingsDialog, ShowsEverySettingAndMasksThePasswords) {
   settings.NEW_WINDOW = false;
   settings.MAX_LINK_SIZE_ON = true;
   const DlgConfig boxesShown = dlgConfigLoad();
-  EXPECT_EQ(boxesShown.txtHTTP_PORT_CFG, "7100");
-  EXPECT_EQ(boxesShown.txtCHECK_MIN, "11");
-  EXPECT_EQ(boxesShown.txtSESSION_MIN, "12");
-  EXPECT_EQ(boxesShown.txtEMAIL_ADDRESS, "joe@example.com");
-  EXPECT_EQ(boxesShown.txtPOP_SERVER, "pop.example");
-  EXPECT_EQ(boxesShown.txtPOP_ACCOUNT, "joe");
-  EXPECT_EQ(boxesShown.txtPOP_PASSWORD, "******");
-  EXPECT_EQ(boxesShown.txtSMTP_SERVER, "smtp.example");
-  EXPECT_EQ(boxesShown.txtSMTP_USER, "su");
-  EXPECT_EQ(boxesShown.txtSMTP_PASSWORD, "**");
-  EXPECT_EQ(boxesShown.txtMAX_SPAM_SIZE, "13");
-  EXPECT_EQ(boxesShown.txtMAX_LINK_SIZE, "14");
-  EXPECT_EQ(boxesShown.txtMESSAGES_PER_PAGE, "-1");
-  EXPECT_FALSE(boxesShown.ckNEW_WINDOW);
-  EXPECT_TRUE(boxesShown.ckMAX_LINK_SIZE_ON);
+  EXPECT_EQ(boxesShown.at("txtHTTP_PORT_CFG").text, "7100");
+  EXPECT_EQ(boxesShown.at("txtCHECK_MIN").text, "11");
+  EXPECT_EQ(boxesShown.at("txtSESSION_MIN").text, "12");
+  EXPECT_EQ(boxesShown.at("txtEMAIL_ADDRESS").text, "joe@example.com");
+  EXPECT_EQ(boxesShown.at("txtPOP_SERVER").text, "pop.example");
+  EXPECT_EQ(boxesShown.at("txtPOP_ACCOUNT").text, "joe");
+  EXPECT_EQ(boxesShown.at("txtPOP_PASSWORD").text, "******");
+  EXPECT_EQ(boxesShown.at("txtSMTP_SERVER").text, "smtp.example");
+  EXPECT_EQ(boxesShown.at("txtSMTP_USER").text, "su");
+  EXPECT_EQ(boxesShown.at("txtSMTP_PASSWORD").text, "**");
+  EXPECT_EQ(boxesShown.at("txtMAX_SPAM_SIZE").text, "13");
+  EXPECT_EQ(boxesShown.at("txtMAX_LINK_SIZE").text, "14");
+  EXPECT_EQ(boxesShown.at("txtMESSAGES_PER_PAGE").text, "-1");
+  EXPECT_FALSE(boxesShown.at("ckNEW_WINDOW").checked);
+  EXPECT_TRUE(boxesShown.at("ckMAX_LINK_SIZE_ON").checked);
 }
 
 TEST_F(SettingsDialog, EveryBoxHasARowAndEveryRowABox) {
-  DlgConfig boxesShown;
-  std::set<const void*> shown;
-  for (const DlgConfigRow& row : kDlgConfigRows) {
-    EXPECT_NE(row.text != nullptr, row.check != nullptr) << row.label;
-    EXPECT_STRNE(row.label, "");
-    if (row.text) shown.insert(&(boxesShown.*row.text));
-    if (row.check) shown.insert(&(boxesShown.*row.check));
+  const DlgConfig boxesShown = dlgConfigLoad();
+  EXPECT_EQ(boxesShown.size(), 15u);
+  EXPECT_EQ(settingsInDialog().size(), 15u);
+  for (const Setting* row : settingsInDialog()) {
+    EXPECT_STRNE(row->label, "");
+    EXPECT_EQ(boxesShown.count(dlgConfigBoxName(*row)), 1u) << row->label;
   }
-  EXPECT_EQ(shown.size(), 15u);
+}
+
+TEST_F(SettingsDialog, EveryRowHasAnAccessKeyOfItsOwn) {
+  std::set<char> keys = {'U', 'C'};  // Update and Cancel
+  for (const Setting* row : settingsInDialog()) EXPECT_TRUE(keys.insert(row->accessKey).second) << row->label;
 }
 
 // Label, tool tip and unit text of every row, in the order in which they stand.
 TEST_F(SettingsDialog, TheRowsHaveTheirLabelsToolTipsAndUnitsInOrder) {
   std::vector<std::string> rows;
-  for (const DlgConfigRow& row : kDlgConfigRows) {
-    rows.push_back(std::string(row.label) + "|" + row.toolTip + "|" + row.unit);
+  for (const Setting* row : settingsInDialog()) {
+    rows.push_back(std::string(row->label) + "|" + row->toolTip + "|" + row->unit);
   }
   EXPECT_THAT(
       rows,
@@ -131,21 +134,22 @@ TEST_F(SettingsDialog, TheButtonsAreUpdateAndCancel) {
 // ---- Update ----
 
 TEST_F(SettingsDialog, UpdateStoresAndSavesEveryBox) {
-  const DlgConfig typed = {.txtHTTP_PORT_CFG = "7200",
-                           .txtCHECK_MIN = "21",
-                           .txtSESSION_MIN = "22",
-                           .txtPOP_SERVER = "",
-                           .txtPOP_ACCOUNT = "ann",
-                           .txtPOP_PASSWORD = "new1",
-                           .txtSMTP_SERVER = "",
-                           .txtSMTP_USER = "su",
-                           .txtSMTP_PASSWORD = "new2",
-                           .ckNEW_WINDOW = false,
-                           .txtEMAIL_ADDRESS = " ann@example.com ",
-                           .txtMAX_SPAM_SIZE = "23",
-                           .txtMAX_LINK_SIZE = "24",
-                           .ckMAX_LINK_SIZE_ON = false,
-                           .txtMESSAGES_PER_PAGE = "25"};
+  DlgConfig typed = dlgConfigLoad();
+  for (const auto& [name, text] :
+       std::map<std::string, std::string>{{"txtHTTP_PORT_CFG", "7200"},
+                                          {"txtCHECK_MIN", "21"},
+                                          {"txtSESSION_MIN", "22"},
+                                          {"txtPOP_ACCOUNT", "ann"},
+                                          {"txtPOP_PASSWORD", "new1"},
+                                          {"txtSMTP_USER", "su"},
+                                          {"txtSMTP_PASSWORD", "new2"},
+                                          {"txtEMAIL_ADDRESS", " ann@example.com "},
+                                          {"txtMAX_SPAM_SIZE", "23"},
+                                          {"txtMAX_LINK_SIZE", "24"},
+                                          {"txtMESSAGES_PER_PAGE", "25"}}) {
+    typed[name].text = text;
+  }
+  typed["ckNEW_WINDOW"].checked = typed["ckMAX_LINK_SIZE_ON"].checked = false;
   EXPECT_TRUE(SaveButtonClick(typed).close);
   EXPECT_EQ(settings.httpPort, 7200);
   EXPECT_EQ(settings.EMAIL_ADDRESS,
@@ -169,8 +173,8 @@ TEST_F(SettingsDialog, UpdateWithoutChangesKeepsBothPasswords) {
 
 TEST_F(SettingsDialog, AnAsteriskAnywhereLeavesThePassword) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtPOP_PASSWORD = "new*one";
-  typed.txtSMTP_PASSWORD = "";
+  typed["txtPOP_PASSWORD"].text = "new*one";
+  typed["txtSMTP_PASSWORD"].text = "";
   static_cast<void>(SaveButtonClick(typed));
   EXPECT_EQ(settings.POP_PASSWORD, "secret");
   EXPECT_EQ(settings.SMTP_PASSWORD, "");
@@ -178,10 +182,10 @@ TEST_F(SettingsDialog, AnAsteriskAnywhereLeavesThePassword) {
 
 TEST_F(SettingsDialog, NumbersAreClampedSilently) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtCHECK_MIN = "5";
-  typed.txtSESSION_MIN = "100";
-  typed.txtMAX_SPAM_SIZE = "much";
-  typed.txtMAX_LINK_SIZE = "99999";
+  typed["txtCHECK_MIN"].text = "5";
+  typed["txtSESSION_MIN"].text = "100";
+  typed["txtMAX_SPAM_SIZE"].text = "much";
+  typed["txtMAX_LINK_SIZE"].text = "99999";
   EXPECT_TRUE(SaveButtonClick(typed).close);
   EXPECT_EQ(settings.CHECK_MIN, 10);
   EXPECT_EQ(settings.SESSION_MIN, 60);
@@ -192,10 +196,10 @@ TEST_F(SettingsDialog, NumbersAreClampedSilently) {
 
 TEST_F(SettingsDialog, TheFilterTimerTakes10For5And60For100) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtCHECK_MIN = "5";
+  typed["txtCHECK_MIN"].text = "5";
   static_cast<void>(SaveButtonClick(typed));
   EXPECT_EQ(settings.CHECK_MIN, 10);
-  typed.txtCHECK_MIN = "100";
+  typed["txtCHECK_MIN"].text = "100";
   static_cast<void>(SaveButtonClick(typed));
   EXPECT_EQ(settings.CHECK_MIN, 60);
 }
@@ -203,7 +207,7 @@ TEST_F(SettingsDialog, TheFilterTimerTakes10For5And60For100) {
 TEST_F(SettingsDialog, TheRunningListenerStaysWhereItIs) {
   listenerStart();
   DlgConfig typed = dlgConfigLoad();
-  typed.txtHTTP_PORT_CFG = "7100";
+  typed["txtHTTP_PORT_CFG"].text = "7100";
   static_cast<void>(SaveButtonClick(typed));
   EXPECT_EQ(settings.httpPort, 7100);
   EXPECT_EQ(listenerPort(), 7000);
@@ -214,7 +218,7 @@ TEST_F(SettingsDialog, TheRunningListenerStaysWhereItIs) {
 TEST_F(SettingsDialog, MessagesPerPageHasNoRange) {
   DlgConfig typed = dlgConfigLoad();
   for (const int rows : {-32768, 0, 32767}) {
-    typed.txtMESSAGES_PER_PAGE = std::to_string(rows);
+    typed["txtMESSAGES_PER_PAGE"].text = std::to_string(rows);
     EXPECT_TRUE(SaveButtonClick(typed).close);
     EXPECT_EQ(settings.MESSAGES_PER_PAGE, rows);
   }
@@ -230,8 +234,8 @@ TEST_F(SettingsDialog, TheFourSwitchesOfTheMainWindowStayAsTheyAre) {
 
 TEST_F(SettingsDialog, PortAndMessagesPerPageAreRounded) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtHTTP_PORT_CFG = "7100.5";
-  typed.txtMESSAGES_PER_PAGE = "15.5";
+  typed["txtHTTP_PORT_CFG"].text = "7100.5";
+  typed["txtMESSAGES_PER_PAGE"].text = "15.5";
   EXPECT_TRUE(SaveButtonClick(typed).close);
   EXPECT_EQ(settings.httpPort, 7100);
   EXPECT_EQ(settings.HTTP_PORT_CFG, "7100.5");
@@ -242,12 +246,12 @@ TEST_F(SettingsDialog, APortThatIsNoNumberIsRefusedAndNothingIsStored) {
   for (const char* port : {"", "web", "70 00", "99999999999"}) {
     boxes().clear();
     DlgConfig typed = dlgConfigLoad();
-    typed.txtHTTP_PORT_CFG = port;
-    typed.txtPOP_ACCOUNT = "ann";
-    typed.ckNEW_WINDOW = false;
+    typed["txtHTTP_PORT_CFG"].text = port;
+    typed["txtPOP_ACCOUNT"].text = "ann";
+    typed["ckNEW_WINDOW"].checked = false;
     const DlgConfigResult result = SaveButtonClick(typed);
     EXPECT_FALSE(result.close);
-    EXPECT_TRUE(result.focus == &DlgConfig::txtHTTP_PORT_CFG);
+    EXPECT_TRUE(result.focus == "txtHTTP_PORT_CFG");
     EXPECT_THAT(boxes(), ElementsAre("HTTP Port takes a whole number, for example 7000.")) << port;
     EXPECT_EQ(settings.HTTP_PORT_CFG, "7000");
     EXPECT_EQ(settings.POP_ACCOUNT, "");
@@ -260,11 +264,11 @@ TEST_F(SettingsDialog, MessagesPerPageThatIsNoNumberIsRefusedAndNothingIsStored)
   for (const char* rows : {"", "many", "32768", "-40000"}) {
     boxes().clear();
     DlgConfig typed = dlgConfigLoad();
-    typed.txtHTTP_PORT_CFG = "7100";
-    typed.txtMESSAGES_PER_PAGE = rows;
+    typed["txtHTTP_PORT_CFG"].text = "7100";
+    typed["txtMESSAGES_PER_PAGE"].text = rows;
     const DlgConfigResult result = SaveButtonClick(typed);
     EXPECT_FALSE(result.close);
-    EXPECT_TRUE(result.focus == &DlgConfig::txtMESSAGES_PER_PAGE);
+    EXPECT_TRUE(result.focus == "txtMESSAGES_PER_PAGE");
     EXPECT_THAT(boxes(), ElementsAre("Messages Per Page takes a whole number "
                                      "up to 32767, for example 15."))
         << rows;
@@ -285,11 +289,11 @@ TEST_F(SettingsDialog, WithoutServersNothingIsTested) {
 
 TEST_F(SettingsDialog, BothServersAreTestedWithTheNewSettings) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtPOP_SERVER = "pop.example";
-  typed.txtPOP_ACCOUNT = "joe";
-  typed.txtSMTP_SERVER = "smtp.example";
-  typed.txtSMTP_USER = "su";
-  typed.txtSMTP_PASSWORD = "sp";
+  typed["txtPOP_SERVER"].text = "pop.example";
+  typed["txtPOP_ACCOUNT"].text = "joe";
+  typed["txtSMTP_SERVER"].text = "smtp.example";
+  typed["txtSMTP_USER"].text = "su";
+  typed["txtSMTP_PASSWORD"].text = "sp";
   EXPECT_TRUE(SaveButtonClick(typed).close);
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Settings updated"));
   EXPECT_THAT(toldPop, AllOf(testing::Contains("USER joe"), testing::Contains("PASS secret"),
@@ -301,23 +305,23 @@ TEST_F(SettingsDialog, BothServersAreTestedWithTheNewSettings) {
 
 TEST_F(SettingsDialog, WithoutAnSmtpUserTheServerIsOnlyGreeted) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtSMTP_SERVER = "smtp.example";
+  typed["txtSMTP_SERVER"].text = "smtp.example";
   EXPECT_TRUE(SaveButtonClick(typed).close);
   EXPECT_THAT(toldSmtp, testing::Not(testing::Contains(HasSubstr("AUTH"))));
 }
 
 TEST_F(SettingsDialog, AFailedPop3LogOnIsSaidAndTheDialogStaysOpenWithTheSettingsSaved) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtPOP_SERVER = "pop.example";
-  typed.txtPOP_ACCOUNT = "joe";
-  typed.txtPOP_PASSWORD = "wrong";
+  typed["txtPOP_SERVER"].text = "pop.example";
+  typed["txtPOP_ACCOUNT"].text = "joe";
+  typed["txtPOP_PASSWORD"].text = "wrong";
   std::string fileThen;
   sim::shell().onMessageBox = [&](const std::string& text) {
     if (text == kConnecting) fileThen = file();
   };
   const DlgConfigResult result = SaveButtonClick(typed);
   EXPECT_FALSE(result.close);
-  EXPECT_TRUE(result.focus == nullptr);
+  EXPECT_TRUE(result.focus.empty());
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto POP3 Server!", "Settings updated"));
   EXPECT_EQ(sim::shell().beeps, 1);
   EXPECT_THAT(fileThen, HasSubstr("POP_PASSWORD=wrong\r\n"));
@@ -325,7 +329,7 @@ TEST_F(SettingsDialog, AFailedPop3LogOnIsSaidAndTheDialogStaysOpenWithTheSetting
 
 TEST_F(SettingsDialog, TheBeepComesBeforeTheBoxThatTellsTheFailure) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtPOP_SERVER = "nobody.example";
+  typed["txtPOP_SERVER"].text = "nobody.example";
   std::vector<int> beepsThen;
   sim::shell().onMessageBox = [&](const std::string&) { beepsThen.push_back(sim::shell().beeps); };
   static_cast<void>(SaveButtonClick(typed));
@@ -334,7 +338,7 @@ TEST_F(SettingsDialog, TheBeepComesBeforeTheBoxThatTellsTheFailure) {
 
 TEST_F(SettingsDialog, TheComponentStandsInTheSlotFromTheFirstBoxOnAndIsReleasedBeforeTheLast) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtPOP_SERVER = "nobody.example";
+  typed["txtPOP_SERVER"].text = "nobody.example";
   std::vector<bool> held;
   sim::shell().onMessageBox = [&](const std::string&) { held.push_back(currentMail != nullptr); };
   static_cast<void>(SaveButtonClick(typed));
@@ -343,12 +347,12 @@ TEST_F(SettingsDialog, TheComponentStandsInTheSlotFromTheFirstBoxOnAndIsReleased
 
 TEST_F(SettingsDialog, AnEmptyServerNameSkipsItsTestOnly) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtSMTP_SERVER = "nobody.example";
+  typed["txtSMTP_SERVER"].text = "nobody.example";
   EXPECT_FALSE(SaveButtonClick(typed).close);
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto SMTP Server!", "Settings updated"));
   boxes().clear();
-  typed.txtSMTP_SERVER = "";
-  typed.txtPOP_SERVER = "nobody.example";
+  typed["txtSMTP_SERVER"].text = "";
+  typed["txtPOP_SERVER"].text = "nobody.example";
   EXPECT_FALSE(SaveButtonClick(typed).close);
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto POP3 Server!", "Settings updated"));
 }
@@ -356,7 +360,7 @@ TEST_F(SettingsDialog, AnEmptyServerNameSkipsItsTestOnly) {
 TEST_F(SettingsDialog, ASettingsFileThatCannotBeWrittenIsSilentAndTheSettingsAreInForce) {
   sim::failWritesTo("Vornelle.ini");
   DlgConfig typed = dlgConfigLoad();
-  typed.txtPOP_ACCOUNT = "ann";
+  typed["txtPOP_ACCOUNT"].text = "ann";
   EXPECT_TRUE(SaveButtonClick(typed).close);
   sim::failWritesTo("");
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Settings updated"));
@@ -365,9 +369,9 @@ TEST_F(SettingsDialog, ASettingsFileThatCannotBeWrittenIsSilentAndTheSettingsAre
 
 TEST_F(SettingsDialog, AFailedSmtpLogOnIsSaid) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtSMTP_SERVER = "smtp.example";
-  typed.txtSMTP_USER = "su";
-  typed.txtSMTP_PASSWORD = "wrong";
+  typed["txtSMTP_SERVER"].text = "smtp.example";
+  typed["txtSMTP_USER"].text = "su";
+  typed["txtSMTP_PASSWORD"].text = "wrong";
   EXPECT_FALSE(SaveButtonClick(typed).close);
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto SMTP Server!", "Settings updated"));
   EXPECT_EQ(sim::shell().beeps, 1);
@@ -375,8 +379,8 @@ TEST_F(SettingsDialog, AFailedSmtpLogOnIsSaid) {
 
 TEST_F(SettingsDialog, BothFailuresAreSaidInOrder) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtPOP_SERVER = "nobody.example";
-  typed.txtSMTP_SERVER = "nobody.example";
+  typed["txtPOP_SERVER"].text = "nobody.example";
+  typed["txtSMTP_SERVER"].text = "nobody.example";
   EXPECT_FALSE(SaveButtonClick(typed).close);
   EXPECT_THAT(boxes(), ElementsAre(kConnecting, "Cannot log onto POP3 Server!",
                                    "Cannot log onto SMTP Server!", "Settings updated"));
@@ -385,9 +389,9 @@ TEST_F(SettingsDialog, BothFailuresAreSaidInOrder) {
 
 TEST_F(SettingsDialog, AMailTaskThatTookTheSlotMeanwhileMakesTheTestsFail) {
   DlgConfig typed = dlgConfigLoad();
-  typed.txtPOP_SERVER = "pop.example";
-  typed.txtPOP_ACCOUNT = "joe";
-  typed.txtSMTP_SERVER = "smtp.example";
+  typed["txtPOP_SERVER"].text = "pop.example";
+  typed["txtPOP_ACCOUNT"].text = "joe";
+  typed["txtSMTP_SERVER"].text = "smtp.example";
   sim::shell().onMessageBox = [](const std::string& text) {
     if (text == kConnecting) currentMail.reset();
   };

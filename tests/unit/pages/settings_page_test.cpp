@@ -38,6 +38,13 @@ TEST_F(SettingsPage, NumbersAndTextsStandAsTheyAreHeld) {
       "co|13|14|-15]</html>");
 }
 
+TEST_F(SettingsPage, AMarkerInAValueIsFilledWhenItsOwnTurnComesLater) {
+  settings.EMAIL_ADDRESS = "<!--POP_SERVER-->";
+  settings.POP_SERVER = "<!--EMAIL_ADDRESS-->";
+  EXPECT_EQ(filled("<!--EMAIL_ADDRESS-->|<!--POP_SERVER-->"),
+            "<html>[<!--EMAIL_ADDRESS-->|<!--EMAIL_ADDRESS-->]</html>");
+}
+
 TEST_F(SettingsPage, PasswordsAreShownAsARowOfAsterisks) {
   settings.POP_PASSWORD = "sevenle";
   settings.SMTP_PASSWORD = "";

@@ -112,6 +112,10 @@ bool SmtpClient::openLine() {
 std::unique_ptr<NetStream> SmtpClient::agreedToEncrypt() {
   const std::optional<Reply> extended = ask("EHLO " + std::string(kOwnName));
   if (!extended) return nullptr;
+  if (line_->hasUnread()) {  // an answer to STARTTLS before it has been asked
+    failure_.reason = MailReason::tlsInjected;
+    return nullptr;
+  }
   std::optional<Reply> agreed;
   if (extended->positive() && !(agreed = ask("STARTTLS"))) return nullptr;
   if (!agreed || agreed->code != 220) {

@@ -37,8 +37,14 @@ struct Pop3Mailbox {
   std::size_t cutAfter = std::numeric_limits<std::size_t>::max();
   int cutConnection = 1;
   std::function<void(const std::string& command)> onCommand;
+  // How a handshake goes; without it the server knows no TLS.
+  std::optional<sim::TlsAnswer> tls;
+  bool tlsAtOnce = false;  // the greeting comes behind the handshake
+  std::function<void()> onHandshake;
 
   // Seen so far.
+  std::vector<TlsPeer> peers;              // of the handshakes
+  std::vector<std::string> plainCommands;  // those of `commands` that came before a handshake
   int connections = 0;
   std::vector<std::string> commands;  // "RETR 1"
   std::size_t deliveries = 0;         // pieces in which commands came
@@ -66,8 +72,15 @@ class ScriptedPop3 : public sim::Server {
       : mailbox_(std::move(mailbox)), number_(++mailbox_->connections), marked_(mailbox_->messages.size()) {}
 
   void onConnect(std::string& out) override {
-    answer(
-        "GREETING", [] { return "+OK ready\r\n"; }, out);
+    if (!mailbox_->tlsAtOnce) greet(out);
+  }
+
+  sim::TlsAnswer onTls(const TlsPeer& peer, std::string& out) override {
+    if (!mailbox_->tls) return sim::Server::onTls(peer, out);
+    mailbox_->peers.push_back(peer);
+    if (mailbox_->onHandshake) mailbox_->onHandshake();
+    if (mailbox_->tlsAtOnce) greet(out);
+    return *mailbox_->tls;
   }
 
   void onData(std::string_view bytes, std::string& out) override {
@@ -77,6 +90,7 @@ class ScriptedPop3 : public sim::Server {
       const std::string command = received_.substr(0, end);
       received_.erase(0, end + 2);
       mailbox_->commands.push_back(command);
+      if (!secured) mailbox_->plainCommands.push_back(command);
       if (mailbox_->onCommand) mailbox_->onCommand(command);
       answer(
           command, [&] { return rightAnswer(command); }, out);
@@ -89,6 +103,11 @@ class ScriptedPop3 : public sim::Server {
   }
   [[nodiscard]] static bool names(const std::string& script, const std::string& command) {
     return script == command || script == verbOf(command);
+  }
+
+  void greet(std::string& out) {
+    answer(
+        "GREETING", [] { return "+OK ready\r\n"; }, out);
   }
 
   // `right` is what the server does and says when nothing goes wrong.
@@ -143,6 +162,7 @@ class ScriptedPop3 : public sim::Server {
     const std::string verb = verbOf(command);
     const std::string argument = command.size() > verb.size() ? command.substr(verb.size() + 1) : "";
     if (verb == "QUIT") return quit();
+    if (verb == "STLS" && mailbox_->tls && !secured) return "+OK go on\r\n";
     if (verb == "CAPA") {
       if (!mailbox_->hasCapa) return "-ERR unknown command\r\n";
       return std::string("+OK\r\nTOP\r\nUIDL\r\n") + (mailbox_->pipelining ? "PIPELINING\r\n" : "") + ".\r\n";

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,6 +24,12 @@ struct SmtpMailboxes {
   };
   std::string user, password;  // asked for by AUTH LOGIN
   std::vector<std::string> extensions = {"8BITMIME", "AUTH LOGIN PLAIN"};
+  // What EHLO announces before a handshake, where there is one.
+  std::vector<std::string> plainExtensions = {"8BITMIME", "STARTTLS"};
+  // How a handshake goes; without it the server knows no TLS.
+  std::optional<sim::TlsAnswer> tls;
+  bool tlsAtOnce = false;  // the greeting comes behind the handshake
+  std::function<void()> onHandshake;
   // The whole answer to a command (by its verb; "GREETING"; "." for the end of a text), in place of the right
   // one.
   std::map<std::string, std::string> answers;
@@ -29,8 +37,10 @@ struct SmtpMailboxes {
   std::size_t cutAfter = std::numeric_limits<std::size_t>::max();  // bytes of the server
 
   int connections = 0;
+  std::vector<TlsPeer> peers;  // of the handshakes
   std::vector<std::string> commands;
-  std::vector<Mail> mails;  // taken over
+  std::vector<std::string> plainCommands;  // those of them that came before a handshake
+  std::vector<Mail> mails;                 // taken over
   std::size_t bytesSent = 0;
 };
 
@@ -40,7 +50,17 @@ class ScriptedSmtp : public sim::Server {
     ++state_->connections;
   }
 
-  void onConnect(std::string& out) override { answer("GREETING", "220-mail.example\r\n220 ready\r\n", out); }
+  void onConnect(std::string& out) override {
+    if (!state_->tlsAtOnce) greet(out);
+  }
+
+  sim::TlsAnswer onTls(const TlsPeer& peer, std::string& out) override {
+    if (!state_->tls) return sim::Server::onTls(peer, out);
+    state_->peers.push_back(peer);
+    if (state_->onHandshake) state_->onHandshake();
+    if (state_->tlsAtOnce) greet(out);
+    return *state_->tls;
+  }
 
   void onData(std::string_view bytes, std::string& out) override {
     received_ += bytes;
@@ -56,15 +76,22 @@ class ScriptedSmtp : public sim::Server {
   }
 
  private:
+  void greet(std::string& out) { answer("GREETING", "220-mail.example\r\n220 ready\r\n", out); }
+
   void takeCommand(const std::string& line, std::string& out) {
     state_->commands.push_back(line);
+    if (!secured) state_->plainCommands.push_back(line);
     if (awaited_ != Awaited::command) return takeCredential(line, out);
     const std::string verb = line.substr(0, line.find(' '));
     std::string right = "250 ok\r\n";
     if (verb == "EHLO") {
       right = "250-mail.example\r\n";
-      for (const std::string& extension : state_->extensions) right += "250-" + extension + "\r\n";
+      const bool beforeTls = state_->tls && !secured;
+      for (const std::string& extension : beforeTls ? state_->plainExtensions : state_->extensions)
+        right += "250-" + extension + "\r\n";
       right += "250 HELP\r\n";
+    } else if (verb == "STARTTLS") {
+      right = state_->tls && !secured ? "220 go on\r\n" : "502 no\r\n";
     } else if (verb == "AUTH") {
       awaited_ = Awaited::user;
       right = "334 VXNlcm5hbWU6\r\n";

@@ -32,11 +32,12 @@ if(desktop_sources)
   if(CMAKE_BUILD_TYPE STREQUAL "Release")
     add_custom_command(TARGET vornelle POST_BUILD COMMAND ${CMAKE_STRIP} $<TARGET_FILE:vornelle>)
   endif()
-  file(GLOB data_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/data/*)
+  # The templates get their scripts, and the hashes of these.
+  find_program(NODE_PROGRAM NAMES node nodejs REQUIRED)
   add_custom_target(application_data ALL
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${application_folder}/data
-    COMMAND ${CMAKE_COMMAND} -E copy_if_different ${data_files} ${application_folder}/data
+    COMMAND ${NODE_PROGRAM} ${PROJECT_SOURCE_DIR}/script/templates ${application_folder}/data
     VERBATIM)
+  add_dependencies(vornelle application_data)
 endif()
 
 # What the tests of TLS speak to their servers with.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "pages/browser_text.h"
 #include "web/gateway_answer.h"
 #include "web/http_request_parser.h"
 
@@ -58,10 +59,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // What is rewritten in an answer.
   const std::string page = vornelle::agreeCharset(std::string(text));
   if (vornelle::agreeCharset(page) != page) std::abort();
-  const std::string sealed = vornelle::withoutConnections(std::string(text), vornelle::PageKind::message);
+  const std::string sealed = vornelle::withoutConnections(std::string(text));
   if (sealed.size() != text.size() || vornelle::findNoCase(sealed, "<link") != std::string::npos ||
       vornelle::findNoCase(sealed, "<iframe") != std::string::npos) {
     std::abort();
   }
+  // What is made into text for a page: no markup, and nothing but decimal references is one.
+  const std::string shown = vornelle::browserText(text);
+  if (shown.find_first_of("<>\"'") != std::string::npos) std::abort();
+  if (vornelle::firstLetters(text, 35).size() > 35 * 10) std::abort();
   return 0;
 }

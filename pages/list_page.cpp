@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "mail/filter_lists.h"
+#include "pages/browser_text.h"
 #include "pages/template.h"
 
 namespace vornelle {
@@ -14,7 +15,7 @@ std::string optionLines(const std::string& listName) {
   std::string options;
   int number = 0;
   for (const std::string& entry : listEntries(listName)) {
-    options += "<option value='" + std::to_string(number) + "'>" + entry + "</option>\r\n";
+    options += "<option value='" + std::to_string(number) + "'>" + pageText(entry) + "</option>\r\n";
     number++;
   }
   return options;

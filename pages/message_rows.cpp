@@ -7,6 +7,7 @@
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings.h"
+#include "pages/browser_text.h"
 #include "pages/modSGML.h"
 #include "pages/template.h"
 
@@ -22,6 +23,15 @@ constexpr std::string_view kNone = "&lt;none&gt;";
 std::optional<std::int16_t> sum16(int first, int change, int less) {
   const auto sum = add16(first, change);
   return sum ? subtract16(*sum, less) : std::nullopt;
+}
+
+constexpr std::string_view kCellEnd = "    </td>\r\n";
+
+// "    <td valign='top'>"; a browser's page names the column besides.
+std::string cellStart(std::string_view attributes, std::string_view column) {
+  std::string start = "    <td" + std::string(attributes);
+  if (form1.requestByGateway) start += " class='" + std::string(column) + "'";
+  return start + ">";
 }
 
 std::string pageLink(std::string_view page, int first, std::string_view text) {
@@ -89,36 +99,55 @@ std::string cleanSender(std::string_view from) {
   return replaceAll(replaceAll(from, "'", ""), "\"", "");
 }
 
-std::string senderCell(std::string_view from, std::string_view alsoRun) {
-  std::string cell = "    <td valign='top'>";
+std::string senderCell(std::string_view from, std::string_view tickedBox) {
   const std::string clean = cleanSender(from);
+  const std::string entry = toLower(clean);
+  std::string cell = cellStart(" valign='top'", "from");
   if (clean.empty()) {
     cell += kNone;
+  } else if (form1.requestByGateway) {
+    cell += "<a href='#addinput' data-sender='" + browserText(entry) + "'";
+    if (!tickedBox.empty()) cell += " data-tick='" + std::string(tickedBox) + "'";
+    cell += ">" + browserText(firstLetters(replaceAll(from, "\"", ""), kSenderLength)) + "</a>";
   } else {
     std::string shown = replaceAll(from, "\"", "");
     textToHtml(shown);
-    cell += "<a href='#addinput' onClick='form1.addtolist.value=\"" + toLower(clean) + "\"" +
-            std::string(alsoRun) + "'>" + shown.substr(0, kSenderLength) + "</a>";
+    const std::string tick = tickedBox.empty() ? "" : ";" + std::string(tickedBox) + ".checked=1;";
+    cell += "<a href='#addinput' onClick='form1.addtolist.value=\"" + entry + "\"" + tick + "'>" +
+            shown.substr(0, kSenderLength) + "</a>";
   }
-  return cell + "    </td>\r\n";
+  return cell.append(kCellEnd);
 }
 
 std::string dateCell(std::string_view date) {
-  return "    <td>" + std::string(date) + "    </td>\r\n";
+  return (cellStart("", "date") + pageText(date)).append(kCellEnd);
 }
 
 std::string subjectCell(std::string_view subject, std::string_view address, std::string_view sizeText) {
-  std::string text(subject.substr(0, kSubjectLength));
-  if (text.empty()) text = kNone;
+  std::string text = form1.requestByGateway ? browserText(firstLetters(subject, kSubjectLength))
+                                            : std::string(subject.substr(0, kSubjectLength));
+  // A link needs a name to be followed by.
+  if (text.empty() || (form1.requestByGateway && trim(text).empty())) text = kNone;
+  const std::string start = cellStart("", "subject");
   if (settings.MAX_LINK_SIZE_ON && val(sizeText) > settings.MAX_LINK_SIZE) {
-    return "    <td>" + text + "\r\n    </td>\r\n";
+    return start + text + "\r\n    </td>\r\n";
   }
-  return "    <td><a href='" + std::string(address) + "&s=" + form1.sessionId + "' " +
+  return start + "<a href='" + pageText(address) + "&s=" + form1.sessionId + "' " +
          (settings.NEW_WINDOW ? "target='_blank'" : "") + ">" + text + "</a>\r\n    </td>\r\n";
 }
 
+std::string keyInAddress(std::string_view key) {
+  if (!form1.requestByGateway) return std::string(key);
+  return replaceAll(replaceAll(key, "&", "%26"), "#", "%23");
+}
+
 std::string sizeCell(std::string_view sizeText) {
-  return "    <td align='right'>" + std::string(sizeText) + "    </td>\r\n";
+  return cellStart(" align='right'", "size").append(sizeText).append(kCellEnd);
+}
+
+std::string boxCellStart(std::string_view column) {
+  const std::string_view colour = column == "restore" ? "#3FE11F" : "red";
+  return cellStart(" align='center' style='background-color:" + std::string(colour) + "'", column);
 }
 
 std::string sizeTextOf(std::string_view bytes) {

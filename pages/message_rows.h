@@ -41,19 +41,29 @@ struct RowPage {
 // The sender without apostrophes and double quotes: what the row table keeps and the add-to-list field gets.
 [[nodiscard]] std::string cleanSender(std::string_view from);
 
-// The sender's cell: a link that puts the clean sender into the page's add-to-list field, then runs `alsoRun`
-// (script text, may be empty); "<none>" where the clean sender is empty. What is shown is cut to 25
-// characters after escaping, so an entity may be split.
-[[nodiscard]] std::string senderCell(std::string_view from, std::string_view alsoRun);
+// The cells. Through the gateway what stands in them is text, cut by letters, and each names its column by its
+// class and what the page's script needs by data attributes; over the plain wire it is what it always was.
+
+// The sender's cell: a link that puts the clean sender into the page's add-to-list field and ticks the box of
+// that name ("R3"; "" for none); "<none>" where the clean sender is empty. What is shown is cut to 25 characters,
+// over the plain wire after escaping, so that an entity may be split there.
+[[nodiscard]] std::string senderCell(std::string_view from, std::string_view tickedBox);
 
 [[nodiscard]] std::string dateCell(std::string_view date);
 
-// The subject, cut to 35 characters, not escaped, linked to `address` unless the message is too large for a
-// link.
+// The subject, cut to 35 characters, linked to `address` unless the message is too large for a link. Over the
+// plain wire it is not escaped.
 [[nodiscard]] std::string subjectCell(std::string_view subject, std::string_view address,
                                       std::string_view sizeText);
 
+// A message's key in an address. In a browser's page what would end it there is percent-encoded.
+[[nodiscard]] std::string keyInAddress(std::string_view key);
+
 [[nodiscard]] std::string sizeCell(std::string_view sizeText);
+
+// A cell for a row's box, up to the box: "<td align='center' style='background-color:red'>". `column` is "delete"
+// or "restore".
+[[nodiscard]] std::string boxCellStart(std::string_view column);
 
 // The size for display of a byte count in decimal.
 [[nodiscard]] std::string sizeTextOf(std::string_view bytes);

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/settings_table.h"
+#include "pages/browser_text.h"
 #include "pages/template.h"
 
 namespace vornelle {
@@ -18,7 +19,7 @@ std::string pageSettings() {
   for (std::size_t i = 0; i < names.size(); ++i) {
     const Setting& setting = *settingsOnPage()[i];
     const std::string checked = setting.isCheckBox() && isOn(setting) ? "CHECKED" : "";
-    markers.emplace_back(names[i], setting.isCheckBox() ? checked : shownText(setting));
+    markers.emplace_back(names[i], setting.isCheckBox() ? checked : pageText(shownText(setting)));
   }
   return fillPage(std::move(page), markers);
 }

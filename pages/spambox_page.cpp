@@ -29,13 +29,11 @@ std::string spamboxRow(std::int16_t i) {
   form1.rowKey[static_cast<std::size_t>(i)] = *key;
   form1.rowSender[static_cast<std::size_t>(i)] = cleanSender(from);
   const std::string sizeText = sizeTextOf(*spamboxSize(i));
-  const std::string tickRestore = ";" + settings.restorePrefix + std::to_string(i) + ".checked=1;";
-  return "<tr class='tableBGcolor2'>\r\n" + senderCell(from, tickRestore) + dateCell(*spamboxDate(i)) +
-         subjectCell(*spamboxSubject(i), "displayspam.cgi?fn=" + *key + ".txt", sizeText) +
-         sizeCell(sizeText) + "    <td align='center' style='background-color:#3FE11F'>" +
-         rowBox(settings.restorePrefix, i) + "</td>\r\n" +
-         "    <td align='center' style='background-color:red'>" + rowBox(settings.deletePrefix, i) +
-         "</td>\r\n" + "  </tr>\r\n";
+  const std::string restoreBox = settings.restorePrefix + std::to_string(i);
+  return "<tr class='tableBGcolor2'>\r\n" + senderCell(from, restoreBox) + dateCell(*spamboxDate(i)) +
+         subjectCell(*spamboxSubject(i), "displayspam.cgi?fn=" + keyInAddress(*key) + ".txt", sizeText) +
+         sizeCell(sizeText) + boxCellStart("restore") + rowBox(settings.restorePrefix, i) + "</td>\r\n" +
+         boxCellStart("delete") + rowBox(settings.deletePrefix, i) + "</td>\r\n" + "  </tr>\r\n";
 }
 
 }  // namespace

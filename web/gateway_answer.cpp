@@ -24,8 +24,7 @@ std::string contentSecurityPolicy(PageKind kind) {
              sealed;
     case PageKind::page:
       // Answers that lead on to the next page are scripts of one line. The templates narrow this for
-      // themselves to the one script that they bring, since subjects stand in them as their senders wrote
-      // them.
+      // themselves to the one script that they bring.
       return "default-src 'none'; script-src 'unsafe-inline'; style-src 'unsafe-inline'; img-src 'self' "
              "data:; form-action 'self'; " +
              sealed;
@@ -82,15 +81,6 @@ bool isNameCharacter(char c) {
          c == '.' || c == ':';
 }
 
-// "<input name='D12' type='checkbox' value='1'>", as the rows have them. A subject is cut before it gets so
-// long.
-bool isRowBox(std::string_view text) {
-  constexpr std::string_view kStart = "<input name='";
-  if (!text.starts_with(kStart)) return false;
-  text.remove_prefix(kStart.size());
-  return text.substr(std::min(text.find('\''), text.size())).starts_with("' type='checkbox' value='1'>");
-}
-
 // One of the two pages that are shown where a message cannot be. Their "Go Back" is a script, which the
 // policy of the message views forbids. A message that spells out exactly such a page does no more than the
 // page does.
@@ -106,9 +96,7 @@ bool isErrorPage(std::string_view body) {
 
 std::string pageAnswer(PageKind kind, std::string body, const AnswerOptions& options) {
   if (kind == PageKind::message && isErrorPage(body)) kind = PageKind::page;
-  if (kind != PageKind::icon) body = withoutConnections(std::move(body), kind);
-  if (kind == PageKind::message) body = agreeCharset(std::move(body));
-  if (kind == PageKind::page) body = withoutForeignFields(std::move(body));
+  if (kind == PageKind::message) body = agreeCharset(withoutConnections(std::move(body)));
   const std::string_view type = kind == PageKind::icon ? "image/x-icon" : "text/html; charset=windows-1252";
   return assemble("200 OK", type, contentSecurityPolicy(kind), "", body, options);
 }
@@ -130,29 +118,7 @@ std::string errorAnswer(int status, const AnswerOptions& options) {
                   further, body, options);
 }
 
-std::string withoutForeignFields(std::string page) {
-  constexpr std::string_view kEnd = "</tbody";
-  const std::size_t begin = std::min(findNoCase(page, "<tbody"), page.size());
-  std::size_t end = begin;
-  for (std::size_t at = begin; (at = findNoCase(page, kEnd, at)) != std::string::npos; at += kEnd.size())
-    end = at;
-
-  constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kFields = {{
-      {"<input", "<xnput"},
-      {"<select", "<xelect"},
-      {"<textarea", "<xextarea"},
-      {"<button", "<xutton"},
-  }};
-  for (const auto& [tag, harmless] : kFields) {
-    for (std::size_t at = begin; (at = findNoCase(page, tag, at)) < end; at += tag.size()) {
-      if (!isRowBox(std::string_view(page).substr(at))) page.replace(at, tag.size(), harmless);
-    }
-  }
-  return page;
-}
-
-std::string withoutConnections(std::string page, PageKind kind) {
-  constexpr std::string_view kOurIcon = "<link rel=\"icon\" href=\"data:";
+std::string withoutConnections(std::string message) {
   // Each pair is of one length, so that nothing moves.
   constexpr std::array<std::pair<std::string_view, std::string_view>, 3> kTags = {{
       {"<link", "<meta"},
@@ -160,19 +126,11 @@ std::string withoutConnections(std::string page, PageKind kind) {
       {"<frame", "<xrame"},
   }};
   for (const auto& [tag, harmless] : kTags) {
-    for (std::size_t at = 0; (at = findNoCase(page, tag, at)) != std::string::npos; at += tag.size()) {
-      if (kind == PageKind::page && std::string_view(page).substr(at, kOurIcon.size()) == kOurIcon) continue;
-      page.replace(at, tag.size(), harmless);
+    for (std::size_t at = 0; (at = findNoCase(message, tag, at)) != std::string::npos; at += tag.size()) {
+      message.replace(at, tag.size(), harmless);
     }
   }
-  // Our own <meta> elements stand in the head.
-  if (kind == PageKind::message) return page;
-  constexpr std::string_view kMeta = "<meta";
-  std::size_t at = findNoCase(page, "<body");
-  while (at != std::string::npos && (at = findNoCase(page, kMeta, at)) != std::string::npos) {
-    page.replace(at, kMeta.size(), "<xeta");
-  }
-  return page;
+  return message;
 }
 
 std::string agreeCharset(std::string page) {

@@ -23,19 +23,10 @@ struct AnswerOptions {
 // Makes every charset that the page's own meta tags declare say windows-1252, which is what the bytes are.
 [[nodiscard]] std::string agreeCharset(std::string page);
 
-// Takes out of the rows of a page every form field but the rows' own boxes. Subjects stand there as their
-// senders wrote them, and a field in one would be posted with the form: as "D0=1" it would delete the first
-// message without anybody having checked it. The rows are what stands between the first "<tbody" and the last
-// "</tbody".
-[[nodiscard]] std::string withoutForeignFields(std::string page);
-
-// Takes out of a page what makes a browser connect to somebody's server, or leave the page, whatever the
-// policy says: Chromium connects for a frame that the policy refuses to load, hints such as
-// <link rel=preconnect> are no loads at all, and no policy stops <meta http-equiv=refresh>, which would load
-// the Inbox again and again for ever (a message's sandbox does). The connection alone would tell a sender
-// that the message is being looked at, and each of them fits into a subject. Frames become unknown elements,
-// <link> elements become <meta> elements that say nothing, and behind "<body" <meta> elements of a page
-// become unknown ones; the icon that our own pages carry stays.
-[[nodiscard]] std::string withoutConnections(std::string page, PageKind kind);
+// Takes out of a message what makes a browser connect to somebody's server whatever the policy says: Chromium
+// connects for a frame that the policy refuses to load, and hints such as <link rel=preconnect> are no loads at
+// all. The connection alone would tell a sender that the message is being looked at. Frames become unknown
+// elements, <link> elements become <meta> elements that say nothing.
+[[nodiscard]] std::string withoutConnections(std::string message);
 
 }  // namespace vornelle

@@ -8,6 +8,7 @@
 #include "core/shutdown.h"
 #include "mail/filter_lists.h"
 #include "mail/filter_run.h"
+#include "pages/browser_text.h"
 #include "pages/find_page.h"
 #include "pages/inbox_page.h"
 #include "pages/list_page.h"
@@ -126,7 +127,7 @@ std::string findInLists() {
 
 std::string unrecognizedPage() {
   LogWindowAdd("***Unrecognized page: " + form1.requestPath);
-  return "<html><body><h3>Unrecognized page: " + form1.requestPath +
+  return "<html><body><h3>Unrecognized page: " + pageText(form1.requestPath) +
          "</h3><p>If problem persists, contact developer.</p></body></html>";
 }
 

@@ -7,6 +7,7 @@
 #include "core/random_letters.h"
 #include "core/settings.h"
 #include "core/version.h"
+#include "pages/browser_text.h"
 #include "pages/template.h"
 #include "platform/files.h"
 #include "web/request.h"
@@ -23,7 +24,7 @@ std::string announcementBlock() {
   openUrl(VORNELLE_ANNOUNCEMENT_URL, path);
   const std::string text = readWholeFile(path);
   if (text.empty() || containsNoCase(text, "<html>")) return "";
-  return "\r\n<tr><td colspan='2'><p>" + text + "</p></td></tr><tr><td colspan='2'>&nbsp;</td></tr>";
+  return "\r\n<tr><td colspan='2'><p>" + pageText(text) + "</p></td></tr><tr><td colspan='2'>&nbsp;</td></tr>";
 }
 
 // The place behind the ">" that closes the first form tag; npos without one.

@@ -27,10 +27,9 @@ export function programPath() {
 // Puts the program and its data folder into an application folder.
 export function install(folder) {
   const program = programPath();
-  const beside = path.join(path.dirname(program), 'data');
   fs.copyFileSync(program, path.join(folder, path.basename(program)), fs.constants.COPYFILE_FICLONE);
-  fs.cpSync(fs.existsSync(beside) ? beside : path.join(repository, 'data'), path.join(folder, 'data'),
-    { recursive: true });
+  // The build has put the templates beside it, with their scripts.
+  fs.cpSync(path.join(path.dirname(program), 'data'), path.join(folder, 'data'), { recursive: true });
 }
 
 // The console program: the log box's text comes on standard output, message boxes on standard error.

@@ -109,7 +109,7 @@ TEST_F(MessageRows, TheSenderIsALinkThatFillsTheAddToListField) {
 
 TEST_F(MessageRows, TheLinkDoesWhatTheCallerAdds) {
   EXPECT_EQ(
-      senderCell("a@b.c", ";R3.checked=1;"),
+      senderCell("a@b.c", "R3"),
       "    <td valign='top'><a href='#addinput' onClick='form1.addtolist.value=\"a@b.c\";R3.checked=1;'>"
       "a@b.c</a>    </td>\r\n");
 }
@@ -128,7 +128,7 @@ TEST_F(MessageRows, TheShownSenderIsCutAfterEscapingEvenInsideAnEntity) {
 
 TEST_F(MessageRows, ASenderOfQuotesAloneIsNone) {
   EXPECT_EQ(senderCell("", ""), "    <td valign='top'>&lt;none&gt;    </td>\r\n");
-  EXPECT_EQ(senderCell("\"'\"", ";R0.checked=1;"), "    <td valign='top'>&lt;none&gt;    </td>\r\n");
+  EXPECT_EQ(senderCell("\"'\"", "R0"), "    <td valign='top'>&lt;none&gt;    </td>\r\n");
 }
 
 TEST_F(MessageRows, TheDateStandsAsItIs) {
@@ -175,6 +175,56 @@ TEST_F(MessageRows, TheSizeIsInKilobytes) {
 
 TEST_F(MessageRows, ABoxIsNamedByItsPrefixAndItsRow) {
   EXPECT_EQ(rowBox("D", 12), "<input name='D12' type='checkbox' value='1'>");
+}
+
+// ---- through the gateway ----
+
+class BrowserRows : public MessageRows {
+ protected:
+  BrowserRows() { form1.requestByGateway = true; }
+};
+
+TEST_F(BrowserRows, EachCellNamesItsColumn) {
+  EXPECT_EQ(dateCell("11-15-2026 01:55AM"), "    <td class='date'>11-15-2026 01:55AM    </td>\r\n");
+  EXPECT_EQ(sizeCell("1K"), "    <td align='right' class='size'>1K    </td>\r\n");
+  EXPECT_EQ(boxCellStart("restore"),
+            "    <td align='center' style='background-color:#3FE11F' class='restore'>");
+  EXPECT_EQ(boxCellStart("delete"), "    <td align='center' style='background-color:red' class='delete'>");
+}
+
+TEST_F(BrowserRows, WhatTheScriptNeedsOfASenderStandsInDataAttributes) {
+  EXPECT_EQ(senderCell("\"Ann O'Brien\" <A@B.C>", "R3"),
+            "    <td valign='top' class='from'><a href='#addinput' data-sender='ann obrien &lt;a@b.c&gt;' "
+            "data-tick='R3'>Ann O&#39;Brien &lt;A@B.C&gt;</a>    </td>\r\n");
+  EXPECT_EQ(senderCell("a@b.c", ""),
+            "    <td valign='top' class='from'><a href='#addinput' data-sender='a@b.c'>a@b.c</a>    "
+            "</td>\r\n");
+  EXPECT_EQ(senderCell("\"'\"", "R3"), "    <td valign='top' class='from'>&lt;none&gt;    </td>\r\n");
+}
+
+TEST_F(BrowserRows, ASubjectIsText) {
+  EXPECT_EQ(subjectCell("</a><b id=\"x\" '>&amp; &#60;", "a?b=1", "1K"),
+            "    <td class='subject'><a href='a?b=1&s=SESSION' target='_blank'>&lt;/a&gt;&lt;b "
+            "id=&quot;x&quot; &#39;&gt;&amp;amp; &#60;</a>\r\n    </td>\r\n");
+}
+
+TEST_F(BrowserRows, ASubjectIsCutByLettersAndNeverInsideOne) {
+  std::string cyrillic;
+  for (int i = 0; i < 36; i++) cyrillic += "&#1087;";
+  EXPECT_THAT(subjectCell(cyrillic, "a", "1K"),
+              testing::HasSubstr(">" + cyrillic.substr(0, 35 * 7) + "</a>"));
+  EXPECT_THAT(subjectCell(std::string(40, '<'), "a", "1K"),
+              testing::HasSubstr(">" + replaceAll(std::string(35, '<'), "<", "&lt;") + "</a>"));
+}
+
+TEST_F(BrowserRows, ASubjectOfBlanksHasANameToBeOpenedBy) {
+  EXPECT_THAT(subjectCell("   ", "a", "1K"), testing::HasSubstr(">&lt;none&gt;</a>"));
+}
+
+TEST_F(BrowserRows, AKeyNeitherEndsItsAddressNorTheAttribute) {
+  EXPECT_EQ(keyInAddress("a&s=x#y'z"), "a%26s=x%23y'z");
+  EXPECT_THAT(subjectCell("Hello", "displayemail.cgi?uidl=" + keyInAddress("a' onclick='b&c"), "1K"),
+              testing::HasSubstr("<a href='displayemail.cgi?uidl=a&#39; onclick=&#39;b%26c&s=SESSION' "));
 }
 
 }  // namespace

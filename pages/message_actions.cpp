@@ -156,6 +156,16 @@ RestoredText restoredText(std::string_view source) {
   return restored;
 }
 
+void logRestore(bool sent, const std::string& sender) {
+  LogWindowAdd((sent ? "Restore msg from " : "Problem restoring msg from ") + sender + " to InBox");
+}
+
+bool restoreRow(const CheckedRow& row) {
+  if (isNameInFolder(row.key)) return restoreSpam(spamPath(row.key));
+  logRestore(false, row.sender);
+  return false;
+}
+
 }  // namespace
 
 std::string showMessage(const std::string& uidl) {
@@ -175,8 +185,12 @@ std::string showMessage(const std::string& uidl) {
 
   // 3. and 4. Fetch it and take the best body.
   const std::unique_ptr<MailMessage> message = found ? currentMail->popGetMessage(*found) : nullptr;
+  if (!message) {
+    std::string page = noSuchMessage();
+    currentMail.reset();  // behind the log line, which does not wait for the server's good-bye
+    return page;
+  }
   currentMail.reset();
-  if (!message) return noSuchMessage();
   if (message->hasHtmlBody()) return message->getHtmlBody();
   std::string text = message->hasPlainBody() ? message->getPlainBody() : message->getBodyText(0);
   return textToHtml(text);
@@ -217,7 +231,7 @@ void deleteChecked(std::string_view box) {
   for (const CheckedRow& row : rows) {
     doEvents();
     if (row.restore) {
-      if (!isNameInFolder(row.key) || !restoreSpam(spamPath(row.key))) notRestored.push_back(row.row);
+      if (!restoreRow(row)) notRestored.push_back(row.row);
     } else if (std::find(notRestored.begin(), notRestored.end(), row.row) != notRestored.end()) {
       LogWindowAdd("**Not deleted, since it could not be restored: " + row.key + ".txt");
     } else if (inbox) {
@@ -258,8 +272,8 @@ bool restoreSpam(const std::string& path) {
   const RestoredText restored = restoredText(source.value_or(""));
   const bool sent =
       source && currentMail->smtpSendRaw(restored.sender, settings.EMAIL_ADDRESS, restored.text) == 1;
-  currentMail.reset();
-  LogWindowAdd((sent ? "Restore msg from " : "Problem restoring msg from ") + restored.sender + " to InBox");
+  logRestore(sent, restored.sender);
+  currentMail.reset();  // behind the log line, which does not wait for the server's good-bye
   return sent;
 }
 

@@ -129,6 +129,25 @@ describe('with a scripted server', { concurrency: 4 }, () => {
     }));
   }
 
+  test('TheLogTellsOfTheRestoreBeforeTheServerAnswersTheGoodBye', async () => {
+    const server = await MailServer.start({ messages: [spam('one')], smtp: { faults: [{ verb: 'QUIT', stall: true }] } });
+    const app = await Application.start({ settings: {
+      POP_SERVER: `127.0.0.1:${server.popPort}`, SMTP_SERVER: `127.0.0.1:${server.smtpPort}`, ...logOn } });
+    let answer;
+    try {
+      await app.login();
+      await app.filterMail();
+      await app.get('/displayspambox.htm?s={s}');
+      answer = app.post('/deleterestore.cgi?s={s}', boxesForm('R0'), { milliseconds: 60000 });
+      answer.catch(() => {});
+      await until(() => server.smtp.count('QUIT') === 1, 'the good-bye', 15000);
+      assert.ok(app.events().includes(restored), app.log());
+    } finally {
+      await server.stop();
+      await answer;
+      await app.stop();
+    }
+  });
   test('AnUnreachableServerIsLogged', () => restoreThrough({}, { SMTP_SERVER: '127.0.0.1:1' },
     (app) => assert.ok(app.events().includes('**Cannot connect to SMTP server!'))));
   test('AWrongPasswordIsLogged', () => restoreThrough({}, { ...logOn, SMTP_PASSWORD: 'wrong' }, (app, server) => {

@@ -22,6 +22,7 @@ struct Outbox {
   std::vector<std::string> commands;
   std::string text;
   std::string refuse;  // the verb that is answered 550
+  std::string logAtQuit;
 };
 
 class OutboxServer : public LineServer {
@@ -62,6 +63,7 @@ class OutboxServer : public LineServer {
       out += "354 go on\r\n";
       inText_ = true;
     } else if (verb == "quit") {
+      outbox_.logAtQuit = form1.LogWindow.text();
       out += "221 bye\r\n";
       closed = true;
     } else {
@@ -128,6 +130,16 @@ TEST_F(MessageActions, ShowingAMessageThatIsGoneBeepsLogsAndSaysSo) {
   EXPECT_EQ(sim::shell().beeps, 1);
   EXPECT_THAT(logged(), ElementsAre("**Requested email does not exist!"));
   EXPECT_EQ(currentMail, nullptr);
+}
+
+TEST_F(MessageActions, AMessageThatIsGoneIsLoggedBeforeTheSessionEnds) {
+  mailbox_.add("one", "a@x.example", "s");
+  std::string logAtQuit;
+  mailbox_.onCommand = [&](const std::string& line) {
+    if (line == "QUIT") logAtQuit = form1.LogWindow.text();
+  };
+  EXPECT_EQ(showMessage("two"), kGone);
+  EXPECT_THAT(logAtQuit, EndsWith("] **Requested email does not exist!\r\n"));
 }
 
 TEST_F(MessageActions, AMessageWithoutAnIdIsNoOnes) {
@@ -390,6 +402,25 @@ TEST_F(MessageActions, AFileThatCannotBeReadIsNotSentEmpty) {
   EXPECT_FALSE(restoreSpam(inFolder("\\spam\\gone.txt")));
   EXPECT_THAT(outbox_.commands, Not(testing::Contains("DATA")));
   EXPECT_THAT(logged(), ElementsAre("Problem restoring msg from  to InBox"));
+}
+
+TEST_F(MessageActions, ARestoreIsLoggedBeforeTheSessionEnds) {
+  makeFile("\\spam\\a.txt", "From: a@x.example\r\n");
+  EXPECT_TRUE(restoreSpam(inFolder("\\spam\\a.txt")));
+  EXPECT_THAT(outbox_.logAtQuit, EndsWith("] Restore msg from a@x.example to InBox\r\n"));
+  outbox_.refuse = "rcpt";
+  EXPECT_FALSE(restoreSpam(inFolder("\\spam\\a.txt")));
+  EXPECT_THAT(outbox_.logAtQuit, EndsWith("] Problem restoring msg from a@x.example to InBox\r\n"));
+}
+
+TEST_F(MessageActions, ARestoreBoxWhoseRowNamesNoFileOfTheSpamBoxIsAProblem) {
+  row(0, "", "");
+  row(1, "..\\data\\friendlist", "evil");
+  form("SUBMIT3=RESTORE-DELETE&R0=1&R1=1&END=1");
+  deleteChecked("SPAMBOX");
+  EXPECT_THAT(logged(), ElementsAre("Problem restoring msg from  to InBox",
+                                    "Problem restoring msg from evil to InBox"));
+  EXPECT_THAT(outbox_.commands, IsEmpty());
 }
 
 TEST_F(MessageActions, WhatCouldNotBeRestoredIsNotDeletedBehindIt) {

@@ -113,7 +113,7 @@ void mailFilter() {
     for (std::int32_t i = 0; i < count; ++i) {
       doEvents();
       const MailMessage* message = list->getItem(i);
-      if (!lists.isSpam(*message)) continue;
+      if (!message->headerPresent || !lists.isSpam(*message)) continue;
       const std::string uidl = message->getUidl();
       // A 16-bit counter: it stays at its highest value.
       if (catchSpam(uidl)) spam = add16(spam, 1).value_or(spam);

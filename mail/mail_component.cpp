@@ -123,6 +123,7 @@ std::unique_ptr<HeaderList> MailComponent::popGetHeaderList(int /*option*/) {
       MailMessage message = parseMessageHeader(header);
       message.size = entry.size;
       message.uidl = entry.uidl;
+      message.headerPresent = entry.hasHeader;
       textSize += message.from.size() + message.subject.size();
       if (list->messages.size() <= place) list->messages.resize(place + 1);
       list->messages[place] = std::move(message);

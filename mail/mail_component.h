@@ -50,6 +50,9 @@ class MailMessage {
   std::string from, subject, uidl, rawText;
   std::optional<std::int64_t> date;
   std::int32_t size = 0;
+  // False: the server lists the message and gives no header. Nobody can judge it; it can be deleted by its
+  // id.
+  bool headerPresent = true;
 
  private:
   // Decoded from rawText when they are first asked for: most messages are saved or listed and never shown.

@@ -22,6 +22,7 @@ struct MaildropEntry {
   std::int32_t number = 0;
   std::int32_t size = 0;  // bytes, as the server says; a negative or unreadable one is 0
   std::string uidl;       // "" when the server has told none
+  bool hasHeader = true;  // false: the server gives neither its header nor its text
 };
 
 // A line of the answer to UIDL, "1 abc". nullopt: it starts with no message number. Blanks around the parts

@@ -50,7 +50,7 @@ class Pop3Client {
 
   // Calls `take` once for every place of the mailbox, in any order, with the message's header as the server
   // sent it (at most its first 1 MiB). A message whose header cannot be had comes with an empty one and
-  // without its unique-id, so that nobody judges it. When `take` returns false the session fails. False when
+  // says so (hasHeader), so that nobody judges it. When `take` returns false the session fails. False when
   // not all could be had; what has been taken so far means nothing then.
   using TakeHeader = std::function<bool(std::size_t place, const MaildropEntry&, std::string_view header)>;
   [[nodiscard]] bool fetchHeaders(const TakeHeader& take);

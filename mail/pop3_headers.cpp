@@ -47,7 +47,7 @@ class Pop3Client::HeaderFetch {
     unreadable_.insert(unreadable_.end(), refused_.begin(), refused_.end());
     return std::all_of(unreadable_.begin(), unreadable_.end(), [this](std::size_t place) {
       MaildropEntry entry = messages()[place];
-      entry.uidl.clear();
+      entry.hasHeader = false;
       client_.maildrop_->keep(entry.number, true);
       return take_(place, entry, "");
     });

@@ -5,6 +5,7 @@
 //   uidLine     what stands behind the number in UIDL's answer instead of " " + uid
 //   stuff       false: lines that begin with a dot are sent as they are (only a lone dot is still doubled);
 //               "never": not even that
+//   refused     true: neither TOP nor RETR gives it away
 //   top         a function (data, lines) that makes TOP's text instead of the right one
 
 import fs from 'node:fs';

@@ -84,12 +84,13 @@ export class Pop3Session {
   UIDL(argument) { return this.#listing(argument, (m, n) => n + (m.uidLine ?? ' ' + m.uid)); }
 
   RETR(argument) {
-    return this.#numbered(argument, (m) =>
+    return this.#numbered(argument, (m) => m.refused ? '-ERR not this one\r\n' :
       Buffer.concat([Buffer.from('+OK\r\n'), stuffed(m.data, m.stuff)]));
   }
 
   TOP(argument, lines) {
     return this.#numbered(argument, (m) => {
+      if (m.refused) return '-ERR not this one\r\n';
       const text = (m.top ?? topOf)(m.data, Number(lines));
       return Buffer.concat([Buffer.from('+OK\r\n'), stuffed(Buffer.from(text), m.stuff)]);
     });

@@ -24,6 +24,16 @@ TEST_F(FilterRun, AMessageThatCannotBeRetrievedLeavesOneLineEndAndStays) {
   EXPECT_THAT(drop.mails, IsEmpty());
 }
 
+TEST_F(FilterRun, AMessageWithoutAHeaderIsJudgedByNobody) {
+  add("id1", "eve@elsewhere.example");
+  add("id2", "eve@elsewhere.example");
+  drop.mails[0].refused = drop.mails[0].topRefused = true;
+  EXPECT_THAT(runLog(),
+              ElementsAre("Removing spam from eve@elsewhere.example", "Mail filtered:  1 msgs.  1 spam."));
+  EXPECT_THAT(drop.uidls(), ElementsAre("id1"));
+  EXPECT_FALSE(fileExists(inFolder("\\spam\\id1.txt")));
+}
+
 TEST_F(FilterRun, ASavedMessageIsNotReplacedWhenItCannotBeRetrievedAgain) {
   makeFile("\\spam\\id1.txt", "the message\r\n");
   add("id1", "eve@elsewhere.example");

@@ -118,7 +118,7 @@ TEST_F(Pop3ClientTest, AMessageThatTopRefusesIsReadWithRetr) {
   EXPECT_EQ(1, mailbox->count("RETR"));
 }
 
-TEST_F(Pop3ClientTest, AMessageWhoseHeaderCannotBeHadHasNoIdSoThatNobodyJudgesIt) {
+TEST_F(Pop3ClientTest, AMessageWhoseHeaderCannotBeHadIsListedWithItsIdAndSaidToHaveNone) {
   deliverMany(3);
   for (const std::string number : {"1", "3"}) {
     mailbox->answers["TOP " + number + " 1"] = mailbox->answers["RETR " + number] = "-ERR\r\n";
@@ -126,11 +126,17 @@ TEST_F(Pop3ClientTest, AMessageWhoseHeaderCannotBeHadHasNoIdSoThatNobodyJudgesIt
   const auto headers = list();
   ASSERT_TRUE(headers);
   ASSERT_EQ(3, headers->getCount());
-  EXPECT_EQ("", headers->getItem(0)->getUidl());
+  for (const int place : {0, 2}) {
+    EXPECT_EQ("id-" + std::to_string(place + 1), headers->getItem(place)->getUidl());
+    EXPECT_EQ("", headers->getItem(place)->getSubject());
+    EXPECT_GT(headers->getItem(place)->getSize(), 0);
+    EXPECT_FALSE(headers->getItem(place)->headerPresent);
+  }
   EXPECT_EQ("id-2", headers->getItem(1)->getUidl());
   EXPECT_EQ("Subject 2", headers->getItem(1)->getSubject());
-  EXPECT_EQ("", headers->getItem(2)->getUidl());
-  EXPECT_FALSE(mail->popDeleteMessage("id-1"));
+  EXPECT_TRUE(headers->getItem(1)->headerPresent);
+  EXPECT_FALSE(mail->popDeleteMessage("id-1"))
+      << "nothing is deleted in the session in which it could not be read";
 }
 
 TEST_F(Pop3ClientTest, AMessageWhoseRetrievalWasRefusedIsNotDeletedInThatSession) {

@@ -19,6 +19,7 @@ struct SimMail {
   std::string source;         // lines end in CR LF
   std::optional<int> size{};  // what LIST says; the length of the source when not set
   bool refused = false;       // RETR is answered with -ERR
+  bool topRefused = false;    // and so is TOP
   bool undeletable = false;   // and so is DELE
 };
 
@@ -83,7 +84,7 @@ class SimMaildropSession : public sim::Server {
       list(verb, out);
     } else if (verb == "CAPA" && drop_.pipelining) {
       out += "+OK\r\nTOP\r\nUIDL\r\nPIPELINING\r\n.\r\n";
-    } else if (verb == "TOP" && known) {
+    } else if (verb == "TOP" && known && !mails_[number - 1].topRefused) {
       const std::string& source = mails_[number - 1].source;
       multiline(source.substr(0, source.find("\r\n\r\n") + 4), out);
     } else if (verb == "RETR" && known && !mails_[number - 1].refused) {

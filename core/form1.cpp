@@ -1,7 +1,6 @@
 #include "core/form1.h"
 
-#include "core/random_letters.h"
-#include "core/settings.h"
+#include "base/module_state.h"
 
 namespace vornelle {
 
@@ -16,12 +15,7 @@ void resetTimer(Timer& timer, int interval, bool enabled) {
   timer.setEnabled(enabled);
 }
 
-}  // namespace
-
-void resetProgramState() {
-  settings = Settings{};
-  seedRandomLetters(0);
-
+void resetForm1() {
   // Whole objects are replaced, so that no handler of an earlier test runs.
   for (CheckBox* box : {&form1.ckActive, &form1.ckTestMode, &form1.ckStartMinimized, &form1.ckAutostart}) {
     *box = CheckBox{};
@@ -50,5 +44,9 @@ void resetProgramState() {
   form1.rowKey.assign(kLastRow + 1, "");
   form1.rowSender.assign(kLastRow + 1, "");
 }
+
+const ModuleState form1State(resetForm1);
+
+}  // namespace
 
 }  // namespace vornelle

@@ -67,8 +67,4 @@ struct Form1 : Request {
 
 extern Form1 form1;
 
-// Puts every program-wide value of core/ (settings, form1) back to what it is in a process that has just
-// started. For tests.
-void resetProgramState();
-
 }  // namespace vornelle

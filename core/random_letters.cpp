@@ -2,6 +2,7 @@
 
 #include <random>
 
+#include "base/module_state.h"
 #include "platform/random.h"
 
 namespace vornelle {
@@ -12,6 +13,7 @@ constexpr int kLetters = 26;
 constexpr int kUsableBytes = 256 / kLetters * kLetters;
 
 std::mt19937_64 generator;
+const ModuleState generatorState([] { generator = {}; });
 
 }  // namespace
 

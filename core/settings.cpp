@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/module_state.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "core/form1.h"
@@ -14,6 +15,8 @@ namespace vornelle {
 Settings settings;
 
 namespace {
+
+const ModuleState settingsState([] { settings = {}; });
 
 constexpr std::int16_t kSizeMinimum = 10;
 constexpr std::int16_t kSizeMaximum = 30000;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/module_state.h"
 #include "core/settings.h"
 #include "mail/mail_address.h"
 #include "mail/mail_connector.h"
@@ -30,6 +31,7 @@ constexpr std::size_t kMostHeaderText = 512U << 20;
 }  // namespace
 
 std::unique_ptr<MailComponent> currentMail;
+static const ModuleState currentMailState([] { currentMail.reset(); });
 
 struct MailComponent::Impl {
   std::string popServer, popAccount, popPassword;

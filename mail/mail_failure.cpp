@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/module_state.h"
 #include "base/text.h"
 #include "mail/charset.h"
 
@@ -217,6 +218,7 @@ std::string tlsNotOfferedText(const MailFailure& failure) {
 }  // namespace
 
 LastMailFailures lastMailFailures;
+static const ModuleState failuresState([] { lastMailFailures = {}; });
 
 std::string_view reasonName(MailReason reason) {
   return nameOf(kReasonNames, reason);

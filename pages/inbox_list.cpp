@@ -1,5 +1,6 @@
 #include "pages/inbox_list.h"
 
+#include "base/module_state.h"
 #include "base/numbers.h"
 #include "mail/mail_component.h"
 #include "pages/message_listing.h"
@@ -11,6 +12,7 @@ namespace vornelle {
 namespace {
 
 MessageListing inbox;
+const ModuleState inboxState([] { inbox = {}; });
 
 // The messages into the listing, one by one; false at the first that finds no room.
 bool takeMessages(HeaderList& list) {

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/module_state.h"
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
 #include "pages/message_listing.h"
@@ -16,6 +17,7 @@ namespace vornelle {
 namespace {
 
 MessageListing spambox;
+const ModuleState spamboxState([] { spambox = {}; });
 
 // The keys of the saved messages, the most recently modified first; nullopt when there are more than a
 // listing holds.

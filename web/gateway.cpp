@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/module_state.h"
 #include "base/text.h"
 #include "core/settings.h"
 #include "platform/clock.h"
@@ -50,6 +51,7 @@ struct Gateway {
 };
 
 std::unique_ptr<Gateway> gateway;
+const ModuleState gatewayModule([] { gateway.reset(); });
 
 Connection* find(std::uint64_t id) {
   if (!gateway) return nullptr;
@@ -310,10 +312,6 @@ void gatewayStart(AnswerRequest answer) {
   gateway->listener.onConnectionRequest = acceptConnection;
   gateway->clock.onTick = clockTick;
   if (!gateway->listener.listen(LoopbackAddress::ipv6, gateway->port)) gateway.reset();
-}
-
-void gatewayStop() {
-  gateway.reset();
 }
 
 GatewayState gatewayState() {

@@ -2,9 +2,9 @@
 //
 // The plain listener on IPv4 answers bare text, one request at a time, and takes a request only in one piece.
 // Browsers refuse bare answers on most ports, open spare connections, and send large forms in pieces. The
-// gateway reads a whole HTTP/1.1 request, queues it, hands its text to the plain listener's reading and dispatch
-// code, one request at a time, and sends the bare answer that it gets back on as an HTTP/1.1 answer. It touches
-// nothing in the plain listener.
+// gateway reads a whole HTTP/1.1 request, queues it, hands its text to the plain listener's reading and
+// dispatch code, one request at a time, and sends the bare answer that it gets back on as an HTTP/1.1 answer.
+// It touches nothing in the plain listener.
 //
 // One connection's states:
 //   1. reading: collecting a request; a wrong one is answered with its 4xx and the connection is closed
@@ -34,9 +34,6 @@ using AnswerRequest = std::function<std::optional<std::string>(std::string text)
 // Listens on [::1] with the plain listener's port. Where that address cannot be bound the program runs
 // without a gateway, and says nothing. Call it once the plain listener listens. `answer` is for tests.
 void gatewayStart(AnswerRequest answer = answerDirectly);
-
-// Closes everything. For tests.
-void gatewayStop();
 
 // What stands in the gateway right now. For tests.
 struct GatewayState {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <utility>
 
+#include "base/module_state.h"
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings.h"
@@ -49,6 +50,13 @@ int waitingHandlers = 0;
 // path's answer is under way, and a handler that still waits leaves the path alone: an action is not run
 // again because its answer is too large to be handed over at once.
 std::uint64_t answeredRequest = 0;
+
+const ModuleState listenerState([] {
+  sckWS().clear();
+  webServer = {};
+  waitingHandlers = 0;
+  answeredRequest = 0;
+});
 
 // An element whose connection is closed, or whose peer has gone, is of no use once a newer one has come:
 // answers and closes go to the newest element only. Dead connections thus hold no descriptors.
@@ -181,13 +189,6 @@ int listenerPort() {
 
 std::size_t loadedConnections() {
   return sckWS().size() - sckWS().count(0);
-}
-
-void resetWebServer() {
-  sckWS().clear();
-  webServer = WebServer{};
-  waitingHandlers = 0;
-  answeredRequest = 0;
 }
 
 }  // namespace vornelle

@@ -40,8 +40,4 @@ void listenerStart();
 // The connections that hold an element now, closed ones that await their release included.
 [[nodiscard]] std::size_t loadedConnections();
 
-// Closes and forgets all elements and puts the server's values back to what they are before listenerStart().
-// For tests.
-void resetWebServer();
-
 }  // namespace vornelle

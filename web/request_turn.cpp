@@ -1,5 +1,7 @@
 #include "web/request_turn.h"
 
+#include "base/module_state.h"
+
 #include <utility>
 
 namespace vornelle {
@@ -7,6 +9,7 @@ namespace {
 
 // The plain listener's request while one of the gateway's stands in form1.
 Request plainRequest;
+const ModuleState plainRequestState([] { plainRequest = {}; });
 
 Request& standing() {
   return form1;

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/module_state.h"
 #include "core/form1.h"
 #include "platform/files.h"
 #include "platform/sim/sim.h"

@@ -233,7 +233,6 @@ TEST_F(Startup, TheGatewayListensOnThePortThatTheListenerGot) {
   sim::occupyPort(LoopbackAddress::ipv4, 7000);
   Form1_Load();
   EXPECT_EQ(sim::listeningPort(LoopbackAddress::ipv6), 7001);
-  gatewayStop();
 }
 
 TEST_F(Startup, WithoutAListenerThereIsNoGateway) {

@@ -212,7 +212,6 @@ TEST_F(SettingsDialog, TheRunningListenerStaysWhereItIs) {
   EXPECT_EQ(settings.httpPort, 7100);
   EXPECT_EQ(listenerPort(), 7000);
   EXPECT_EQ(sim::listeningPort(LoopbackAddress::ipv4), 7000);
-  resetWebServer();
 }
 
 TEST_F(SettingsDialog, MessagesPerPageHasNoRange) {

@@ -162,7 +162,6 @@ TEST_F(MailComponentTest, ANewMailComponentKnowsBothServersAndTheSmtpUser) {
   EXPECT_EQ((std::vector<std::string>{"EHLO [127.0.0.1]", "AUTH LOGIN", "dXNlcg==", "cGFzc3dvcmQ="}),
             smtp->commands);
   currentMail.reset();
-  resetProgramState();
 }
 
 TEST_F(MailComponentTest, ANewPopComponentHasTheSettingsAndEndsTheOldSession) {

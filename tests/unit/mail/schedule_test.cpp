@@ -24,8 +24,6 @@ class Schedule : public SimTest {
     form1.Timer1.setInterval(30000);  // for a CHECK_MIN of 30
   }
 
-  ~Schedule() override { resetProgramState(); }
-
   static std::string log() { return form1.LogWindow.text(); }
   static void passMinutes(int minutes) { sim::advance(minutes * 60000); }
 

@@ -69,7 +69,8 @@ TEST_F(GatewayTest, OneRequestIsServedAndTheOthersFollowInOrderOfArrival) {
   doEvents();
   EXPECT_EQ(requestsTaken(), (std::vector<std::string>{"GET /0", "GET /1", "GET /2"}));
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(body(clients[static_cast<std::size_t>(i)].received()), "<p>GET /" + std::to_string(i) + "</p>\r\n");
+    EXPECT_EQ(body(clients[static_cast<std::size_t>(i)].received()),
+              "<p>GET /" + std::to_string(i) + "</p>\r\n");
   }
   EXPECT_FALSE(gatewayState().serving);
 }
@@ -398,13 +399,15 @@ TEST_F(GatewayTest, AFormOf8MiBIsHandedOverWhole) {
 }
 
 TEST_F(GatewayTest, NoAnswerAtAllIs502) {
-  gatewayStop();
+  resetProgramState();
+  settings.httpPort = 7000;
   gatewayStart([](const std::string&) { return std::nullopt; });
   EXPECT_THAT(ask(get("/")), StartsWith("HTTP/1.1 502 Bad Gateway\r\n"));
 }
 
 TEST_F(GatewayTest, WithoutIPv6TheProgramRunsWithoutAGateway) {
-  gatewayStop();
+  resetProgramState();
+  settings.httpPort = 7000;
   sim::refuseAddress(LoopbackAddress::ipv6);
   gatewayStart();
   sim::Client client;

@@ -27,7 +27,6 @@ class GatewayTest : public SimTest {
       return answer_ ? answer_ : answer;
     });
   }
-  ~GatewayTest() override { gatewayStop(); }
 
   static sim::Client open() {
     sim::Client client;
@@ -62,9 +61,9 @@ class GatewayTest : public SimTest {
     return lines;
   }
 
-  std::vector<std::string> taken_;       // the texts that were handed over
-  std::function<void()> meanwhile_;      // happens while the next request is being served
-  std::optional<std::string> answer_;    // in place of the usual one
+  std::vector<std::string> taken_;     // the texts that were handed over
+  std::function<void()> meanwhile_;    // happens while the next request is being served
+  std::optional<std::string> answer_;  // in place of the usual one
 };
 
 }  // namespace vornelle

@@ -14,9 +14,6 @@ using testing::IsEmpty;
 
 class ListenerStartTest : public SimTest {
  protected:
-  ListenerStartTest() { resetWebServer(); }
-  ~ListenerStartTest() override { resetWebServer(); }
-
   static void startOn(std::int32_t port) {
     settings.httpPort = port;
     listenerStart();

@@ -18,12 +18,10 @@ inline constexpr std::string_view kLoginTemplate =
 class WebTest : public SimTest {
  protected:
   WebTest() {
-    resetWebServer();
     assignConstants();
     makeFile("\\data\\login.htm", kLoginTemplate);
     listenerStart();
   }
-  ~WebTest() override { resetWebServer(); }
 
   static void logIn() { form1.sessionId = kSessionId; }
 

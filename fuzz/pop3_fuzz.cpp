@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "mail/pop3_client.h"
 #include "platform/net_stream.h"
@@ -69,12 +70,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Pop3Client client(connect, "bob", "secret", 1000);
   if (!client.logOn()) return 0;
   std::string uidl;
-  const auto take = [&uidl](std::size_t, const MaildropEntry& entry, std::string_view header) {
+  std::vector<std::string> uidls;
+  const auto take = [&](std::size_t, const MaildropEntry& entry, std::string_view header) {
     if (header.size() > (1U << 20)) std::abort();
     if (!entry.uidl.empty()) uidl = entry.uidl;
+    uidls.push_back(entry.uidl);
     return true;
   };
-  static_cast<void>(client.fetchHeaders(take));
+  const bool listed = client.fetchHeaders(take);
+  if (listed && size % 2 != 0) {
+    // A series: one message of four is not wanted after all, and of the others every second one is deleted.
+    client.expect(std::vector<std::string_view>(uidls.begin(), uidls.end()));
+    for (std::size_t n = 0; n < std::min<std::size_t>(uidls.size(), 300); ++n) {
+      if (n % 4 == 3) continue;
+      const bool whole = client.fetchMessage(uidls[n]).has_value();
+      const bool marked = n % 2 != 0 && client.deleteMessage(uidls[n]);
+      if (marked && !whole) std::abort();
+    }
+    if (size % 3 == 0) return 0;
+  }
   static_cast<void>(client.fetchUidls());
   const bool fetched = client.fetchMessage(uidl).has_value();
   const bool deleted = client.deleteMessage(uidl);

@@ -6,7 +6,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/numbers.h"
 #include "base/text.h"
@@ -62,6 +64,15 @@ struct FilterLists {
   }
 };
 
+// The messages that will most likely be caught. Each is judged again in its turn.
+std::vector<std::string_view> likelySpam(const HeaderList& list, const FilterLists& lists) {
+  std::vector<std::string_view> uidls;
+  for (const MailMessage& message : list.messages) {
+    if (!message.getUidl().empty() && lists.isSpam(message)) uidls.emplace_back(message.getUidl());
+  }
+  return uidls;
+}
+
 // True when the message counts as spam that has been saved.
 bool catchSpam(const std::string& uidl) {
   // A message that cannot be named can be neither fetched nor told from others: it is kept.
@@ -110,6 +121,7 @@ void mailFilter() {
   std::int16_t spam = 0;
   {
     const FilterLists lists;
+    if (list && currentMail) currentMail->popExpect(likelySpam(*list, lists));
     for (std::int32_t i = 0; i < count; ++i) {
       doEvents();
       const MailMessage* message = list->getItem(i);

@@ -55,6 +55,11 @@ bool LineStream::send(std::string_view bytes) {
   return alive();
 }
 
+void LineStream::startAnswer() {
+  answerStart_ = monotonicMilliseconds();
+  answerBytes_ = 0;
+}
+
 bool LineStream::fill(int timeoutMilliseconds) {
   const std::int64_t start = monotonicMilliseconds();
   const std::optional<std::size_t> count = readMore(timeoutMilliseconds);

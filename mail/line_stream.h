@@ -47,15 +47,18 @@ class LineStream {
 
   [[nodiscard]] bool send(std::string_view bytes);
 
+  // The answer that is read from here on has been asked for earlier: how fast it comes is measured from now.
+  void startAnswer();
+
   // A line without its end (CR LF, or LF from servers that do not know better). nullopt, and the stream is
   // dead: it was longer than kLongestAnswerLine, not complete within the time-out, or cut short.
   [[nodiscard]] std::optional<std::string> readLine();
   [[nodiscard]] std::optional<std::string> readLine(int timeoutMilliseconds);
 
-  // Reads a text up to the line with a lone dot and hands it on in pieces, as DotStuffedText does. Where nothing has
-  // come for the whole time-out and DotStuffedText::mayHaveEnded(), the text has ended there. That is a guess: whoever
-  // relies on the text asks the server something next. False, and the stream is dead: cut short, timed out, or longer
-  // than the limit.
+  // Reads a text up to the line with a lone dot and hands it on in pieces, as DotStuffedText does. Where
+  // nothing has come for the whole time-out and DotStuffedText::mayHaveEnded(), the text has ended there.
+  // That is a guess: whoever relies on the text asks the server something next. False, and the stream is
+  // dead: cut short, timed out, or longer than the limit.
   [[nodiscard]] bool readText(std::size_t limit, const std::function<void(std::string_view)>& take);
 
   // Bytes have arrived that no one has read.
@@ -75,7 +78,7 @@ class LineStream {
   std::unique_ptr<char[]> buffer_;
   std::size_t begin_ = 0, end_ = 0;  // what is unread in the buffer
   bool firstLineRead_ = false;
-  std::int64_t answerStart_ = 0;  // when the last command was sent
+  std::int64_t answerStart_ = 0;  // when the last command was sent, or later
   std::int64_t answerBytes_ = 0;  // that have come since
   bool bareLineFeeds_ = false;    // the server's first line ended with LF alone
   LineProblem problem_ = LineProblem::none;

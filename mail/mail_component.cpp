@@ -136,6 +136,14 @@ std::unique_ptr<HeaderList> MailComponent::popGetHeaderList(int /*option*/) {
   });
 }
 
+void MailComponent::popExpect(const std::vector<std::string_view>& uidls) {
+  if (!impl_->pop) return;
+  static_cast<void>(impl_->inSession(MailReason::saidNo, [&] {
+    impl_->pop->expect(uidls);
+    return true;
+  }));
+}
+
 std::unique_ptr<MailMessage> MailComponent::popGetMessage(const std::string& uidl) {
   if (!impl_->pop) return nullptr;
   return impl_->inSession(MailReason::noMessage, [&]() -> std::unique_ptr<MailMessage> {

@@ -105,10 +105,15 @@ class MailComponent {
   // Headers, sizes and unique-ids of every message; null on failure. A message whose unique-id cannot be told
   // has an empty one: it can be neither fetched nor deleted.
   [[nodiscard]] std::unique_ptr<HeaderList> popGetHeaderList(int option);
+  // Tells which messages will most likely be got next, in this order, so that they can be under way before
+  // they are asked for. Costs nothing where the connection does not allow it, and binds nobody.
+  void popExpect(const std::vector<std::string_view>& uidls);
   // The whole message; null on failure, and then it is not deleted in this session either.
   [[nodiscard]] std::unique_ptr<MailMessage> popGetMessage(const std::string& uidl);
   [[nodiscard]] std::unique_ptr<UidlList> popGetUidls();
   // Marks the message deleted; it is gone when the session ends with QUIT. False when it could not be marked.
+  // For a message that was expected, true says that it has been asked for: a refusal comes later, is passed
+  // over, and leaves the message in the mailbox.
   bool popDeleteMessage(const std::string& uidl);
 
   // Connects and greets (EHLO, HELO where that is refused; RFC 5321). False on any failure.

@@ -110,8 +110,22 @@ void Maildrop::keep(std::int32_t number, bool keep) {
   if (const std::size_t index = indexOf(number); index < states_.size()) states_[index].keep = keep;
 }
 
-void Maildrop::deleted(std::int32_t number) {
-  if (const std::size_t index = indexOf(number); index < states_.size()) states_[index].deleted = true;
+void Maildrop::deleted(std::int32_t number, bool deleted) {
+  if (const std::size_t index = indexOf(number); index < states_.size()) states_[index].deleted = deleted;
+}
+
+void Maildrop::fetchedWhole(std::int32_t number) {
+  if (const std::size_t index = indexOf(number); index < states_.size()) states_[index].fetchedWhole = true;
+}
+
+bool Maildrop::isFetchedWhole(std::int32_t number) const {
+  const std::size_t index = indexOf(number);
+  return index < states_.size() && states_[index].fetchedWhole;
+}
+
+const MaildropEntry* Maildrop::find(std::int32_t number) const {
+  const std::size_t index = indexOf(number);
+  return index < messages_.size() ? &messages_[index] : nullptr;
 }
 
 }  // namespace vornelle

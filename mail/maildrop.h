@@ -53,8 +53,13 @@ class Maildrop {
   // deleted in this session.
   [[nodiscard]] const MaildropEntry* findToDelete(const std::string& uidl) const;
 
-  void keep(std::int32_t number, bool keep);  // whether it must not be deleted in this session
-  void deleted(std::int32_t number);          // it can no longer be found
+  void keep(std::int32_t number, bool keep);               // whether it must not be deleted in this session
+  void deleted(std::int32_t number, bool deleted = true);  // then it can no longer be found
+  // It has come whole in a series, and in its place: it may be deleted without a further question.
+  void fetchedWhole(std::int32_t number);
+  [[nodiscard]] bool isFetchedWhole(std::int32_t number) const;
+
+  [[nodiscard]] const MaildropEntry* find(std::int32_t number) const;  // null when there is none
 
  private:
   [[nodiscard]] std::size_t indexOf(std::int32_t number) const;  // messages_.size() when there is none
@@ -65,6 +70,7 @@ class Maildrop {
     bool keep = false;
     bool deleted = false;
     bool uidlSeen = false;
+    bool fetchedWhole = false;
   };
   struct Carriers {
     std::size_t last = kMostMessages;  // the last message that has it

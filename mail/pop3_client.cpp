@@ -44,7 +44,7 @@ Pop3Client::Pop3Client(Connector connector, std::string account, std::string pas
 
 Pop3Client::~Pop3Client() {
   // The answer is awaited: until it has come the server may still be deleting.
-  static_cast<void>(ask("QUIT"));
+  if (endSeries()) static_cast<void>(ask("QUIT"));
 }
 
 bool Pop3Client::logOn() {
@@ -125,6 +125,10 @@ void Pop3Client::abandon() {
 // ---- commands and answers ----
 
 bool Pop3Client::sendCommands(std::string_view commands, int count) {
+  return settleSeries() && sendInStep(commands, count);
+}
+
+bool Pop3Client::sendInStep(std::string_view commands, int count) {
   if (!line_ || !line_->alive()) return false;
   if (unanswered_ == 0 && line_->hasUnread()) {
     // More than was asked for: client and server do not mean the same answers any more.
@@ -215,7 +219,8 @@ bool Pop3Client::confirm(const MaildropEntry& entry) {
   return sendAnyway("UIDL" + number + "\r\n", 1) && readConfirmation(entry);
 }
 
-bool Pop3Client::readConfirmation(const MaildropEntry& entry) {
+// `mayBeRefused`: the text has been refused, and so may be its confirmation. False then as well.
+bool Pop3Client::readConfirmation(const MaildropEntry& entry, bool mayBeRefused) {
   std::size_t passed = 0;  // bytes so far
   bool listing = false;    // they are the start of a whole list and nothing else
   const auto confirmed = [&](bool atOnce) {
@@ -235,6 +240,7 @@ bool Pop3Client::readConfirmation(const MaildropEntry& entry) {
       uidlOfOne_ = UidlOfOne::refused;
       return readLines(kMostMessages, [](std::string_view) { return true; }) && confirmed(listing);
     }
+    if (first && mayBeRefused && startsWithNoCase(*line, kError)) return confirmed(false);
     if (uidlOfOne_ == UidlOfOne::unknown && startsWithNoCase(*line, kError)) {
       --unanswered_;
       uidlOfOne_ = UidlOfOne::refused;
@@ -264,22 +270,31 @@ std::optional<Pop3Client::Message> Pop3Client::fetchMessage(const std::string& u
   if (!askList() || !askUidls()) return std::nullopt;
   const MaildropEntry* const entry = maildrop_->findToRead(uidl);
   if (entry == nullptr) return std::nullopt;
-  // Only a whole text takes this back.
-  maildrop_->keep(entry->number, true);
+  if (series_.brings(entry->number)) return fetchFromSeries(*entry);
   const std::string number = std::to_string(entry->number) + "\r\n";
   const bool both = pipelining_ && uidlOfOne_ == UidlOfOne::works;  // saves a wait
   if (!sendCommands("RETR " + number + (both ? "UIDL " + number : ""), both ? 2 : 1)) return std::nullopt;
+  return readMessage(*entry, both);
+}
+
+// The answers to RETR and, where it is under way already, to the question that confirms it.
+std::optional<Pop3Client::Message> Pop3Client::readMessage(const MaildropEntry& entry,
+                                                           bool confirmationUnderWay) {
+  // Only a whole text takes this back.
+  maildrop_->keep(entry.number, true);
   const Answer answer = readAnswer(timeout_);
   if (answer == Answer::dead) return std::nullopt;
+  const bool refused = answer == Answer::refused;
   Message message;
-  message.size = entry->size;
-  message.uidl = entry->uidl;
+  message.size = entry.size;
+  message.uidl = entry.uidl;
   // The announced size is a hint at best; memory is taken as the text comes in.
   const auto take = [&](std::string_view piece) { message.text += piece; };
-  if (answer == Answer::ok && !line_->readText(kLongestMessage, take)) return std::nullopt;
-  if (!(both ? readConfirmation(*entry) : answer == Answer::refused || confirm(*entry))) return std::nullopt;
+  if (!refused && !line_->readText(kLongestMessage, take)) return std::nullopt;
+  if (!(confirmationUnderWay ? readConfirmation(entry, refused) : refused || confirm(entry)))
+    return std::nullopt;
   if (message.text.empty()) return std::nullopt;
-  maildrop_->keep(entry->number, false);
+  maildrop_->keep(entry.number, false);
   return message;
 }
 
@@ -287,7 +302,14 @@ bool Pop3Client::deleteMessage(const std::string& uidl) {
   begin(MailStep::deleting);
   if (!askList() || !askUidls()) return false;
   const MaildropEntry* const entry = maildrop_->findToDelete(uidl);
-  if (entry == nullptr || !confirm(*entry)) return false;
+  if (entry == nullptr) return false;
+  if (maildrop_->isFetchedWhole(entry->number)) {
+    series_.addDeletion(entry->number);
+    maildrop_->deleted(entry->number);
+    deletedSomething_ = true;
+    return true;
+  }
+  if (!settleSeries() || !confirm(*entry)) return false;
   if (ask("DELE " + std::to_string(entry->number)) != Answer::ok) return false;
   maildrop_->deleted(entry->number);
   deletedSomething_ = true;

@@ -27,6 +27,7 @@
 #include "mail/mail_connector.h"
 #include "mail/mail_failure.h"
 #include "mail/maildrop.h"
+#include "mail/pop3_series.h"
 
 namespace vornelle {
 
@@ -68,6 +69,11 @@ class Pop3Client {
   };
   [[nodiscard]] std::optional<Message> fetchMessage(const std::string& uidl);
 
+  // Tells which messages will most likely be fetched next, in this order: on a connection that may pipeline
+  // they are then asked for ahead (see pop3_series.h), and fetchMessage() finds them under way. What is not
+  // fetched after all is read and dropped. Elsewhere it does nothing.
+  void expect(const std::vector<std::string_view>& uidls);
+
   // Makes the session a dead one.
   void abandon();
 
@@ -75,7 +81,9 @@ class Pop3Client {
   [[nodiscard]] MailFailure failure() const;
 
   // DELE, once the server has confirmed which message that is. It is gone when the session has ended with
-  // QUIT.
+  // QUIT. For a message of a series the confirmation has come with it, and true says that DELE goes out with
+  // the next commands: its answer is read in its turn, at the latest before QUIT, and where it is a refusal
+  // the message stays.
   [[nodiscard]] bool deleteMessage(const std::string& uidl);
 
  private:
@@ -88,17 +96,24 @@ class Pop3Client {
   [[nodiscard]] std::unique_ptr<NetStream> agreedToEncrypt();
   void leave();
   bool sendCommands(std::string_view commands, int count);
+  bool sendInStep(std::string_view commands, int count);
   bool sendAnyway(std::string_view commands, int count);
   Answer readAnswer(int timeoutMilliseconds);
   Answer ask(const std::string& command);
   bool readLines(std::size_t most, const std::function<bool(std::string_view)>& take);
   bool confirm(const MaildropEntry& entry);
-  bool readConfirmation(const MaildropEntry& entry);
+  bool readConfirmation(const MaildropEntry& entry, bool mayBeRefused = false);
+  std::optional<Message> readMessage(const MaildropEntry& entry, bool confirmationUnderWay);
   bool askList();
   bool askUidls();
   bool askCapabilities();
   bool fetchHeadersOnce(const TakeHeader& take);
   class HeaderFetch;
+  std::optional<Message> fetchFromSeries(const MaildropEntry& entry);
+  bool passStep(const Pop3Series::Step& step, std::optional<std::int64_t> deadline);
+  bool passAll(std::optional<std::int64_t> deadline);
+  bool settleSeries();
+  bool endSeries();
 
   std::unique_ptr<MailConnector> connector_;
   std::string account_, password_;
@@ -109,7 +124,8 @@ class Pop3Client {
   std::string refusal_;               // the last answer that was no +OK
   bool mayTalk_ = true;               // the line is as well protected as it is to be
   std::optional<Maildrop> maildrop_;  // once LIST has been answered
-  int unanswered_ = 0;                // commands
+  Pop3Series series_;
+  int unanswered_ = 0;  // commands
   bool uidlAsked_ = false;
   bool deletedSomething_ = false;
   bool capabilitiesAllowed_ = true;

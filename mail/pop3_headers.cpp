@@ -152,6 +152,7 @@ bool Pop3Client::fetchHeaders(const TakeHeader& take) {
   capabilitiesOnTrial_ = false;
   pipelining_ = false;
   maildrop_.reset();
+  series_ = {};
   uidlAsked_ = false;
   if (!connectAndLogOn()) return false;
   begin(MailStep::listing);

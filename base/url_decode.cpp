@@ -1,7 +1,9 @@
 #include "base/url_decode.h"
 
+#include <algorithm>
 #include <string_view>
 
+#include "base/characters.h"
 #include "base/text.h"
 
 namespace vornelle {
@@ -22,6 +24,30 @@ constexpr Replacement kReplacements[] = {
     {"%2C", ","}, {"%3B", ";"},      {"%60", "`"},    {"%7E", "~"},  {"%2B", "+"},    {"%B4", "\xB4"},
 };
 
+// Takes one of the spellings off the start of the text.
+bool take(std::string_view& text, std::string_view plain, std::string_view encoded) {
+  for (const std::string_view spelling : {plain, encoded}) {
+    if (!startsWithNoCase(text, spelling)) continue;
+    text.remove_prefix(spelling.size());
+    return true;
+  }
+  return false;
+}
+
+// The reference that the text starts with behind its "%26", and how long it is there; "" for anything else.
+std::string reference(std::string_view text, std::size_t& length) {
+  constexpr std::size_t kMostDigits = 7;
+  std::string_view rest = text;
+  if (!take(rest, "#", "%23")) return "";
+  const std::size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
+  if (digits > kMostDigits) return "";
+  const std::string found = "&#" + std::string(rest.substr(0, digits)) + ";";
+  rest.remove_prefix(digits);
+  if (!take(rest, ";", "%3B") || textCharacter(found).length == 1) return "";
+  length = text.size() - rest.size();
+  return found;
+}
+
 }  // namespace
 
 std::string urlDecode(std::string text) {
@@ -29,6 +55,20 @@ std::string urlDecode(std::string text) {
     if (text.find(row.find) != std::string::npos) text = replaceAll(text, row.find, row.with);
   }
   return text;
+}
+
+std::string decodePostedReferences(std::string_view text) {
+  constexpr std::string_view kAmpersand = "%26";
+  std::string result;
+  for (;;) {
+    const std::size_t start = text.find(kAmpersand);
+    if (start == std::string_view::npos) return result.append(text);
+    const std::string_view behind = text.substr(start + kAmpersand.size());
+    std::size_t length = 0;
+    const std::string found = reference(behind, length);
+    result.append(text.substr(0, start)).append(found.empty() ? kAmpersand : std::string_view(found));
+    text = behind.substr(length);
+  }
 }
 
 }  // namespace vornelle

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace vornelle {
 
@@ -9,5 +10,10 @@ namespace vornelle {
 // the one before; letter case matters. An escape that is not in the table ("%40", "%2f") stays as it is, and
 // an escaped percent sign can be decoded twice ("%2526" gives "&").
 [[nodiscard]] std::string urlDecode(std::string text);
+
+// Browsers post a character that the page's code page lacks as its reference, in which they encode what a
+// form cannot hold: "%26%231087%3B", or "%26#1087;" from our own pages. Such references, to characters
+// outside Windows-1252 only, are put back; everything else stays encoded.
+[[nodiscard]] std::string decodePostedReferences(std::string_view text);
 
 }  // namespace vornelle

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/characters.h"
 #include "base/text.h"
 #include "pages/browser_text.h"
 #include "web/gateway_answer.h"
@@ -67,6 +68,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // What is made into text for a page: no markup, and nothing but decimal references is one.
   const std::string shown = vornelle::browserText(text);
   if (shown.find_first_of("<>\"'") != std::string::npos) std::abort();
-  if (vornelle::firstLetters(text, 35).size() > 35 * 10) std::abort();
+  if (vornelle::firstCharacters(text, 35).size() > 35 * 10) std::abort();
   return 0;
 }

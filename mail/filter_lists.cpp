@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "base/url_decode.h"
 #include "core/event_log.h"
+#include "core/letter_case.h"
 #include "mail/array_sort.h"
 #include "platform/files.h"
 
@@ -43,9 +44,10 @@ Addition prepareAddition(std::string_view listName, std::string_view entry, Line
   const std::optional<Lines> lines = readLines(listName);
   if (!lines) return Addition::listUnreadable;
   entries.clear();
+  const std::string form = searchForm(entry);
   for (const std::string& line : *lines) {
-    if (equalsNoCase(line, entry)) return Addition::duplicate;
-    if (!trim(line).empty()) entries.push_back(toLower(line));
+    if (searchForm(line) == form) return Addition::duplicate;
+    if (!trim(line).empty()) entries.push_back(toSmallLetters(line));
   }
   return entries.size() < kListCapacity ? Addition::possible : Addition::listFull;
 }
@@ -96,7 +98,10 @@ std::optional<std::vector<std::string>> listMatches(std::string_view listName, s
   std::optional<Lines> lines = readLines(listName);
   if (lines) {
     const bool isBlank = trim(text).empty();
-    std::erase_if(*lines, [&](const std::string& line) { return isBlank || !containsNoCase(line, text); });
+    const std::string form = searchForm(text);
+    std::erase_if(*lines, [&](const std::string& line) {
+      return isBlank || searchForm(line).find(form) == std::string::npos;
+    });
   }
   return lines;
 }
@@ -116,7 +121,8 @@ std::optional<std::vector<std::string>> listForFilter(std::string_view listName)
 
 void listAdd(std::string_view listName, std::string_view entry) {
   const std::string name(listName);
-  const std::string added = toLower(trim(entry));
+  // A letter that the page's code page lacks is posted as a reference: it is that letter from here on.
+  const std::string added = toSmallLetters(trim(decodePostedReferences(entry)));
   if (added.empty()) return;
 
   Lines entries;
@@ -141,11 +147,11 @@ ListAdditions listAddMany(std::string_view listName, const std::vector<std::stri
 
   ListAdditions additions;
   std::unordered_set<std::string> held;
-  for (const std::string& line : *lines) held.insert(toLower(line));
+  for (const std::string& line : *lines) held.insert(searchForm(line));
   for (const std::string& entry : entries) {
-    std::string added = toLower(trim(entry));
+    std::string added = toSmallLetters(trim(entry));
     if (added.empty()) continue;
-    if (!held.insert(added).second) {
+    if (!held.insert(searchForm(added)).second) {
       ++additions.skipped;
       continue;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "core/letter_case.h"
 
 namespace vornelle {
 namespace {
@@ -43,7 +44,7 @@ std::size_t beginningHash(std::string_view beginning) {
 ListMatcher::ListMatcher(const std::vector<std::string>& entries) {
   entries_.reserve(entries.size());
   for (const std::string& entry : entries) {
-    if (!trim(entry).empty()) entries_.push_back(toLower(entry));
+    if (!trim(entry).empty()) entries_.push_back(searchForm(entry));
   }
   if (entries_.empty()) return;
   std::sort(entries_.begin(), entries_.end());
@@ -64,7 +65,7 @@ ListMatcher::ListMatcher(const std::vector<std::string>& entries) {
 
 bool ListMatcher::matches(std::string_view text) const {
   if (entries_.empty()) return false;
-  const std::string folded = toLower(text);
+  const std::string folded = searchForm(text);
   for (std::string_view rest = folded; rest.size() >= shortest_; rest.remove_prefix(1)) {
     if (someEntryMayBegin(rest) && beginsWithEntry(rest)) return true;
   }

@@ -1,7 +1,7 @@
 // Searches a text for every entry of a filter list at once.
 //
-// 1. The entries, in small letters, are sorted. One that begins with another entry is left out: where it
-//    occurs, the shorter one occurs as well.
+// 1. The entries, in the form of core/letter_case.h, are sorted. One that begins with another entry is left
+//    out: where it occurs, the shorter one occurs as well.
 // 2. At each position of the text, a table of bits tells whether any entry begins with the next one to four
 //    bytes. It errs on one side only, and rarely.
 // 3. Where it says yes, the entry that sorts last among those not above the rest of the text is looked up by
@@ -26,7 +26,7 @@ class ListMatcher {
   // with the blanks around them.
   explicit ListMatcher(const std::vector<std::string>& entries);
 
-  // True when at least one entry occurs in the text, letter case (of Windows-1252) ignored.
+  // True when at least one entry occurs in the text, letter case ignored in every alphabet.
   [[nodiscard]] bool matches(std::string_view text) const;
 
  private:

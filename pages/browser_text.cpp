@@ -1,5 +1,7 @@
 #include "pages/browser_text.h"
 
+#include <cstddef>
+
 #include "core/form1.h"
 
 namespace vornelle {
@@ -7,6 +9,16 @@ namespace {
 
 // "&#1114111;" names the last character that there is.
 constexpr std::size_t kMostDigits = 7;
+
+// The length of the decimal character reference that begins at `at`; 0 where there is none.
+std::size_t referenceLength(std::string_view text, std::size_t at) {
+  if (text.substr(at, 2) != "&#") return 0;
+  std::size_t end = at + 2;
+  while (end < text.size() && text[end] >= '0' && text[end] <= '9') ++end;
+  const std::size_t digits = end - at - 2;
+  const bool closed = end < text.size() && text[end] == ';';
+  return closed && digits > 0 && digits <= kMostDigits ? end + 1 - at : 0;
+}
 
 }  // namespace
 
@@ -19,33 +31,26 @@ std::string browserText(std::string_view text) {
   result.reserve(text.size());
   for (std::size_t at = 0; at < text.size(); ++at) {
     switch (text[at]) {
-      case '<': result += "&lt;"; break;
-      case '>': result += "&gt;"; break;
-      case '"': result += "&quot;"; break;
-      case '\'': result += "&#39;"; break;
-      case '&': result += referenceLength(text, at) > 0 ? "&" : "&amp;"; break;
-      default: result += text[at];
+      case '<':
+        result += "&lt;";
+        break;
+      case '>':
+        result += "&gt;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      case '\'':
+        result += "&#39;";
+        break;
+      case '&':
+        result += referenceLength(text, at) > 0 ? "&" : "&amp;";
+        break;
+      default:
+        result += text[at];
     }
   }
   return result;
-}
-
-std::size_t referenceLength(std::string_view text, std::size_t at) {
-  if (text.substr(at, 2) != "&#") return 0;
-  std::size_t end = at + 2;
-  while (end < text.size() && text[end] >= '0' && text[end] <= '9') ++end;
-  const std::size_t digits = end - at - 2;
-  const bool closed = end < text.size() && text[end] == ';';
-  return closed && digits > 0 && digits <= kMostDigits ? end + 1 - at : 0;
-}
-
-std::string_view firstLetters(std::string_view text, std::size_t count) {
-  std::size_t end = 0;
-  for (; count > 0 && end < text.size(); --count) {
-    const std::size_t length = referenceLength(text, end);
-    end += length > 0 ? length : 1;
-  }
-  return text.substr(0, end);
 }
 
 }  // namespace vornelle

@@ -8,7 +8,6 @@
 // shows the letter. A reference stands for text too, whatever it names.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -20,11 +19,5 @@ namespace vornelle {
 // For an element or a quoted attribute: "<", ">", both quotes and every "&" that begins no decimal reference
 // become references.
 [[nodiscard]] std::string browserText(std::string_view text);
-
-// The length of the decimal character reference that begins at `at`; 0 where there is none.
-[[nodiscard]] std::size_t referenceLength(std::string_view text, std::size_t at);
-
-// The first letters, a reference counting as one.
-[[nodiscard]] std::string_view firstLetters(std::string_view text, std::size_t count);
 
 }  // namespace vornelle

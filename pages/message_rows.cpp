@@ -2,10 +2,12 @@
 
 #include <optional>
 
+#include "base/characters.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "core/event_log.h"
 #include "core/form1.h"
+#include "core/letter_case.h"
 #include "core/settings.h"
 #include "pages/browser_text.h"
 #include "pages/modSGML.h"
@@ -101,20 +103,20 @@ std::string cleanSender(std::string_view from) {
 
 std::string senderCell(std::string_view from, std::string_view tickedBox) {
   const std::string clean = cleanSender(from);
-  const std::string entry = toLower(clean);
+  const std::string entry = toSmallLetters(clean);
   std::string cell = cellStart(" valign='top'", "from");
   if (clean.empty()) {
     cell += kNone;
   } else if (form1.requestByGateway) {
     cell += "<a href='#addinput' data-sender='" + browserText(entry) + "'";
     if (!tickedBox.empty()) cell += " data-tick='" + std::string(tickedBox) + "'";
-    cell += ">" + browserText(firstLetters(replaceAll(from, "\"", ""), kSenderLength)) + "</a>";
+    cell += ">" + browserText(firstCharacters(replaceAll(from, "\"", ""), kSenderLength)) + "</a>";
   } else {
     std::string shown = replaceAll(from, "\"", "");
     textToHtml(shown);
     const std::string tick = tickedBox.empty() ? "" : ";" + std::string(tickedBox) + ".checked=1;";
     cell += "<a href='#addinput' onClick='form1.addtolist.value=\"" + entry + "\"" + tick + "'>" +
-            shown.substr(0, kSenderLength) + "</a>";
+            std::string(firstCharacters(shown, kSenderLength)) + "</a>";
   }
   return cell.append(kCellEnd);
 }
@@ -124,8 +126,7 @@ std::string dateCell(std::string_view date) {
 }
 
 std::string subjectCell(std::string_view subject, std::string_view address, std::string_view sizeText) {
-  std::string text = form1.requestByGateway ? browserText(firstLetters(subject, kSubjectLength))
-                                            : std::string(subject.substr(0, kSubjectLength));
+  std::string text = pageText(firstCharacters(subject, kSubjectLength));
   // A link needs a name to be followed by.
   if (text.empty() || (form1.requestByGateway && trim(text).empty())) text = kNone;
   const std::string start = cellStart("", "subject");

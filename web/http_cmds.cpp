@@ -122,7 +122,7 @@ std::string filterNow() {
 }
 
 std::string findInLists() {
-  return pageFind(requestParam("findinlists").value_or(""));
+  return pageFind(decodePostedReferences(requestParam("findinlists").value_or("")));
 }
 
 std::string unrecognizedPage() {

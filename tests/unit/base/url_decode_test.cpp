@@ -53,5 +53,18 @@ TEST(UrlDecode, AnEmptyTextStaysEmpty) {
   EXPECT_EQ(urlDecode(""), "");
 }
 
+TEST(UrlDecode, ReferencesToCharactersOutsideTheCodePageArePutBack) {
+  EXPECT_EQ("&#1087;&#1088;", decodePostedReferences("%26%231087%3B%26%231088%3b"));
+  EXPECT_EQ("a&#128512; b", decodePostedReferences("a%26#128512; b"));
+  EXPECT_EQ("%26&#1087;%26", decodePostedReferences("%26%26#1087;%26"));
+}
+
+TEST(UrlDecode, AllOtherReferencesStayEncoded) {
+  for (const std::string text :
+       {"%26", "%26#", "%26#;", "%26%2360%3B", "%26#60;", "%26#252;", "%26lt;", "%26#1087", "%26#x43F;",
+        "&#1087;", "%26#55296;", "%26#01087;", "%26#111111111111111111;", "%40%253B"})
+    EXPECT_EQ(text, decodePostedReferences(text));
+}
+
 }  // namespace
 }  // namespace vornelle

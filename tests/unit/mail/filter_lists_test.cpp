@@ -310,5 +310,61 @@ TEST_F(FilterLists, ManyEntriesAreAddedBesideLinesThatKeepTheirSpelling) {
   EXPECT_EQ(friends(), " Ada \r\nZoe@Example.org\r\nada\r\nnew@x\r\n");
 }
 
+// Cyrillic and Greek, in the references by which 8-bit text holds them: "Привет" and "ΝΙΚΟΣ".
+constexpr const char* kHello = "&#1055;&#1088;&#1080;&#1074;&#1077;&#1090;";
+constexpr const char* kHelloSmall = "&#1087;&#1088;&#1080;&#1074;&#1077;&#1090;";
+constexpr const char* kNikosCapitals = "&#925;&#921;&#922;&#927;&#931;";
+constexpr const char* kNikosSmall = "&#957;&#953;&#954;&#959;&#962;";
+
+TEST_F(FilterLists, AnEntryInAnyAlphabetIsAddedInSmallLetters) {
+  listAdd("FriendList", std::string(kHello) + " \xDCnal");
+  EXPECT_EQ(friends(), std::string(kHelloSmall) + " \xFCnal\r\n");
+  EXPECT_THAT(log(), EndsWith("] FriendList add: " + std::string(kHelloSmall) + " \xFCnal\r\n"));
+}
+
+TEST_F(FilterLists, LettersAreTakenAsBrowsersPostThem) {
+  listAdd("FriendList", "%26%231055%3B%26%231088%3b+%26#128512;");
+  EXPECT_EQ(friends(), "&#1087;&#1088; &#128512;\r\n");
+  EXPECT_THAT(log(), EndsWith("] FriendList add: &#1087;&#1088;+&#128512;\r\n"));
+}
+
+TEST_F(FilterLists, OtherReferencesAreTakenAsTheyArePosted) {
+  listAdd("FriendList", "%26lt;%26#60;");
+  EXPECT_EQ(friends(), "&lt;&#60;\r\n");
+}
+
+TEST_F(FilterLists, ADuplicateInAnyAlphabetIsFoundInEitherCase) {
+  const std::string before = std::string(kHello) + "\r\n" + kNikosCapitals + "\r\n";
+  makeFriends(before);
+  listAdd("FriendList", kHelloSmall);
+  listAdd("FriendList", "%26%231055%3B%26%231088%3B%26%231080%3B%26%231074%3B%26%231077%3B%26%231090%3B");
+  listAdd("FriendList", kNikosSmall);
+  EXPECT_EQ(friends(), before);
+  EXPECT_EQ(log(), "");
+}
+
+TEST_F(FilterLists, AnAddWritesLinesInEveryAlphabetSmall) {
+  makeFriends(std::string(kHello) + "\r\n" + kNikosCapitals + "\r\n");
+  listAdd("FriendList", "&#1046;");
+  EXPECT_EQ(friends(), "&#1078;\r\n" + std::string(kHelloSmall) + "\r\n&#957;&#953;&#954;&#959;&#963;\r\n");
+}
+
+TEST_F(FilterLists, ManyEntriesAtOnceAreComparedInEveryAlphabet) {
+  makeFriends(std::string(kHello) + "\r\n");
+  const ListAdditions additions =
+      listAddMany("FriendList", {kHelloSmall, kNikosCapitals, kNikosSmall, "&#1046;"});
+  EXPECT_EQ(additions.added, 2U);
+  EXPECT_EQ(additions.skipped, 2U);
+  EXPECT_EQ(friends(), std::string(kHello) + "\r\n&#1078;\r\n&#957;&#953;&#954;&#959;&#963;\r\n");
+}
+
+TEST_F(FilterLists, ASearchIgnoresCaseInEveryAlphabetAndFindsNoPartsOfCharacters) {
+  makeFriends(std::string(kHello) + " <ivan@example.org>\r\n&#20263;\r\n");
+  EXPECT_EQ(listMatches("FriendList", "&#1080;&#1042;")->size(), 1U);
+  EXPECT_EQ(listMatches("FriendList", "&#20263;")->size(), 1U);
+  for (const char* text : {"1087", "2026", "&#", ";", "8"})
+    EXPECT_EQ(listMatches("FriendList", text)->size(), 0U);
+}
+
 }  // namespace
 }  // namespace vornelle

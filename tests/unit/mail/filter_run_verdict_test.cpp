@@ -105,5 +105,28 @@ TEST_F(FilterRun, MailIsNotJudgedByAListThatCannotBeRead) {
   EXPECT_TRUE(isKept("ada@friends.example"));
 }
 
+TEST_F(FilterRun, ASubjectInAnyAlphabetKeepsItsMessageWhateverItsLetterCase) {
+  // "приветствие" on the list, "ПРИВЕТСТВИЕ ОТ ИВАНА" in the mail, in KOI8-R and in UTF-8.
+  makeFile("\\data\\subjectlist.txt",
+           "&#1087;&#1088;&#1080;&#1074;&#1077;&#1090;&#1089;&#1090;&#1074;&#1080;&#1077;\r\n");
+  EXPECT_TRUE(isKept("eve@elsewhere.example", "=?koi8-r?B?8PLp9+X08/T36eUg7/Qg6ffh7uE=?="));
+  EXPECT_TRUE(
+      isKept("eve@elsewhere.example", "=?utf-8?B?0J/QoNCY0JLQldCi0KHQotCS0JjQlSDQntCiINCY0JLQkNCd0JA=?="));
+  EXPECT_FALSE(isKept("eve@elsewhere.example", "=?utf-8?B?0J/QoNCY0JLQldCi?="));
+}
+
+TEST_F(FilterRun, ASenderInAnyAlphabetIsAFriendOrAnEnemyWhateverItsLetterCase) {
+  makeFile("\\data\\friendlist.txt", "&#931;&#959;&#966;&#943;&#945;\r\n");  // "Σοφία"
+  EXPECT_TRUE(isKept("=?utf-8?B?zqPOn86mzorOkQ==?= <eve@elsewhere.example>"));
+  makeFile("\\data\\enemylist.txt", "&#963;&#959;&#966;\r\n");
+  EXPECT_FALSE(isKept("=?utf-8?B?zqPOn86mzorOkQ==?= <eve@elsewhere.example>"));
+}
+
+TEST_F(FilterRun, ANumberOnAListMatchesNoPartOfALetter) {
+  makeFile("\\data\\subjectlist.txt", "2026\r\n");
+  EXPECT_FALSE(isKept("eve@elsewhere.example", "=?utf-8?B?5Lyn?=")) << "&#20263;";
+  EXPECT_TRUE(isKept("eve@elsewhere.example", "=?utf-8?B?5Lyn?= 2026"));
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -155,5 +155,27 @@ TEST(ListMatcher, VerdictsOnLongListsAreThoseOfThePlainLoop) {
   }
 }
 
+TEST(ListMatcher, LetterCaseIsIgnoredInEveryAlphabet) {
+  EXPECT_TRUE(matches({"&#1055;&#1056;&#1048;"}, "x &#1087;&#1088;&#1080;&#1074; y"));
+  EXPECT_TRUE(matches({"&#1087;&#1088;&#1080;"}, "x &#1055;&#1056;&#1048; y"));
+  EXPECT_TRUE(matches({"&#957;&#953;&#954;&#959;&#962;"}, "&#925;&#921;&#922;&#927;&#931;"))
+      << "a final sigma";
+  EXPECT_FALSE(matches({"&#1087;&#1088;"}, "&#1087; &#1088;"));
+}
+
+// Otherwise a year on the SubjectList would let every message with a certain Chinese character in.
+TEST(ListMatcher, AnEntryMatchesNoPartOfAnotherCharacter) {
+  for (const char* entry : {"2026", "20263", "0", "&", "&#", "#", ";", "&#20263", "\xE4", "\xBC", "\xA7"})
+    EXPECT_FALSE(matches({entry}, "&#20263;")) << entry;  // in UTF-8 E4 BC A7
+  EXPECT_TRUE(matches({"2026"}, "&#20263; in 2026"));
+  EXPECT_TRUE(matches({"&#2026"}, "what is &#2026"));
+}
+
+TEST(ListMatcher, CombiningMarksAndEmojiAreCharactersLikeOthers) {
+  EXPECT_TRUE(matches({"&#128512;"}, "hi &#128512;!"));
+  EXPECT_FALSE(matches({"&#128512;"}, "hi &#128513;!"));
+  EXPECT_TRUE(matches({"E&#769;"}, "caf\x65&#769;"));
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -23,13 +23,6 @@ TEST(BrowserText, KeepsDecimalReferencesAndNoOthers) {
             "&amp; &amp;amp; &amp;lt; &amp;#x41; &amp;#; &amp;#12 &amp;#12345678;");
 }
 
-TEST(FirstLetters, CountAReferenceAsOne) {
-  EXPECT_EQ(firstLetters("a&#1087;b&#1088;c", 4), "a&#1087;b&#1088;");
-  EXPECT_EQ(firstLetters("&#1087", 3), "&#1");
-  EXPECT_EQ(firstLetters("ab", 5), "ab");
-  EXPECT_EQ(firstLetters("ab", 0), "");
-}
-
 class PagesInABrowser : public PageTest {
  protected:
   PagesInABrowser() {

@@ -63,5 +63,12 @@ TEST_F(FindPage, TheResultIsFilledInAfterTheSessionAndHoldsItsOwnMarkersAsTheyAr
   EXPECT_THAT(pageFind("<!--SSSESSION-->"), testing::HasSubstr("</b><!--SSSESSION--></p>"));
 }
 
+TEST_F(FindPage, LettersOfEveryAlphabetAreFoundAndShown) {
+  makeFile("\\data\\friendlist.txt", "&#1055;&#1088;&#1080;&#1074;&#1077;&#1090;\r\n");
+  const std::string page = pageFind("&#1055;&#1056;&#1048;");
+  EXPECT_THAT(page, testing::HasSubstr("<b>Last search: </b>&#1055;&#1056;&#1048;</p>"));
+  EXPECT_THAT(page, testing::HasSubstr("- &#1055;&#1088;&#1080;&#1074;&#1077;&#1090;<br>"));
+}
+
 }  // namespace
 }  // namespace vornelle

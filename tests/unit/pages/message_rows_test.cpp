@@ -227,5 +227,35 @@ TEST_F(BrowserRows, AKeyNeitherEndsItsAddressNorTheAttribute) {
               testing::HasSubstr("<a href='displayemail.cgi?uidl=a&#39; onclick=&#39;b%26c&s=SESSION' "));
 }
 
+// ---- letters outside the code page ----
+
+// One such letter, as 8-bit text holds it., as 8-bit text holds it.
+std::string repeated(int count) {
+  std::string text;
+  while (count-- > 0) text += "&#1055;";
+  return text;
+}
+
+TEST_F(MessageRows, ACharacterOutsideTheCodePageCountsAsOneAndIsNotCut) {
+  EXPECT_THAT(senderCell(repeated(30), ""), testing::HasSubstr(">" + repeated(25) + "</a>"));
+  EXPECT_THAT(senderCell("ab" + repeated(30), ""), testing::HasSubstr(">ab" + repeated(23) + "</a>"));
+  EXPECT_THAT(subjectCell(repeated(40), "x.cgi?a=b", "1 KB"),
+              testing::HasSubstr(">" + repeated(35) + "</a>"));
+}
+
+TEST_F(MessageRows, OtherReferencesCountLetterByLetter) {
+  const std::string sender = repeated(22) + "&lt;&#60;";
+  EXPECT_THAT(senderCell(sender, ""), testing::HasSubstr(">" + repeated(22) + "&lt</a>"));
+  EXPECT_THAT(subjectCell(std::string(33, 'x') + "&#252;", "x.cgi?a=b", "1 KB"),
+              testing::HasSubstr(">" + std::string(33, 'x') + "&#</a>"));
+}
+
+TEST_F(MessageRows, TheSenderGoesIntoTheAddFieldInSmallLettersOfItsAlphabet) {
+  EXPECT_THAT(senderCell("&#1055;&#1056; \xDC", ""), testing::HasSubstr("value=\"&#1087;&#1088; \xFC\"'>"));
+  form1.requestByGateway = true;
+  EXPECT_THAT(senderCell("&#1055;&#1056; \xDC", ""),
+              testing::HasSubstr("data-sender='&#1087;&#1088; \xFC'>&#1055;&#1056; \xDC</a>"));
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -138,6 +138,12 @@ TEST_F(DispatchTest, ASearchWhoseTextCannotBeReadIsAnEmptyOne) {
   EXPECT_THAT(getWithSession("findinlists.htm"), HasSubstr("<b>Last search: </b></p>"));
 }
 
+TEST_F(DispatchTest, TheSearchTextMayHoldLettersOutsideTheCodePage) {
+  logIn();
+  EXPECT_THAT(postWithSession("findinlists.htm", "findinlists=%26#1087;%26%231088%3B%26lt;&END="),
+              HasSubstr("<b>Last search: </b>&#1087;&#1088;%26lt;</p>"));
+}
+
 TEST_F(DispatchTest, AnUnrecognizedPageIsLoggedAndShown) {
   logIn();
   const std::string path = "foo.htm?s=" + kSessionId;

@@ -35,8 +35,10 @@ struct FileStart {
 [[nodiscard]] std::optional<FileStart> readFileStart(const std::string& path, std::size_t most);
 
 // Replaces the file's content so that a crash leaves the old content or the new one: written to a temporary file beside
-// it, flushed to the disk, renamed over it. False when it could not be written whole; the old file then stands as it
-// was, and where there was none there is none.
+// it, flushed to the disk, renamed over it. Where the system refuses that (another program holds the file open, the
+// folder takes no new file) and lets the file itself be written, it is written in place: then a crash in the middle
+// leaves a part. False when it could not be written whole; the old file then stands as it was, and where there was none
+// there is none.
 [[nodiscard]] bool writeFile(const std::string& path, std::string_view bytes);
 
 // Opens for appending, writes, closes; creates the file when it is missing (an empty `bytes` just creates it).

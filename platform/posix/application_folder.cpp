@@ -25,6 +25,9 @@ bool writingFails(const std::string& /*path*/) {
 bool readingFails(const std::string& /*path*/) {
   return false;
 }
+bool replacingFails(const std::string& /*path*/) {
+  return false;
+}
 bool flushesToDisk() {
   return true;
 }

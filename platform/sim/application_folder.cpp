@@ -66,6 +66,9 @@ void failWritesTo(const std::string& part) {
 void failReadsOf(const std::string& part) {
   world().failingReads = part;
 }
+void failReplacementsOf(const std::string& part) {
+  world().failingReplacements = part;
+}
 
 }  // namespace sim
 
@@ -79,6 +82,9 @@ bool writingFails(const std::string& path) {
 }
 bool readingFails(const std::string& path) {
   return sim::contains(path, sim::world().failingReads);
+}
+bool replacingFails(const std::string& path) {
+  return sim::contains(path, sim::world().failingReplacements);
 }
 bool flushesToDisk() {
   return false;

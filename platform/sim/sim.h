@@ -134,6 +134,8 @@ void requestTermination();
 void failWritesTo(const std::string& part);
 // Reading a path that contains the text fails while it is set.
 void failReadsOf(const std::string& part);
+// Nothing can be put in the place of a file whose path contains the text; what is there can be written.
+void failReplacementsOf(const std::string& part);
 
 // ---- random numbers ----
 void setRandomSeed(std::uint64_t seed);  // fillRandom is a fixed sequence in this world

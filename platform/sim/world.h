@@ -72,6 +72,7 @@ struct World {
   std::function<void()> terminationHandler;
   std::string failingWrites;
   std::string failingReads;
+  std::string failingReplacements;
   std::uint64_t random = 0;
 };
 

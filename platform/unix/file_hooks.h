@@ -11,6 +11,7 @@ namespace vornelle::files {
 // Faults that a test has asked for; the real platform has none of its own making. The path is the caller's.
 [[nodiscard]] bool writingFails(const std::string& path);
 [[nodiscard]] bool readingFails(const std::string& path);
+[[nodiscard]] bool replacingFails(const std::string& path);  // the file itself can be written
 
 // False where no loss of power has to be survived: the flush to the disk is what costs the most by far.
 [[nodiscard]] bool flushesToDisk();

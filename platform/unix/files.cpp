@@ -87,6 +87,25 @@ std::string parentOf(const std::string& native) {
   return slash == 0 ? "/" : native.substr(0, slash);
 }
 
+// From where the file is read on. nullopt: not to its end, or more than the memory holds.
+std::optional<std::string> contentOf(const File& file, std::size_t expected) try {
+  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
+  // grown.
+  std::string content(expected + 1, '\0');
+  std::size_t length = 0;
+  while (true) {
+    const std::optional<std::size_t> got = file.read(content.data() + length, content.size() - length);
+    if (!got) return std::nullopt;
+    if (*got == 0) break;
+    length += *got;
+    if (length == content.size()) content.resize(content.size() * 2);
+  }
+  content.resize(length);
+  return content;
+} catch (const std::exception&) {
+  return std::nullopt;
+}
+
 bool syncFile(const File& file) {
   return !files::flushesToDisk() || fsync(file.descriptor()) == 0;
 }
@@ -110,16 +129,50 @@ std::string replacedFile(const std::string& native) {
   return target;
 }
 
-bool writeTemporary(const std::string& path, const struct stat* old, std::string_view bytes) {
+enum class Outcome { done, refused, failed };
+
+// Refused: no file can be made there.
+Outcome writeTemporary(const std::string& path, const struct stat* old, std::string_view bytes) {
   unlink(path.c_str());
   File file(path, O_WRONLY | O_CREAT | O_EXCL, kNewFileMode);
-  if (!file.isOpen()) return false;
+  if (!file.isOpen()) return Outcome::refused;
   if (old) {
     // Owner first: a change of owner may take bits from the mode. Only root can keep a foreign owner.
     if (fchown(file.descriptor(), old->st_uid, old->st_gid) != 0) errno = 0;
-    if (fchmod(file.descriptor(), old->st_mode & 07777) != 0) return false;
+    if (fchmod(file.descriptor(), old->st_mode & 07777) != 0) return Outcome::failed;
   }
-  return file.writeAll(bytes) && syncFile(file) && file.close();
+  return file.writeAll(bytes) && syncFile(file) && file.close() ? Outcome::done : Outcome::failed;
+}
+
+// Refused: the file cannot be replaced. Otherwise it has been, and `done` says that it stays so.
+Outcome replaceFile(const std::string& target, const struct stat* old, std::string_view bytes) {
+  const std::string folder = parentOf(target);
+  const std::string temporary =
+      folder + "/" + files::temporaryName(std::string_view(target).substr(target.rfind('/') + 1));
+  const Outcome written = writeTemporary(temporary, old, bytes);
+  if (written != Outcome::done || rename(temporary.c_str(), target.c_str()) != 0) {
+    unlink(temporary.c_str());
+    return written == Outcome::failed ? Outcome::failed : Outcome::refused;
+  }
+  if (syncFolder(folder)) return Outcome::done;
+  // Nobody may rely on a file that a loss of power could take away again.
+  if (!old) unlink(target.c_str());
+  return Outcome::failed;
+}
+
+// Over the old content, which is put back where the new one does not fit.
+bool writeInPlace(const std::string& target, std::size_t oldSize, std::string_view bytes) {
+  File file(target, O_RDWR | O_NONBLOCK);
+  if (!file.isOpen()) return false;
+  const std::optional<std::string> old = contentOf(file, oldSize);
+  const auto put = [&file](std::string_view content) {
+    return lseek(file.descriptor(), 0, SEEK_SET) == 0 && file.writeAll(content) &&
+           ftruncate(file.descriptor(), static_cast<off_t>(content.size())) == 0 && syncFile(file);
+  };
+  if (!old) return false;
+  if (put(bytes)) return file.close();
+  static_cast<void>(put(*old));
+  return false;
 }
 
 }  // namespace
@@ -154,25 +207,10 @@ std::optional<std::string> nameOnDisk(const std::string& path) {
   return native->substr(native->rfind('/') + 1);
 }
 
-std::optional<std::string> readFile(const std::string& path) try {
+std::optional<std::string> readFile(const std::string& path) {
   struct stat status;
   const File file = openForReading(path, status);
-  if (!file.isOpen()) return std::nullopt;
-  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
-  // grown.
-  std::string content(static_cast<std::size_t>(status.st_size) + 1, '\0');
-  std::size_t length = 0;
-  while (true) {
-    const std::optional<std::size_t> got = file.read(content.data() + length, content.size() - length);
-    if (!got) return std::nullopt;
-    if (*got == 0) break;
-    length += *got;
-    if (length == content.size()) content.resize(content.size() * 2);
-  }
-  content.resize(length);
-  return content;
-} catch (const std::exception&) {
-  return std::nullopt;  // more than the memory holds
+  return file.isOpen() ? contentOf(file, static_cast<std::size_t>(status.st_size)) : std::nullopt;
 }
 
 std::optional<FileStart> readFileStart(const std::string& path, std::size_t most) try {
@@ -200,22 +238,14 @@ bool writeFile(const std::string& path, std::string_view bytes) {
   const std::optional<std::string> native = nativePath(path);
   if (!native) return false;
   const std::string target = replacedFile(*native);
-  const std::string folder = parentOf(target);
-  const std::string temporary =
-      folder + "/" + files::temporaryName(std::string_view(target).substr(target.rfind('/') + 1));
   struct stat old;
   const bool replaces = stat(target.c_str(), &old) == 0;
   if (replaces && !S_ISREG(old.st_mode)) return false;
 
-  if (!writeTemporary(temporary, replaces ? &old : nullptr, bytes) ||
-      rename(temporary.c_str(), target.c_str()) != 0) {
-    unlink(temporary.c_str());
-    return false;
-  }
-  if (syncFolder(folder)) return true;
-  // Nobody may rely on a file that a loss of power could take away again.
-  if (!replaces) unlink(target.c_str());
-  return false;
+  const Outcome outcome =
+      files::replacingFails(path) ? Outcome::refused : replaceFile(target, replaces ? &old : nullptr, bytes);
+  if (outcome != Outcome::refused || !replaces) return outcome == Outcome::done;
+  return writeInPlace(target, static_cast<std::size_t>(old.st_size), bytes);
 }
 
 bool appendFile(const std::string& path, std::string_view bytes) {

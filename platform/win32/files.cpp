@@ -79,6 +79,27 @@ std::optional<std::size_t> readSome(const Handle& file, char* buffer, std::size_
   return got;
 }
 
+// From its start on. nullopt: not to its end, or more than the memory holds.
+std::optional<std::string> contentOf(const Handle& file) try {
+  LARGE_INTEGER size;
+  if (!GetFileSizeEx(file.get(), &size)) return std::nullopt;
+  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
+  // grown.
+  std::string content(static_cast<std::size_t>(size.QuadPart) + 1, '\0');
+  std::size_t length = 0;
+  for (;;) {
+    const std::optional<std::size_t> got = readSome(file, content.data() + length, content.size() - length);
+    if (!got) return std::nullopt;
+    if (*got == 0) break;
+    length += *got;
+    if (length == content.size()) content.resize(content.size() * 2);
+  }
+  content.resize(length);
+  return content;
+} catch (const std::exception&) {
+  return std::nullopt;
+}
+
 // Beside the file, in the same folder; short whatever the length of the name.
 std::wstring temporaryPath(const std::wstring& path) {
   std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
@@ -89,9 +110,14 @@ std::wstring temporaryPath(const std::wstring& path) {
   return result.append(kTemporaryEnd);
 }
 
-bool writeTemporary(const std::wstring& path, std::string_view bytes) {
+enum class Outcome { done, refused, failed };
+
+// Refused: no file can be made there.
+Outcome writeTemporary(const std::wstring& path, std::string_view bytes) {
   Handle file(openFile(path, GENERIC_WRITE, 0, CREATE_ALWAYS));
-  return file && writeAll(file, bytes) && FlushFileBuffers(file.get()) && file.close();
+  if (!file) return Outcome::refused;
+  return writeAll(file, bytes) && FlushFileBuffers(file.get()) && file.close() ? Outcome::done
+                                                                               : Outcome::failed;
 }
 
 bool replaceFile(const std::wstring& from, const std::wstring& to) {
@@ -102,6 +128,21 @@ bool replaceFile(const std::wstring& from, const std::wstring& to) {
     if (tries == kTries || (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED)) return false;
     Sleep(kPause);
   }
+}
+
+// Over the old content, which is put back where the new one does not fit.
+bool writeInPlace(const std::wstring& path, std::string_view bytes) {
+  Handle file(openFile(path, GENERIC_READ | GENERIC_WRITE, kShareAll, OPEN_EXISTING));
+  if (!file) return false;
+  const std::optional<std::string> old = contentOf(file);
+  const auto put = [&file](std::string_view content) {
+    return SetFilePointerEx(file.get(), {}, nullptr, FILE_BEGIN) && writeAll(file, content) &&
+           SetEndOfFile(file.get()) && FlushFileBuffers(file.get());
+  };
+  if (!old) return false;
+  if (put(bytes)) return file.close();
+  static_cast<void>(put(*old));
+  return false;
 }
 
 std::int64_t toMilliseconds(const FILETIME& time) {
@@ -152,26 +193,10 @@ std::optional<std::string> nameOnDisk(const std::string& path) {
   return narrow(entry.cFileName);
 }
 
-std::optional<std::string> readFile(const std::string& path) try {
+std::optional<std::string> readFile(const std::string& path) {
   if (!fileExists(path)) return std::nullopt;
   const Handle file(openFile(systemPath(path), GENERIC_READ, kShareAll, OPEN_EXISTING));
-  LARGE_INTEGER size;
-  if (!file || !GetFileSizeEx(file.get(), &size)) return std::nullopt;
-  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
-  // grown.
-  std::string content(static_cast<std::size_t>(size.QuadPart) + 1, '\0');
-  std::size_t length = 0;
-  for (;;) {
-    const std::optional<std::size_t> got = readSome(file, content.data() + length, content.size() - length);
-    if (!got) return std::nullopt;
-    if (*got == 0) break;
-    length += *got;
-    if (length == content.size()) content.resize(content.size() * 2);
-  }
-  content.resize(length);
-  return content;
-} catch (const std::exception&) {
-  return std::nullopt;  // more than the memory holds
+  return file ? contentOf(file) : std::nullopt;
 }
 
 std::optional<FileStart> readFileStart(const std::string& path, std::size_t most) try {
@@ -200,9 +225,10 @@ bool writeFile(const std::string& path, std::string_view bytes) {
   const std::wstring target = systemPath(path);
   if (target.empty() || folderExists(path)) return false;
   const std::wstring temporary = temporaryPath(target);
-  if (writeTemporary(temporary, bytes) && replaceFile(temporary, target)) return true;
+  const Outcome written = writeTemporary(temporary, bytes);
+  if (written == Outcome::done && replaceFile(temporary, target)) return true;
   DeleteFileW(temporary.c_str());
-  return false;
+  return written != Outcome::failed && fileExists(path) && writeInPlace(target, bytes);
 }
 
 bool appendFile(const std::string& path, std::string_view bytes) {

@@ -1,8 +1,10 @@
 // What the program makes of a settings file, seen in the file that it writes at its end.
 
 import assert from 'node:assert/strict';
+import fs from 'node:fs';
 import { describe, test } from 'node:test';
 
+import { settingsForm } from '../support/forms.mjs';
 import { Application } from '../support/harness.mjs';
 
 // Runs the program on these lines (and a port of its own); the lines that it saves, as { KEY: value }.
@@ -63,6 +65,25 @@ describe('settings file', { concurrency: 3 }, () => {
     assert.equal(saved.EMAIL_ADDRESS, 'EMAIL_ADDRESS');
     assert.equal(saved.SMTP_USER, 'x = y');
     assert.equal(saved.POP_ACCOUNT, '\xfcnal');
+  });
+
+  // The program puts new content beside a file under a name of its own: a folder of that name is in the way.
+  test('AFileThatCannotBeReplacedIsWrittenInPlace', async () => {
+    const app = await Application.start({ settings: { CHECK_MIN: 30 } });
+    try {
+      const hash = [...Buffer.from('Vornelle.ini')].reduce((value, byte) =>
+        BigInt.asUintN(64, (value ^ BigInt(byte)) * 0x100000001b3n), 0xcbf29ce484222325n);
+      const inTheWay = app.path(`.vornelle-${hash.toString(16).padStart(16, '0')}.tmp`);
+      fs.mkdirSync(inTheWay);
+      const { ino } = fs.statSync(app.path('Vornelle.ini'));
+      await app.login();
+      await app.post('/configupdate.cgi?s={s}', settingsForm({ CHECK_MIN: '44' }));
+      assert.match(app.read('Vornelle.ini'), /^CHECK_MIN=44\r$/m);
+      assert.equal(fs.statSync(app.path('Vornelle.ini')).ino, ino, 'the same file');
+      fs.rmdirSync(inTheWay);
+    } finally {
+      await app.stop();
+    }
   });
 
   test('APortThatIsNoNumberIsKeptAsTextAndSevenThousandIsListenedOn', async () => {

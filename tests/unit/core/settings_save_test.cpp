@@ -32,6 +32,17 @@ TEST_F(SavedSettings, ASavedFileHasEighteenLinesInTheirOrder) {
             "MAX_LINK_SIZE_ON=TRUE\r\nACTIVATE_START=FALSE\r\nSTART_MINIMIZED=FALSE\r\nTEST_MODE=FALSE\r\n");
 }
 
+TEST_F(SavedSettings, AFileThatCannotBeReplacedIsWrittenInPlace) {
+  load("CHECK_MIN=45\r\n");
+  sim::failReplacementsOf("Vornelle.ini");
+  settings.CHECK_MIN = 46;
+  configSave();
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("CHECK_MIN=46\r\n"));
+  ASSERT_TRUE(deleteFile(inFolder("\\Vornelle.ini")));
+  configSave();
+  EXPECT_EQ(contentOf("\\Vornelle.ini"), "(missing)");
+}
+
 TEST_F(SavedSettings, ASavedFileReadsBackTheSame) {
   load(
       "SMTP_USER=a "

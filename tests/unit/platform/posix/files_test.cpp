@@ -69,6 +69,29 @@ TEST_F(PosixFilesTest, WhatACrashLeftBehindIsInNoListAndIsUsedUp) {
   EXPECT_THAT(namesOnDisk(), UnorderedElementsAre("mail.txt"));
 }
 
+// A program that runs cannot be written to, not even by root.
+TEST_F(PosixFilesTest, AFileThatCanNeitherBeReplacedNorWrittenIsLeftAsItWas) {
+  std::filesystem::copy_file("/bin/sleep", onDisk / "busy");
+  const std::optional<std::string> before = readFile(folder + "\\busy");
+  const pid_t child = fork();
+  if (child == 0) {
+    execl((onDisk / "busy").c_str(), "busy", "60", nullptr);
+    _exit(1);
+  }
+  const auto isRunning = [&] {
+    std::error_code none;
+    return std::filesystem::read_symlink("/proc/" + std::to_string(child) + "/exe", none) == onDisk / "busy";
+  };
+  while (!isRunning()) usleep(1000);
+  {
+    const native::HeldFile held(onDisk / "busy");
+    EXPECT_FALSE(writeFile(folder + "\\busy", "new"));
+  }
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  EXPECT_EQ(readFile(folder + "\\busy"), before);
+}
+
 TEST_F(PosixFilesTest, ANamedPipeBlocksNobody) {
   ASSERT_EQ(mkfifo((onDisk / "pipe").c_str(), 0600), 0);
   EXPECT_FALSE(fileExists(folder + "\\pipe"));

@@ -18,6 +18,9 @@
 #include <ctime>
 #include <filesystem>
 #include <string>
+#include <system_error>
+
+#include "platform/unix/paths.h"
 
 namespace vornelle::native {
 
@@ -89,6 +92,24 @@ inline std::int64_t processorMilliseconds() {
 
 inline constexpr int kManySockets = 2000;
 inline constexpr int kLongestLinger = 2000;  // milliseconds
+
+// While it lives nothing can be put in the file's place; the file itself can be written.
+class HeldFile {
+ public:
+  explicit HeldFile(const std::filesystem::path& path)
+      : inTheWay_(path.parent_path() / files::temporaryName(path.filename().string())) {
+    std::filesystem::create_directory(inTheWay_);
+  }
+  ~HeldFile() {
+    std::error_code ignored;
+    std::filesystem::remove(inTheWay_, ignored);
+  }
+  HeldFile(const HeldFile&) = delete;
+  HeldFile& operator=(const HeldFile&) = delete;
+
+ private:
+  std::filesystem::path inTheWay_;
+};
 
 // No file can grow past limit() while it lives, as on a full disk.
 class FullDisk {

@@ -177,6 +177,33 @@ TEST_F(FilesTest, AFullDiskLeavesTheOldFileAsItWas) {
   EXPECT_THAT(namesOnDisk(), UnorderedElementsAre("a", "c"));
 }
 
+TEST_F(FilesTest, AFileThatCannotBeReplacedIsWrittenInPlace) {
+  for (const std::string content : {"new", "new, and longer than the old content", ""}) {
+    ASSERT_TRUE(writeFile(folder + "\\a", "old content"));
+    std::error_code ignored;
+    std::filesystem::remove(onDisk / "same", ignored);
+    std::filesystem::create_hard_link(onDisk / "a", onDisk / "same");
+    {
+      const native::HeldFile held(onDisk / "a");
+      EXPECT_TRUE(writeFile(folder + "\\a", content));
+    }
+    EXPECT_EQ(readFile(folder + "\\a"), content);
+    EXPECT_EQ(readFile(folder + "\\same"), content) << "it is the same file";
+    EXPECT_THAT(namesOnDisk(), UnorderedElementsAre("a", "same"));
+  }
+}
+
+TEST_F(FilesTest, AFullDiskLeavesAFileThatCannotBeReplacedAsItWas) {
+  ASSERT_TRUE(writeFile(folder + "\\a", "old content"));
+  {
+    const native::HeldFile held(onDisk / "a");
+    const native::FullDisk full;
+    EXPECT_FALSE(writeFile(folder + "\\a", std::string(native::FullDisk::limit() + 1, 'x')));
+  }
+  EXPECT_EQ(readFile(folder + "\\a"), "old content");
+  EXPECT_THAT(namesOnDisk(), UnorderedElementsAre("a"));
+}
+
 TEST_F(FilesTest, AnAppendThatDoesNotFitLeavesNothingBehind) {
   const std::size_t limit = native::FullDisk::limit();
   ASSERT_GT(limit, 20u) << "tests/run.mjs starts this program with a limit";

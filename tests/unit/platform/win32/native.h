@@ -98,6 +98,20 @@ inline std::int64_t processorMilliseconds() {
 inline constexpr int kManySockets = 300;
 inline constexpr int kLongestLinger = 5000;  // milliseconds
 
+// While it lives nothing can be put in the file's place; the file itself can be written.
+class HeldFile {
+ public:
+  explicit HeldFile(const std::filesystem::path& path)
+      : handle_(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            OPEN_EXISTING, 0, nullptr)) {}
+  ~HeldFile() { CloseHandle(handle_); }
+  HeldFile(const HeldFile&) = delete;
+  HeldFile& operator=(const HeldFile&) = delete;
+
+ private:
+  HANDLE handle_;
+};
+
 // No file can grow past limit(): the test runner starts this program so, for the whole of its run.
 class FullDisk {
  public:

@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 
+#include "base/text.h"
 #include "base/unicode.h"
 
 namespace vornelle {
@@ -33,7 +34,7 @@ std::optional<TextCharacter> reference(std::string_view text) {
     return std::nullopt;
   char32_t code = 0;
   std::size_t at = kStart.size();
-  for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
+  for (; at < text.size() && isDigit(text[at]); ++at) {
     if (at - kStart.size() == kMostDigits) return std::nullopt;
     code = code * 10 + static_cast<char32_t>(text[at] - '0');
   }

@@ -27,7 +27,7 @@ std::optional<std::string> ipv4Octets(std::string_view text) {
     if (part.empty() || part.size() > 3 || (part.size() > 1 && part[0] == '0')) return std::nullopt;
     int value = 0;
     for (const char c : part) {
-      if (c < '0' || c > '9') return std::nullopt;
+      if (!isDigit(c)) return std::nullopt;
       value = value * 10 + (c - '0');
     }
     if (value > 255) return std::nullopt;

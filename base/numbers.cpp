@@ -1,5 +1,6 @@
 #include "base/numbers.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -13,10 +14,6 @@ struct LeadingNumber {
   double value = 0;
   std::size_t length = 0;  // 0: the text starts with no number
 };
-
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
 
 int digitValue(char c) {
   if (isDigit(c)) return c - '0';
@@ -114,6 +111,13 @@ std::optional<std::int16_t> toInt16(std::string_view text) {
 
 std::optional<std::int16_t> toInt16(double value) {
   return toInteger<std::int16_t>(value);
+}
+
+std::optional<int> toPort(std::string_view text) {
+  int port = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+  if (error != std::errc{} || end != text.data() + text.size() || !isPort(port)) return std::nullopt;
+  return port;
 }
 
 std::optional<std::int16_t> add16(int a, int b) {

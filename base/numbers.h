@@ -23,6 +23,13 @@ namespace vornelle {
 [[nodiscard]] std::optional<std::int16_t> toInt16(std::string_view text);
 [[nodiscard]] std::optional<std::int16_t> toInt16(double value);
 
+// The ports of TCP. The whole text is decimal digits, or it is none.
+inline constexpr int kLastPort = 65535;
+[[nodiscard]] constexpr bool isPort(int number) {
+  return number >= 1 && number <= kLastPort;
+}
+[[nodiscard]] std::optional<int> toPort(std::string_view text);
+
 // 16-bit signed arithmetic; nullopt on overflow.
 [[nodiscard]] std::optional<std::int16_t> add16(int a, int b);
 [[nodiscard]] std::optional<std::int16_t> subtract16(int a, int b);

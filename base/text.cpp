@@ -76,6 +76,10 @@ bool startsWithNoCase(std::string_view text, std::string_view start) {
   return text.size() >= start.size() && equalsNoCase(text.substr(0, start.size()), start);
 }
 
+bool endsWithNoCase(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && equalsNoCase(text.substr(text.size() - end.size()), end);
+}
+
 std::size_t findNoCase(std::string_view text, std::string_view find, std::size_t from) {
   if (from > text.size()) return std::string_view::npos;
   const auto at = std::search(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), find.begin(),
@@ -101,8 +105,12 @@ std::string_view trimBlanksAndTabs(std::string_view text) {
   return text.substr(start, text.find_last_not_of(kWhiteSpace) + 1 - start);
 }
 
+bool isDigits(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), isDigit);
+}
+
 int hexDigitValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
+  if (isDigit(c)) return c - '0';
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   return -1;

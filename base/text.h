@@ -16,6 +16,7 @@ inline constexpr std::string_view kCrLf = "\r\n";
 
 [[nodiscard]] bool equalsNoCase(std::string_view a, std::string_view b);
 [[nodiscard]] bool startsWithNoCase(std::string_view text, std::string_view start);
+[[nodiscard]] bool endsWithNoCase(std::string_view text, std::string_view end);
 // 0-based position at or after `from`, or std::string_view::npos. An empty `find` is found at `from`.
 [[nodiscard]] std::size_t findNoCase(std::string_view text, std::string_view find, std::size_t from = 0);
 [[nodiscard]] bool containsNoCase(std::string_view text, std::string_view find);
@@ -23,6 +24,15 @@ inline constexpr std::string_view kCrLf = "\r\n";
 [[nodiscard]] std::string_view trim(std::string_view text);
 // The same for blanks and tabs: the white space of mail and of HTTP.
 [[nodiscard]] std::string_view trimBlanksAndTabs(std::string_view text);
+
+[[nodiscard]] constexpr bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+[[nodiscard]] constexpr bool isAsciiLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+// One digit or more, and nothing else.
+[[nodiscard]] bool isDigits(std::string_view text);
 
 // What a hexadecimal digit stands for; -1 for any other character.
 [[nodiscard]] int hexDigitValue(char c);

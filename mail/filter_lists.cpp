@@ -16,9 +16,9 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// One spelling for all, so that there is one file for each list where letter case tells files apart.
 std::string pathOf(std::string_view listName) {
-  return applicationFolder() + "\\data\\" + toLower(listName) + ".txt";
+  const FilterListInfo* const list = findList(listName);
+  return list ? applicationFolder().append(list->path) : "";
 }
 
 // nullopt: there is a file, and it cannot be read. A missing one has no lines.

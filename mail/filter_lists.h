@@ -1,6 +1,7 @@
 // The three lists that steer the filter: FriendList, SubjectList and EnemyList. Each is one text file of the
-// "data" folder, one entry a line, whose name is that of the list in small letters. Whatever reads or changes
-// a list does it here.
+// "data" folder, one entry a line. Whatever reads or changes a list does it here.
+//
+// A list is named by one of the three names below, exactly as they are spelled here.
 //
 // No list is ever rewritten that could not be read: nullopt, and a log line or a result that says so, tells
 // it from one that is empty.
@@ -21,22 +22,23 @@ inline constexpr std::string_view kEnemyList = "EnemyList";
 
 struct FilterListInfo {
   std::string_view name;      // as pages and log lines spell it
+  std::string_view path;      // of its file, below the application folder
   std::string_view helpText;  // what the list's page says about it
 };
 
 // In the order in which pages show them. The texts are known to users by their slips ("a EnemyListed",
 // "a these"), which stay.
 inline constexpr FilterListInfo kFilterLists[] = {
-    {kFriendList,
+    {kFriendList, "\\data\\friendlist.txt",
      "This is a list of emails (e.g., user@example.com) that you wish to NOT be treated as spam. You may "
      "also use a portion of an email (e.g., @example.com or example.com). Note that a EnemyListed email will "
      "be treated as spam even if it matches something in the FriendList. Generally, it is best NOT to add "
      "your own email address as many spammers try to trick filters by using it as the sender's address."},
-    {kSubjectList,
+    {kSubjectList, "\\data\\subjectlist.txt",
      "This is a list of subject line text that you wish to NOT be treated as spam. Use this for when you "
      "send e-mail to yourself and don't want it caught by the filter or when you get automated emails that "
      "always use the same subject line. Note that other text can appear along with what you list here."},
-    {kEnemyList,
+    {kEnemyList, "\\data\\enemylist.txt",
      "This is a list of emails (e.g., user@example.com) that you wish to ALWAYS be treated as spam. You may "
      "also use a portion of an email (e.g., @example.com or example.com). Note that a these will override "
      "matches in your FriendList."},

@@ -9,10 +9,6 @@
 namespace vornelle {
 namespace {
 
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 // The words of the text: blanks and commas separate, comments go. At most a handful; a date has no more.
 std::vector<std::string_view> words(std::string_view text) {
   constexpr std::size_t kMost = 12;

@@ -1,8 +1,8 @@
 #include "mail/server_address.h"
 
-#include <charconv>
 #include <optional>
 
+#include "base/numbers.h"
 #include "base/text.h"
 
 namespace vornelle {
@@ -13,14 +13,6 @@ constexpr int kPopTlsPort = 995;
 constexpr int kSmtpPort = 25;
 constexpr int kSmtpTlsPort = 465;
 constexpr int kSubmissionPort = 587;
-
-std::optional<int> parsePort(std::string_view text) {
-  int port = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-  if (error != std::errc{} || end != text.data() + text.size() || port < 1 || port > 65535)
-    return std::nullopt;
-  return port;
-}
 
 struct HostAndPort {
   std::string_view host;
@@ -43,7 +35,7 @@ std::optional<HostAndPort> parseHostAndPort(std::string_view text) {
   if (host.empty()) return std::nullopt;
   if (rest.empty()) return HostAndPort{host, std::nullopt};
   if (rest.front() != ':') return std::nullopt;
-  const std::optional<int> port = parsePort(rest.substr(1));
+  const std::optional<int> port = toPort(rest.substr(1));
   if (!port) return std::nullopt;
   return HostAndPort{host, port};
 }

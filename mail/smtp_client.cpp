@@ -16,10 +16,6 @@ constexpr std::size_t kPiece = 64U << 10;
 // world knows.
 constexpr std::string_view kOwnName = "[127.0.0.1]";
 
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 bool hasEightBit(std::string_view text) {
   return std::any_of(text.begin(), text.end(),
                      [](char c) { return (static_cast<unsigned char>(c) & 0x80U) != 0; });

@@ -93,7 +93,7 @@ std::vector<CheckedRow> checkedRows(std::string_view rest) {
     if ((!isDelete && !isRestore) || equals == std::string_view::npos) continue;
     const std::size_t prefix = isDelete ? settings.deletePrefix.size() : settings.restorePrefix.size();
     const std::string_view digits = pair.substr(prefix, equals - prefix);
-    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string_view::npos) continue;
+    if (!isDigits(digits)) continue;
     const double number = val(digits);
     if (number > kLastRow) continue;
     const auto row = static_cast<std::int32_t>(number);

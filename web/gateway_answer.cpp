@@ -77,8 +77,7 @@ std::string assemble(std::string_view statusLine, std::string_view type, std::st
 }
 
 bool isNameCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
-         c == '.' || c == ':';
+  return isAsciiLetter(c) || isDigit(c) || c == '-' || c == '_' || c == '.' || c == ':';
 }
 
 // One of the two pages that are shown where a message cannot be. Their "Go Back" is a script, which the

@@ -8,8 +8,8 @@ namespace vornelle {
 namespace {
 
 bool isTokenCharacter(char c) {
-  if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) return true;
-  return std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
+  return isAsciiLetter(c) || isDigit(c) ||
+         std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
 }
 
 bool isToken(std::string_view text) {
@@ -154,7 +154,6 @@ bool HttpRequestParser::readRequestLine(std::string_view line) {
 
   if (!isToken(method)) return false;
   if (version.size() != 8 || version.substr(0, 5) != "HTTP/" || version[6] != '.') return false;
-  const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
   if (!isDigit(version[5]) || !isDigit(version[7])) return false;
   if (version[5] != '1') {
     errorStatus_ = 505;
@@ -218,8 +217,7 @@ bool HttpRequestParser::readBodyLength() {
   if (!lengthGiven) return true;
   for (const auto& [name, value] : request_.fields) {
     if (!equalsNoCase(name, "Content-Length")) continue;
-    const bool digits = !value.empty() && value.find_first_not_of("0123456789") == std::string::npos;
-    if (!digits || value != *request_.field("Content-Length")) {
+    if (!isDigits(value) || value != *request_.field("Content-Length")) {
       errorStatus_ = 400;
       return false;
     }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/module_state.h"
+#include "base/numbers.h"
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings.h"
@@ -24,7 +25,6 @@ namespace {
 
 constexpr std::int32_t kMaxRequests = 100;
 constexpr std::int32_t kLastElement = 32767;  // element indices have 16 bits
-constexpr std::int32_t kLastPort = 65535;
 
 struct Element {
   SocketControl socket;

@@ -161,7 +161,7 @@ std::string essence(std::string_view name) {
   std::string result;
   for (const char c : name.substr(0, name.find_first_of("*:"))) {
     const char small = toLowerChar(c);
-    if ((small >= 'a' && small <= 'z') || (small >= '0' && small <= '9')) result.push_back(small);
+    if (isAsciiLetter(small) || isDigit(small)) result.push_back(small);
   }
   return result;
 }

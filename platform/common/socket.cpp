@@ -10,6 +10,7 @@
 #include <set>
 #include <utility>
 
+#include "base/numbers.h"
 #include "platform/common/channel.h"
 #include "platform/common/socket_events.h"
 #include "platform/socket.h"
@@ -216,7 +217,7 @@ SocketControl::~SocketControl() {
 }
 
 bool SocketControl::listen(LoopbackAddress address, int port) {
-  if (isOpen() || port < 1 || port > 65535) return false;
+  if (isOpen() || !isPort(port)) return false;
   std::unique_ptr<Listener> listener = openListener(address, port);
   if (!listener) return false;
   impl_->listen(std::move(listener));
@@ -234,7 +235,7 @@ bool SocketControl::accept(RequestId request) {
 }
 
 bool SocketControl::connect(LoopbackAddress address, int port) {
-  if (isOpen() || port < 1 || port > 65535) return false;
+  if (isOpen() || !isPort(port)) return false;
   std::unique_ptr<Connection> connection = openConnection(address, port);
   if (!connection) return false;
   impl_->open(std::move(connection), Impl::State::connecting);

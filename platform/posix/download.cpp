@@ -8,10 +8,11 @@
 #include <string>
 #include <string_view>
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "platform/clock.h"
 #include "platform/download.h"
 #include "platform/net_stream.h"
-#include "platform/unix/paths.h"
 
 namespace vornelle {
 namespace {
@@ -27,18 +28,10 @@ struct Address {
   std::string path;  // with the query, from its "/" on
 };
 
-std::optional<int> toPort(std::string_view digits) {
-  int port = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
-  if (error != std::errc() || end != digits.data() + digits.size() || port < 1 || port > 65535)
-    return std::nullopt;
-  return port;
-}
-
 // "http://host[:port][/path][?query][#fragment]"; nothing that could not stand in a request line.
 std::optional<Address> parse(std::string_view url) {
   constexpr std::string_view kScheme = "http://";
-  if (!files::sameName(url.substr(0, kScheme.size()), kScheme)) return std::nullopt;
+  if (!startsWithNoCase(url, kScheme)) return std::nullopt;
   if (std::any_of(url.begin(), url.end(), [](char c) { return c <= ' ' || c == 0x7F; })) return std::nullopt;
   url.remove_prefix(kScheme.size());
   url = url.substr(0, url.find('#'));
@@ -80,7 +73,7 @@ std::optional<Address> proxyFor(const std::string& host) {
     while (entry.starts_with(' ') || entry.starts_with('.')) entry.remove_prefix(1);
     while (entry.ends_with(' ')) entry.remove_suffix(1);
     if (entry == "*") return std::nullopt;
-    if (entry.empty() || !files::endsWithNoCase(host, entry)) continue;
+    if (entry.empty() || !endsWithNoCase(host, entry)) continue;
     if (host.size() == entry.size() || host[host.size() - entry.size() - 1] == '.') return std::nullopt;
   }
   const std::string text = proxy;
@@ -107,7 +100,7 @@ std::size_t contentLength(std::string_view header) {
     const std::size_t end = std::min(header.find('\n'), header.size());
     std::string_view line = header.substr(0, end);
     header.remove_prefix(std::min(end + 1, header.size()));
-    if (!files::sameName(line.substr(0, kField.size()), kField)) continue;
+    if (!startsWithNoCase(line, kField)) continue;
     line.remove_prefix(kField.size());
     while (line.starts_with(' ')) line.remove_prefix(1);
     std::size_t length = 0;

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "base/numbers.h"
 #include "base/punycode.h"
 #include "platform/clock.h"
 #include "platform/common/connecting.h"
@@ -122,7 +123,7 @@ std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int 
   NetProblem ignored = NetProblem::none;
   NetProblem& why = problem ? *problem : ignored;
   why = NetProblem::nameNotFound;
-  if (host.empty() || host.find('\0') != std::string::npos || port < 1 || port > 65535) return nullptr;
+  if (host.empty() || host.find('\0') != std::string::npos || !isPort(port)) return nullptr;
   const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
   const auto lookUp = std::make_shared<LookUp>(host, port);
   if (!doneInTime([lookUp] { lookUp->run(); }, end)) {

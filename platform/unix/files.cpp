@@ -12,6 +12,9 @@
 #include <exception>
 #include <utility>
 
+#include "base/hash.h"
+#include "base/text.h"
+#include "platform/common/temporary_name.h"
 #include "platform/unix/file_hooks.h"
 #include "platform/unix/paths.h"
 
@@ -148,7 +151,7 @@ Outcome writeTemporary(const std::string& path, const struct stat* old, std::str
 Outcome replaceFile(const std::string& target, const struct stat* old, std::string_view bytes) {
   const std::string folder = parentOf(target);
   const std::string temporary =
-      folder + "/" + files::temporaryName(std::string_view(target).substr(target.rfind('/') + 1));
+      folder + "/" + files::temporaryName(fnv1a(std::string_view(target).substr(target.rfind('/') + 1)));
   const Outcome written = writeTemporary(temporary, old, bytes);
   if (written != Outcome::done || rename(temporary.c_str(), target.c_str()) != 0) {
     unlink(temporary.c_str());
@@ -275,7 +278,7 @@ std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view 
   if (!entries) return result;
   while (const dirent* entry = readdir(entries)) {
     const std::string_view name = entry->d_name;
-    if (!files::endsWithNoCase(name, ending) || files::isTemporaryName(name)) continue;
+    if (!endsWithNoCase(name, ending) || files::isTemporaryName(name)) continue;
     struct stat status;
     if (fstatat(dirfd(entries), entry->d_name, &status, 0) != 0 || !S_ISREG(status.st_mode)) continue;
     const std::int64_t milliseconds =

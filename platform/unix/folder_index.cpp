@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "platform/common/temporary_name.h"
 #include "platform/unix/paths.h"
 
 namespace vornelle::files {
@@ -36,7 +37,7 @@ struct HashAnyCase {
   }
 };
 struct EqualAnyCase {
-  bool operator()(const std::string& a, const std::string& b) const { return sameName(a, b); }
+  bool operator()(const std::string& a, const std::string& b) const { return equalsNoCase(a, b); }
 };
 
 // Names as they are spelled; those that differ in letter case alone stand together.
@@ -80,7 +81,7 @@ bool readFolder(const std::string& folder, const std::function<void(const char*)
 std::optional<std::string> lookUpByReading(const std::string& folder, const std::string& name) {
   std::optional<std::string> match;
   const bool read = readFolder(folder, [&](const char* entry) {
-    if (sameName(entry, name) && (!match || *match > entry)) match = entry;
+    if (equalsNoCase(entry, name) && (!match || *match > entry)) match = entry;
   });
   return read ? match : std::nullopt;
 }

@@ -3,9 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstdint>
 
-#include "base/text.h"
 #include "platform/files.h"
 #include "platform/unix/file_hooks.h"
 #include "platform/unix/folder_index.h"
@@ -14,8 +12,6 @@ namespace vornelle {
 namespace {
 
 constexpr std::string_view kSeparators = "\\/";
-constexpr std::string_view kTemporaryStart = ".vornelle-";
-constexpr std::string_view kTemporaryEnd = ".tmp";
 
 bool exists(const std::string& nativePath) {
   struct stat status;
@@ -38,14 +34,6 @@ std::string applicationFolder() {
 
 namespace files {
 
-bool sameName(std::string_view a, std::string_view b) {
-  return equalsNoCase(a, b);
-}
-
-bool endsWithNoCase(std::string_view name, std::string_view ending) {
-  return name.size() >= ending.size() && sameName(name.substr(name.size() - ending.size()), ending);
-}
-
 std::optional<std::string> nativePath(const std::string& path) {
   if (path.empty() || path.find('\0') != std::string::npos) return std::nullopt;
   const std::string root = applicationFolder();
@@ -65,19 +53,6 @@ std::optional<std::string> nativePath(const std::string& path) {
     native.append("/").append(entry);
   }
   return native.empty() ? "/" : native;
-}
-
-std::string temporaryName(std::string_view name) {
-  // FNV-1a; short whatever the length of the name, because a name has at most 255 bytes.
-  std::uint64_t hash = 0xcbf29ce484222325;
-  for (const char c : name) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-  std::string result(kTemporaryStart);
-  for (int shift = 60; shift >= 0; shift -= 4) result += "0123456789abcdef"[hash >> shift & 15];
-  return result.append(kTemporaryEnd);
-}
-
-bool isTemporaryName(std::string_view name) {
-  return name.starts_with(kTemporaryStart) && name.ends_with(kTemporaryEnd);
 }
 
 }  // namespace files

@@ -14,17 +14,8 @@
 
 namespace vornelle::files {
 
-// Equal but for the letter case of Windows-1252.
-[[nodiscard]] bool sameName(std::string_view a, std::string_view b);
-[[nodiscard]] bool endsWithNoCase(std::string_view name, std::string_view ending);
-
 // Names that do not exist stay as they are spelled. nullopt where the path cannot name anything (a NUL in
 // it).
 [[nodiscard]] std::optional<std::string> nativePath(const std::string& path);
-
-// The name of the temporary file in which writeFile() prepares the content of `name`. The same for every try,
-// so that what a crash leaves behind is used up by the next one.
-[[nodiscard]] std::string temporaryName(std::string_view name);
-[[nodiscard]] bool isTemporaryName(std::string_view name);
 
 }  // namespace vornelle::files

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <exception>
 
+#include "base/hash.h"
+#include "platform/common/temporary_name.h"
 #include "platform/win32/handle.h"
 #include "platform/win32/paths.h"
 #include "platform/win32/text.h"
@@ -19,8 +21,6 @@ using win32::systemPath;
 using win32::widen;
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-constexpr std::wstring_view kTemporaryStart = L".vornelle-";
-constexpr std::wstring_view kTemporaryEnd = L".tmp";
 // A virus scanner or an indexer holds a file that has just been written open for a moment.
 constexpr int kTries = 10;
 constexpr DWORD kPause = 20;                // milliseconds
@@ -100,14 +100,10 @@ std::optional<std::string> contentOf(const Handle& file) try {
   return std::nullopt;
 }
 
-// Beside the file, in the same folder; short whatever the length of the name.
+// Beside the file, in the same folder.
 std::wstring temporaryPath(const std::wstring& path) {
-  std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
   const std::size_t name = path.find_last_of(L'\\') + 1;
-  for (const wchar_t c : path.substr(name)) hash = (hash ^ c) * 0x100000001b3;
-  std::wstring result = path.substr(0, name).append(kTemporaryStart);
-  for (int shift = 60; shift >= 0; shift -= 4) result += L"0123456789abcdef"[hash >> shift & 15];
-  return result.append(kTemporaryEnd);
+  return path.substr(0, name) + widen(files::temporaryName(fnv1a(std::wstring_view(path).substr(name))));
 }
 
 enum class Outcome { done, refused, failed };
@@ -263,9 +259,8 @@ std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view 
   do {
     const std::wstring_view name = entry.cFileName;
     if (!isFile(entry.dwFileAttributes) || !endsWithNoCase(name, wideEnding)) continue;
-    if (name.starts_with(kTemporaryStart) && name.ends_with(kTemporaryEnd)) continue;
     // A name that the program could not spell is none of its own files.
-    if (!win32::fitsCodePage(name)) continue;
+    if (!win32::fitsCodePage(name) || files::isTemporaryName(narrow(name))) continue;
     result.push_back({narrow(name), toMilliseconds(entry.ftLastWriteTime)});
   } while (FindNextFileW(search, &entry));
   FindClose(search);

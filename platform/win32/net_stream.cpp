@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/numbers.h"
 #include "platform/clock.h"
 #include "platform/common/connecting.h"
 #include "platform/win32/text.h"
@@ -145,8 +146,7 @@ std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int 
   NetProblem ignored = NetProblem::none;
   NetProblem& why = problem ? *problem : ignored;
   why = NetProblem::nameNotFound;
-  if (host.empty() || host.find('\0') != std::string::npos || port < 1 || port > 65535 ||
-      !win32::startWinsock()) {
+  if (host.empty() || host.find('\0') != std::string::npos || !isPort(port) || !win32::startWinsock()) {
     return nullptr;
   }
   const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "base/hash.h"
 #include "platform/win32/handle.h"
 #include "platform/win32/paths.h"
 #include "platform/win32/shell_window.h"
@@ -32,9 +33,7 @@ std::wstring finalFolderName(const std::wstring& folder) {
 std::wstring instanceName() {
   std::wstring folder = finalFolderName(win32::programFolder());
   CharLowerBuffW(folder.data(), static_cast<DWORD>(folder.size()));
-  std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
-  for (const wchar_t c : folder) hash = (hash ^ c) * 0x100000001b3;
-  return L"Local\\Vornelle-" + std::to_wstring(hash);
+  return L"Local\\Vornelle-" + std::to_wstring(fnv1a(std::wstring_view(folder)));
 }
 
 // The window in front, so that a box opened by a dialog belongs to the dialog.

@@ -169,5 +169,14 @@ TEST(Numbers, ASignedNumberHasAPlaceForItsSign) {
   EXPECT_EQ(formatSigned(-3), "-3");
 }
 
+TEST(Numbers, APortIsDigitsFrom1To65535) {
+  EXPECT_EQ(toPort("1"), 1);
+  EXPECT_EQ(toPort("00110"), 110);
+  EXPECT_EQ(toPort("65535"), 65535);
+  for (const char* none : {"", "0", "65536", "99999999999", "-1", "+1", " 1", "1 ", "1x", "0x1"}) {
+    EXPECT_EQ(toPort(none), std::nullopt) << none;
+  }
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -142,5 +142,19 @@ TEST(Text, HexadecimalDigitsHaveValuesInEitherCase) {
   for (const char c : {'/', ':', '@', 'G', '`', 'g', '\0', '\xE4'}) EXPECT_EQ(hexDigitValue(c), -1) << c;
 }
 
+TEST(Text, DigitsAreTheTenOfAsciiAndAtLeastOne) {
+  EXPECT_TRUE(isDigits("0123456789"));
+  EXPECT_FALSE(isDigits(""));
+  EXPECT_FALSE(isDigits("1 "));
+  EXPECT_FALSE(isDigits("-1"));
+  EXPECT_FALSE(isDigit('\xB2')) << "a superscript two";
+}
+
+TEST(Text, AnEndIsFoundInAnyLetterCase) {
+  EXPECT_TRUE(endsWithNoCase("mail.EXAMPLE", "example"));
+  EXPECT_TRUE(endsWithNoCase("a", ""));
+  EXPECT_FALSE(endsWithNoCase("ample", "example"));
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -18,6 +18,14 @@ TEST(TerminalText, LettersOfTheCodePageBecomeUtf8) {
   EXPECT_EQ(toTerminalText("\x80 5 \x96 \x8A\x9F"), "\xE2\x82\xAC 5 \xE2\x80\x93 \xC5\xA0\xC5\xB8");
 }
 
+TEST(TerminalText, LettersOutsideTheCodePageAreShownToo) {
+  EXPECT_EQ(toTerminalText("&#1087;&#1088; &amp; &#60;"), "\xD0\xBF\xD1\x80 &amp; &#60;");
+}
+
+TEST(TerminalText, NothingTurnsTheDirectionOfTheText) {
+  EXPECT_EQ(toTerminalText("a&#8238;b&#8297;c"), "a?b?c");
+}
+
 TEST(TerminalText, ControlCharactersNeverReachTheTerminal) {
   EXPECT_EQ(toTerminalText("\x1B[2J"), "?[2J");
   EXPECT_EQ(toTerminalText("a\rb\b\x7F\tc"), "a?b??\tc");

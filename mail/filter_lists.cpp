@@ -1,5 +1,8 @@
 #include "mail/filter_lists.h"
 
+#include <iterator>
+#include <map>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -187,6 +190,52 @@ void listRemoveLine(std::string_view type, std::string_view lineNumber) {
   if (!writeLines(name, kept)) return LogWindowAdd("**" + name + " cannot be written, nothing removed");
   if (leftOut > 0)
     LogWindowAdd("**" + name + " is too long, left out: its last " + std::to_string(leftOut) + " lines");
+}
+
+ListRemovals listRemoveEntries(std::string_view type, const std::vector<ShownEntry>& entries) {
+  using Result = ListRemovals::Result;
+  const FilterListInfo* const list = findList(type);
+  if (!list) return {Result::noSuchList, {}, {}};
+  const std::optional<Lines> lines = readLines(list->name);
+  if (!lines) return {Result::cannotRead, {}, {}};
+
+  // Each text once, with the places of its lines that are still there.
+  std::unordered_map<std::string, std::map<std::size_t, std::size_t>> linesOf;  // place, number of the line
+  std::size_t place = 0;
+  for (std::size_t number = 0; number < lines->size(); ++number) {
+    const std::string_view text = trim((*lines)[number]);
+    if (!text.empty()) linesOf[std::string(text)].emplace(place++, number);
+  }
+
+  ListRemovals removals;
+  std::vector<bool> gone(lines->size());
+  for (const ShownEntry& entry : entries) {
+    const auto found = linesOf.find(std::string(trim(entry.text)));
+    if (found == linesOf.end() || found->second.empty()) {
+      removals.missing.push_back(entry.text);
+      continue;
+    }
+    std::map<std::size_t, std::size_t>& places = found->second;
+    auto nearest = places.lower_bound(entry.place);
+    if (nearest == places.end()) {
+      --nearest;
+    } else if (nearest != places.begin()) {
+      const auto before = std::prev(nearest);
+      if (entry.place - before->first < nearest->first - entry.place) nearest = before;
+    }
+    gone[nearest->second] = true;
+    places.erase(nearest);
+    removals.removed.push_back(entry.text);
+  }
+  if (removals.removed.empty()) return removals;
+
+  Lines kept;
+  for (std::size_t number = 0; number < lines->size(); ++number) {
+    if (!gone[number]) kept.push_back((*lines)[number]);
+  }
+  if (kept.size() > kListCapacity) return {Result::tooLong, {}, {}};
+  if (!writeLines(list->name, kept)) return {Result::cannotWrite, {}, {}};
+  return removals;
 }
 
 }  // namespace vornelle

@@ -6,8 +6,10 @@
 namespace vornelle {
 namespace {
 
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 class FilterLists : public SimTest {
  protected:
@@ -364,6 +366,73 @@ TEST_F(FilterLists, ASearchIgnoresCaseInEveryAlphabetAndFindsNoPartsOfCharacters
   EXPECT_EQ(listMatches("FriendList", "&#20263;")->size(), 1U);
   for (const char* text : {"1087", "2026", "&#", ";", "8"})
     EXPECT_EQ(listMatches("FriendList", text)->size(), 0U);
+}
+
+using Removal = ListRemovals::Result;
+
+TEST_F(FilterLists, AnEntryIsRemovedByItsTextAlthoughBlankLinesStandBeforeIt) {
+  makeFriends("ada\r\n\r\n \r\nbob\r\neve\r\n");
+  const ListRemovals removals = listRemoveEntries("FRIENDLIST", {{1, "bob"}});
+  EXPECT_EQ(removals.result, Removal::done);
+  EXPECT_THAT(removals.removed, ElementsAre("bob"));
+  EXPECT_EQ(friends(), "ada\r\n\r\n \r\neve\r\n");
+}
+
+TEST_F(FilterLists, AnEntryThatMovedMeanwhileIsFoundByItsText) {
+  makeFriends("a new one\r\nada\r\nbob\r\n");
+  EXPECT_THAT(listRemoveEntries("friendlist", {{0, "ada"}}).removed, ElementsAre("ada"));
+  EXPECT_EQ(friends(), "a new one\r\nbob\r\n");
+}
+
+TEST_F(FilterLists, AnEntryThatIsGoneMeanwhileTakesNoOtherWithIt) {
+  makeFriends("ada\r\nbob\r\n");
+  const ListRemovals removals = listRemoveEntries("friendlist", {{0, "eve"}, {1, "BOB"}});
+  EXPECT_EQ(removals.result, Removal::done);
+  EXPECT_THAT(removals.removed, IsEmpty());
+  EXPECT_THAT(removals.missing, ElementsAre("eve", "BOB"));
+  EXPECT_EQ(friends(), "ada\r\nbob\r\n");
+}
+
+TEST_F(FilterLists, OfSeveralLinesWithOneTextTheNearestGoes) {
+  makeFriends("x\r\na\r\nb\r\nx\r\nc\r\nx\r\n");
+  EXPECT_THAT(listRemoveEntries("friendlist", {{4, "x"}}).removed, ElementsAre("x"));
+  EXPECT_EQ(friends(), "x\r\na\r\nb\r\nx\r\nc\r\n") << "5 is as near as 3, and stands behind it";
+  EXPECT_THAT(listRemoveEntries("friendlist", {{99, "x"}}).removed, ElementsAre("x"));
+  EXPECT_EQ(friends(), "x\r\na\r\nb\r\nc\r\n");
+  EXPECT_THAT(listRemoveEntries("friendlist", {{1, "x"}, {1, "x"}}).missing, ElementsAre("x"));
+  EXPECT_EQ(friends(), "a\r\nb\r\nc\r\n");
+}
+
+TEST_F(FilterLists, SeveralEntriesGoAtOnce) {
+  makeFriends("ada\r\nbob\r\n eve \r\nzoe\r\n");
+  EXPECT_THAT(listRemoveEntries("friendlist", {{0, "ada"}, {2, "eve"}, {3, "zoe"}}).removed,
+              ElementsAre("ada", "eve", "zoe"));
+  EXPECT_EQ(friends(), "bob\r\n");
+}
+
+TEST_F(FilterLists, AListThatIsTooLongToBeKeptWholeIsLeftAlone) {
+  std::string text;
+  for (std::size_t i = 0; i < kListCapacity + 2; ++i) text += "entry" + std::to_string(i) + "\r\n";
+  makeFriends(text);
+  const ListRemovals removals = listRemoveEntries("friendlist", {{0, "entry0"}});
+  EXPECT_EQ(removals.result, Removal::tooLong);
+  EXPECT_THAT(removals.removed, IsEmpty());
+  EXPECT_EQ(friends(), text);
+  EXPECT_EQ(listRemoveEntries("friendlist", {{0, "entry0"}, {1, "entry1"}}).result, Removal::done);
+}
+
+TEST_F(FilterLists, NothingIsRemovedFromAListThatCannotBeReadOrWrittenOrIsNone) {
+  makeFriends("ada\r\nbob\r\n");
+  EXPECT_EQ(listRemoveEntries("..\\Vornelle.ini", {{0, "ada"}}).result, Removal::noSuchList);
+  sim::failReadsOf("friendlist");
+  EXPECT_EQ(listRemoveEntries("friendlist", {{0, "ada"}}).result, Removal::cannotRead);
+  sim::failReadsOf("");
+  sim::failWritesTo("friendlist");
+  const ListRemovals removals = listRemoveEntries("friendlist", {{0, "ada"}});
+  EXPECT_EQ(removals.result, Removal::cannotWrite);
+  EXPECT_THAT(removals.removed, IsEmpty());
+  sim::failWritesTo("");
+  EXPECT_EQ(friends(), "ada\r\nbob\r\n");
 }
 
 }  // namespace

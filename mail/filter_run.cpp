@@ -12,6 +12,7 @@
 
 #include "base/numbers.h"
 #include "base/text.h"
+#include "core/activity.h"
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings.h"
@@ -105,24 +106,31 @@ std::string resultText(std::int64_t kept, int spamFiles) {
 
 void mailFilter() {
   if (listLength(kFriendList) < kShortestFriendList) {
+    outcomes.filterRun = outcome(false, "You need to set up your FriendList first!");
     return LogWindowAdd("You need to set up your FriendList first!");
   }
   form1.minutesSinceCheck = 0;
   const WaitCursor hourglass;
+  Activity activity(Task::filterRun);
 
   if (!newPopComponent().popConnect()) {
+    outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
+    outcomes.filterRun = outcomes.failure;
     beep();
     return LogWindowAdd("**Cannot log onto POP3 server. Will try again in " +
                         std::to_string(settings.CHECK_MIN) + " mins.");
   }
   std::unique_ptr<HeaderList> list = currentMail->popGetHeaderList(1);
   const std::int32_t count = list ? list->getCount() : 0;
+  const bool listed = list != nullptr;
+  if (!listed) outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
 
   std::int16_t spam = 0;
   {
     const FilterLists lists;
     if (list && currentMail) currentMail->popExpect(likelySpam(*list, lists));
     for (std::int32_t i = 0; i < count; ++i) {
+      activity.step(i, count);
       doEvents();
       const MailMessage* message = list->getItem(i);
       if (!message->headerPresent || !lists.isSpam(*message)) continue;
@@ -136,6 +144,7 @@ void mailFilter() {
 
   const std::string result = resultText(std::int64_t{count} - spam, countSpam());
   static_cast<void>(notifyIconModifyTip(" Vornelle - " + result));  // there may be no icon
+  outcomes.filterRun = outcome(listed, "Mail filtered: " + result);
   LogWindowAdd("Mail filtered: " + result);
 }
 

@@ -4,8 +4,8 @@
 // key, a list entry or a search text could otherwise bring a link, hide a row, or take a box that is not its own.
 // So it is made into text where the page is built, for a request that came through the gateway.
 //
-// Letters outside Windows-1252 are held as decimal character references ("&#1087;"): those stay, and the browser
-// shows the letter. A reference stands for text too, whatever it names.
+// Characters outside Windows-1252 are held as decimal character references ("&#1087;", base/characters.h): those
+// stay, and the browser shows the letter.
 #pragma once
 
 #include <string>
@@ -16,8 +16,8 @@ namespace vornelle {
 // As it is, or in a browser's page as browserText().
 [[nodiscard]] std::string pageText(std::string_view text);
 
-// For an element or a quoted attribute: "<", ">", both quotes and every "&" that begins no decimal reference
-// become references.
+// For an element or a quoted attribute: "<", ">", both quotes and every "&" that begins no character become
+// references.
 [[nodiscard]] std::string browserText(std::string_view text);
 
 }  // namespace vornelle

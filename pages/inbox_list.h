@@ -25,4 +25,11 @@ namespace vornelle {
 // Back to the state before the first fetch. For tests.
 void inboxClear();
 
+// How old the listing is. Fresh: the last fetch brought it whole; not fresh: it is what an earlier one left.
+struct ListingAge {
+  bool fresh = false;
+  std::int64_t fetched = 0;  // seconds since 1970 UTC at the end of the last whole fetch; 0: there was none
+};
+[[nodiscard]] ListingAge inboxAge();
+
 }  // namespace vornelle

@@ -7,6 +7,7 @@
 
 #include "base/numbers.h"
 #include "base/text.h"
+#include "core/activity.h"
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings.h"
@@ -114,20 +115,46 @@ void putRestoresFirst(std::vector<CheckedRow>& rows) {
   }
 }
 
-void deleteFromInbox(const CheckedRow& row) {
+// False when it has not been deleted, here and below.
+bool deleteFromInbox(const CheckedRow& row) {
   LogWindowAdd("Delete mail from " + row.sender);
   // A task that began during the yield may have taken the component away; then nothing is deleted.
-  if (currentMail) currentMail->popDeleteMessage(row.key);
+  return currentMail && currentMail->popDeleteMessage(row.key);
 }
 
-void deleteFromSpamBox(const CheckedRow& row) {
+bool deleteFromSpamBox(const CheckedRow& row) {
   if (!isNameInFolder(row.key) || !fileExists(spamPath(row.key))) {
     LogWindowAdd("Problem deleting spam file " + row.key + ".txt");
-    return;
+    return false;
   }
   LogWindowAdd("Delete spam from " + row.sender);
-  if (!deleteSpam(row.key)) LogWindowAdd("Problem deleting spam file " + row.key + ".txt");
+  const bool deleted = deleteSpam(row.key);
+  if (!deleted) LogWindowAdd("Problem deleting spam file " + row.key + ".txt");
+  return deleted;
 }
+
+// What became of the checked rows.
+struct Tally {
+  int restored = 0, notRestored = 0, deleted = 0, notDeleted = 0;
+
+  void remember() const {
+    if (restored + notRestored > 0) {
+      std::string text = std::to_string(restored) + " restored";
+      if (notRestored > 0) {
+        const std::string reason = failureText(lastMailFailures.smtp);
+        text += ", " + std::to_string(notRestored) + " could not be: " +
+                (reason.empty() ? "the event log tells why" : reason);
+      }
+      outcomes.restore = outcome(notRestored == 0, text);
+      if (notRestored > 0) outcomes.failure = outcomes.restore;
+    }
+    if (deleted + notDeleted > 0) {
+      std::string text = std::to_string(deleted) + " deleted";
+      if (notDeleted > 0) text += ", " + std::to_string(notDeleted) + " could not be: the event log tells why";
+      outcomes.deletion = outcome(notDeleted == 0, text);
+    }
+  }
+};
 
 // What is sent, and who it is from.
 struct RestoredText {
@@ -170,7 +197,9 @@ bool restoreRow(const CheckedRow& row) {
 
 std::string showMessage(const std::string& uidl) {
   // 1. Log on.
+  const Activity activity(Task::messageFetch);
   if (!newPopComponent().popConnect()) {
+    outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
     beep();
     LogWindowAdd("**Cannot log onto POP3 server.");
     currentMail.reset();
@@ -212,12 +241,17 @@ void deleteChecked(std::string_view box) {
   if (button == std::string_view::npos) return;
   std::vector<CheckedRow> rows = checkedRows(request.substr(request.find('&', button) + 1));
 
+  Activity activity(Task::restoreAndDelete);
+  Tally tally;
+
   // 2. The Inbox is on the server.
   const bool inbox = box == "INBOX";
   if (inbox) {
     MailComponent& component = newPopComponent();
     component.setSmtpServer(settings.SMTP_SERVER);
     if (!component.popConnect()) {
+      outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
+      outcomes.deletion = outcomes.failure;
       beep();
       LogWindowAdd("**Cannot log onto POP3 server!");
       currentMail.reset();
@@ -228,21 +262,27 @@ void deleteChecked(std::string_view box) {
   // 3. Row by row. A message that was to be restored and could not be is not deleted behind that.
   putRestoresFirst(rows);
   std::vector<std::int32_t> notRestored;
-  for (const CheckedRow& row : rows) {
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const CheckedRow& row = rows[i];
+    activity.step(static_cast<int>(i), static_cast<int>(rows.size()));
     doEvents();
     if (row.restore) {
-      if (!restoreRow(row)) notRestored.push_back(row.row);
+      const bool restored = restoreRow(row);
+      ++(restored ? tally.restored : tally.notRestored);
+      if (!restored) notRestored.push_back(row.row);
     } else if (std::find(notRestored.begin(), notRestored.end(), row.row) != notRestored.end()) {
       LogWindowAdd("**Not deleted, since it could not be restored: " + row.key + ".txt");
+      ++tally.notDeleted;
     } else if (inbox) {
-      deleteFromInbox(row);
+      ++(deleteFromInbox(row) ? tally.deleted : tally.notDeleted);
     } else {
-      deleteFromSpamBox(row);
+      ++(deleteFromSpamBox(row) ? tally.deleted : tally.notDeleted);
     }
   }
 
   // 4. The deletions take effect when the session ends.
   if (inbox) currentMail.reset();
+  tally.remember();
 }
 
 bool restoreSpam(const std::string& path) {

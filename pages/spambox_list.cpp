@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/module_state.h"
+#include "core/activity.h"
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
 #include "pages/message_listing.h"
@@ -38,11 +39,13 @@ std::optional<std::vector<std::string>> keysNewestFirst() {
 }  // namespace
 
 bool spamboxList() {
+  Activity activity(Task::spamBoxScan);
   auto keys = keysNewestFirst();
   if (!keys) return false;
   spambox.count = static_cast<std::int16_t>(keys->size());
   currentMail = std::make_unique<MailComponent>();
   for (std::size_t i = 0; i < keys->size(); i++) {
+    activity.step(static_cast<int>(i), static_cast<int>(keys->size()));
     doEvents();
     std::string& key = (*keys)[i];
     // A file that is gone meanwhile, or cannot be read, gives a row without a sender.

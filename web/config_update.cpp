@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "base/text.h"
+#include "core/activity.h"
 #include "core/form1.h"
 #include "core/settings_table.h"
 #include "mail/mail_component.h"
@@ -30,17 +31,24 @@ void takePosted(const Setting& setting) {
 }
 
 std::string testConnections() {
+  const Activity activity(Task::settingsTest);
   newMailComponent();
-  std::string alerts;
+  std::string alerts, reasons;
   if (!settings.POP_SERVER.empty() && !currentMail->popConnect()) {
     beep();
     alerts = "alert('Cannot log onto POP3 Server!');";
+    reasons = failureText(lastMailFailures.pop);
   }
   if (!settings.SMTP_SERVER.empty() && !currentMail->smtpLogin()) {
     beep();
     alerts += "alert('Cannot log onto SMTP Server!');";
+    reasons += (reasons.empty() ? "" : " ") + failureText(lastMailFailures.smtp);
   }
   currentMail.reset();
+  outcomes.settingsTest =
+      reasons.empty() ? outcome(true, "Saved. The mail servers that are entered can be logged onto.")
+                      : outcome(false, "Saved. " + reasons);
+  if (!reasons.empty()) outcomes.failure = outcome(false, reasons);
   return alerts;
 }
 

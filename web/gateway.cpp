@@ -11,6 +11,7 @@
 
 #include "base/module_state.h"
 #include "base/text.h"
+#include "core/activity.h"
 #include "core/settings.h"
 #include "platform/clock.h"
 #include "platform/events.h"
@@ -18,6 +19,11 @@
 #include "web/gateway_answer.h"
 #include "web/http_cmds.h"
 #include "web/http_request_parser.h"
+#include "web/message_views.h"
+#include "web/progress_page.h"
+#include "web/request_origin.h"
+#include "web/session.h"
+#include "web/status.h"
 
 namespace vornelle {
 namespace {
@@ -44,8 +50,9 @@ struct Gateway {
   std::map<std::uint64_t, std::unique_ptr<Connection>> connections;
   std::uint64_t nextId = 1;
   std::deque<std::uint64_t> queue;
-  bool serving = false;
+  std::vector<PageWork> serving;  // what is being served, one in the middle of the other
   AnswerRequest answer;
+  Timer retry{50, false};  // runs while requests wait for what is under way
   Timer clock{1000, false};  // runs only while a request is being read
   int port = 0;
 };
@@ -92,16 +99,18 @@ bool isStartPage(const HttpRequest& request) {
   return request.method != "POST" && (path == "/" || startsWithNoCase(path, "/INDEX.HTM"));
 }
 
-// Another site has caused the request: its link, form, picture or script. No page of another site may end the
-// program, log the user out or post a form. What the user types or has bookmarked comes as "none", and our
-// own pages as "same-origin"; a program on another port of this machine counts as another site too.
-bool isForeign(const HttpRequest& request) {
-  const std::optional<std::string_view> site = request.field("Sec-Fetch-Site");
-  if (site) return !equalsNoCase(*site, "same-origin") && !equalsNoCase(*site, "none");
-  // Browsers without that field still name the page that a form was posted from, unless that page asks them
-  // not to, as ours do: "null" can be one of our own.
+// No page of another site may end the program, log the user out or post a form; what the user types or has
+// bookmarked is taken, and so are our own pages. A program on another port of this machine counts as another
+// site too. Clients that say nothing about it are taken but for the two requests that need no session: those
+// take a browser that says that our page or the user has asked.
+bool isForeign(const HttpRequest& request, Caller caller) {
+  if (caller == Caller::anotherSite) return true;
+  if (request.field("Sec-Fetch-Site")) return false;
+  for (const std::string_view name : {"/UNLOADME", "/LOGOUT.CGI"}) {
+    if (startsWithNoCase(request.target, name)) return true;
+  }
   const std::optional<std::string_view> origin = request.field("Origin");
-  if (!origin || *origin == "null") return false;
+  if (!origin) return false;
   return !(startsWithNoCase(*origin, "http://") && isOwnAuthority(origin->substr(7)));
 }
 
@@ -113,9 +122,10 @@ int refusal(const HttpRequest& request) {
   const std::string_view authority =
       !request.authority.empty() ? std::string_view(request.authority) : request.field("Host").value_or("");
   if (!isOwnAuthority(authority)) return 421;
-  if (isForeign(request) && !isStartPage(request)) return 403;
-  // A page that a browser loads ahead on a guess must not act.
-  if (request.listHolds("Sec-Purpose", "prefetch") || request.listHolds("Purpose", "prefetch")) return 503;
+  const Caller caller = callerOf([&](std::string_view name) { return request.field(name); });
+  if (caller == Caller::upgrade) return 403;
+  if (caller == Caller::ahead) return 503;
+  if (isForeign(request, caller) && !isStartPage(request)) return 403;
   return 0;
 }
 
@@ -171,47 +181,130 @@ std::string plainText(const HttpRequest& request) {
   return text.append("\r\n").append(request.body);
 }
 
+PageTraits traitsOf(const Connection& connection) {
+  return pageTraits(targetOf(connection.request));
+}
+
+AnswerOptions optionsFor(const Connection& connection) {
+  return {!connection.closeAfterAnswer, connection.request.method == "HEAD"};
+}
+
+// What can be told without letting anything in: at any time, and nothing of it is logged.
+bool answerAtOnce(Connection& connection) {
+  const std::string_view target = connection.request.target;
+  if (startsWithNoCase(target, "/STATUS.JSON")) {
+    sendAnswer(connection, holdsSession(target) ? statusAnswer(statusJson(), optionsFor(connection))
+                                                : errorAnswer(403, optionsFor(connection)));
+    return true;
+  }
+  if (startsWithNoCase(target, "/VIEW.HTM")) {
+    const MessageView* const view = findMessageView(target);
+    sendAnswer(connection, view ? viewAnswer(*view, optionsFor(connection))
+                                : errorAnswer(404, optionsFor(connection)));
+    return true;
+  }
+  return false;
+}
+
+// A message is shown at an address of its own, without the session id; the pages in place of one that cannot be
+// had are pages of the program.
+std::string answerFor(PageKind kind, std::string body, const AnswerOptions& options) {
+  if (kind != PageKind::message) return pageAnswer(kind, std::move(body), options);
+  if (isErrorPage(body)) return pageAnswer(PageKind::page, std::move(body), options);
+  const std::string address = keepMessageView({withoutConnections(std::move(body)), false});
+  return address.empty() ? errorAnswer(502, options) : redirectAnswer(address, options);
+}
+
 // Serving lets events in: the browser may have gone when the answer is there.
 void serve(std::uint64_t id) {
   Connection* connection = find(id);
-  if (connection == nullptr) return;
   connection->state = Connection::State::served;
-  connection->closeAfterAnswer = !wantsKeepAlive(connection->request);
-  const AnswerOptions options{!connection->closeAfterAnswer, connection->request.method == "HEAD"};
-  const PageKind kind = pageTraits(targetOf(connection->request)).kind;
+  const AnswerOptions options = optionsFor(*connection);
+  const PageTraits traits = traitsOf(*connection);
   std::string text = plainText(connection->request);
   std::string().swap(connection->request.body);
 
+  struct Serving {
+    explicit Serving(PageWork work) { gateway->serving.push_back(work); }
+    ~Serving() {
+      if (gateway) gateway->serving.pop_back();
+    }
+  } const serving(traits.work);
   std::optional<std::string> answer = gateway->answer(std::move(text));
   connection = find(id);
   if (connection == nullptr) return;
-  sendAnswer(*connection, answer ? pageAnswer(kind, std::move(*answer), options) : errorAnswer(502, options));
+  sendAnswer(*connection,
+             answer ? answerFor(traits.kind, std::move(*answer), options) : errorAnswer(502, options));
 }
 
-// One request after the other. What is asked for while one is being served waits until that is done.
-void serveQueue() {
-  if (gateway->serving) return;
-  struct Serving {
-    Serving() { gateway->serving = true; }
-    ~Serving() {
-      if (gateway) gateway->serving = false;
-    }
-  } const serving;
-  while (gateway && !gateway->queue.empty()) {
-    const std::uint64_t id = gateway->queue.front();
-    gateway->queue.pop_front();
-    serve(id);
+// Something is under way that other requests must not disturb: an action or a fetch of ours, or a task that
+// the timer, the window or the plain wire has begun.
+bool isBusy() {
+  return underWay().has_value() || (!gateway->serving.empty() && gateway->serving.front() != PageWork::files);
+}
+
+enum class Turn { serve, progress, wait };
+
+// Pages that take files alone are served in the middle of what is under way, one at a time. Those that would
+// take the mail component away wait a moment, and then show how far it is. Actions wait.
+Turn turnOf(const Connection& connection) {
+  const std::vector<PageWork>& serving = gateway->serving;
+  if (serving.empty() && !isBusy()) return Turn::serve;
+  if (!serving.empty() && (serving.size() > 1 || serving.back() == PageWork::files)) return Turn::wait;
+  switch (traitsOf(connection).work) {
+    case PageWork::files: return Turn::serve;
+    case PageWork::mailbox:
+      return connection.request.method != "POST" &&
+                     monotonicMilliseconds() - connection.lastActivity >= kGatewayProgressMilliseconds
+                 ? Turn::progress
+                 : Turn::wait;
+    case PageWork::action: return Turn::wait;
   }
+  return Turn::wait;
+}
+
+// The first request of the queue whose turn it is. False when there is none.
+bool serveNext() {
+  for (auto waiting = gateway->queue.begin(); waiting != gateway->queue.end(); ++waiting) {
+    Connection* const connection = find(*waiting);
+    const Turn turn = turnOf(*connection);
+    if (turn == Turn::wait) {
+      if (!isBusy()) return false;  // in their order
+      continue;
+    }
+    const std::uint64_t id = *waiting;
+    gateway->queue.erase(waiting);
+    if (turn == Turn::serve) {
+      serve(id);
+    } else {
+      sendAnswer(*connection, pageAnswer(PageKind::page, progressPage(), optionsFor(*connection)));
+    }
+    return true;
+  }
+  return false;
+}
+
+// What waits now, and what comes while it is served, has its turn. In the middle of something that goes on only
+// when this returns no more is served than waits now.
+void serveQueue() {
+  std::size_t most = gateway->queue.size();
+  while (gateway && (most > 0 || (gateway->serving.empty() && !isBusy())) && serveNext()) {
+    if (most > 0) --most;
+  }
+  if (gateway) gateway->retry.setEnabled(!gateway->queue.empty());
 }
 
 // ---- reading ----
 
 void enqueue(Connection& connection) {
+  connection.closeAfterAnswer = !wantsKeepAlive(connection.request);
+  if (answerAtOnce(connection)) return;
   if (gateway->queue.size() >= static_cast<std::size_t>(kGatewayQueueLimit)) {
-    refuse(connection, 503, wantsKeepAlive(connection.request));
+    refuse(connection, 503, !connection.closeAfterAnswer);
     return;
   }
   connection.state = Connection::State::waiting;
+  connection.lastActivity = monotonicMilliseconds();
   gateway->queue.push_back(connection.id);
   serveQueue();
 }
@@ -311,12 +404,13 @@ void gatewayStart(AnswerRequest answer) {
   gateway->port = settings.httpPort;
   gateway->listener.onConnectionRequest = acceptConnection;
   gateway->clock.onTick = clockTick;
+  gateway->retry.onTick = serveQueue;
   if (!gateway->listener.listen(LoopbackAddress::ipv6, gateway->port)) gateway.reset();
 }
 
 GatewayState gatewayState() {
   if (!gateway) return {};
-  return {gateway->connections.size(), gateway->queue.size(), gateway->serving};
+  return {gateway->connections.size(), gateway->queue.size(), !gateway->serving.empty()};
 }
 
 }  // namespace vornelle

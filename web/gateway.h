@@ -6,6 +6,13 @@
 // dispatch code, one request at a time, and sends the bare answer that it gets back on as an HTTP/1.1 answer.
 // It touches nothing in the plain listener.
 //
+// While something is under way (a filter run, an action, a fetch) that yields:
+//   - a page made of files and of what is held already is served in the middle of it;
+//   - a page that would take the mail component away waits a moment, and then gets a page that shows how far it
+//     is and turns into the wanted one;
+//   - an action waits for its end, in the order of arrival.
+// "/status.json" and a message view are answered at any time, and never logged.
+//
 // One connection's states:
 //   1. reading: collecting a request; a wrong one is answered with its 4xx and the connection is closed
 //      behind it.
@@ -26,6 +33,7 @@ namespace vornelle {
 
 inline constexpr int kGatewayQueueLimit = 64;              // requests that wait; one more is answered 503
 inline constexpr int kGatewayRequestMilliseconds = 30000;  // for a request to get complete
+inline constexpr int kGatewayProgressMilliseconds = 500;   // of waiting, before progress is shown
 inline constexpr int kGatewayConnectionLimit = 256;  // more: the one that has been idle longest is closed
 
 // The bare answer to a request's text; nullopt: none.

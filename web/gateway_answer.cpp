@@ -13,20 +13,28 @@ namespace {
 // No page loads anything from outside, is shown inside another page, or sends a form elsewhere.
 constexpr std::string_view kSealed = "base-uri 'none'; frame-ancestors 'none'; ";
 
+constexpr std::string_view kHtml = "text/html; charset=windows-1252";
+
+// No script, no remote picture, no form: a message cannot tell its sender that it has been read. Its links work
+// when the user follows them; they lead away from its own page, since what it opens could reach back to it.
+constexpr std::string_view kMessagePolicy =
+    "sandbox; default-src 'none'; style-src 'unsafe-inline'; img-src data:; form-action 'none'; base-uri 'none'; "
+    "frame-ancestors 'none'";
+// In the preview its links are written by us: they open a window that knows nothing of this one.
+constexpr std::string_view kFramedPolicy =
+    "sandbox allow-popups allow-popups-to-escape-sandbox; default-src 'none'; style-src 'unsafe-inline'; img-src "
+    "data:; form-action 'none'; base-uri 'none'; frame-ancestors 'self'";
+
 std::string contentSecurityPolicy(PageKind kind) {
   std::string sealed(kSealed);
   switch (kind) {
     case PageKind::message:
-      // No script, no remote picture, no form: a message cannot tell its sender that it has been read. Its
-      // links work when the user follows them; they open outside the sandbox.
-      return "sandbox allow-popups allow-popups-to-escape-sandbox; default-src 'none'; style-src "
-             "'unsafe-inline'; img-src data:; form-action 'none'; " +
-             sealed;
+      return std::string(kMessagePolicy);
     case PageKind::page:
       // Answers that lead on to the next page are scripts of one line. The templates narrow this for
       // themselves to the one script that they bring.
       return "default-src 'none'; script-src 'unsafe-inline'; style-src 'unsafe-inline'; img-src 'self' "
-             "data:; form-action 'self'; " +
+             "data:; connect-src 'self'; frame-src 'self'; form-action 'self'; " +
              sealed;
     case PageKind::icon:
     case PageKind::unknown:
@@ -45,6 +53,7 @@ struct Status {
 constexpr std::array kStatuses = {
     Status{400, "Bad Request", "Vornelle could not read the request."},
     Status{403, "Forbidden", "Another site has asked for this page. Open Vornelle's start page yourself."},
+    Status{404, "Not Found", "This view of the message is over. Open the message again from its list."},
     Status{405, "Method Not Allowed", "Vornelle answers GET, HEAD and POST."},
     Status{408, "Request Timeout", "The request did not arrive whole in time."},
     Status{411, "Length Required", "The request does not say how long it is."},
@@ -60,14 +69,16 @@ constexpr std::array kStatuses = {
 };
 
 std::string assemble(std::string_view statusLine, std::string_view type, std::string_view policy,
-                     std::string_view furtherFields, const std::string& body, const AnswerOptions& options) {
+                     std::string_view furtherFields, const std::string& body, const AnswerOptions& options,
+                     std::string_view frames = "DENY") {
   std::string answer = "HTTP/1.1 ";
   answer.reserve(body.size() + 1024);
   answer.append(statusLine).append("\r\nContent-Type: ").append(type);
   answer.append("\r\nContent-Length: ").append(std::to_string(body.size()));
   answer.append(
       "\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\nReferrer-Policy: no-referrer");
-  answer.append("\r\nX-Frame-Options: DENY\r\nX-DNS-Prefetch-Control: off\r\nContent-Security-Policy: ");
+  answer.append("\r\nX-DNS-Prefetch-Control: off\r\nX-Frame-Options: ");
+  answer.append(frames).append("\r\nContent-Security-Policy: ");
   while (!policy.empty() && (policy.back() == ' ' || policy.back() == ';')) policy.remove_suffix(1);
   answer.append(policy);
   answer.append(furtherFields);
@@ -76,13 +87,8 @@ std::string assemble(std::string_view statusLine, std::string_view type, std::st
   return answer;
 }
 
-bool isNameCharacter(char c) {
-  return isAsciiLetter(c) || isDigit(c) || c == '-' || c == '_' || c == '.' || c == ':';
-}
+}  // namespace
 
-// One of the two pages that are shown where a message cannot be. Their "Go Back" is a script, which the
-// policy of the message views forbids. A message that spells out exactly such a page does no more than the
-// page does.
 bool isErrorPage(std::string_view body) {
   for (const std::string_view text :
        {"Requested email does not exist!", "Cannot log onto POP3 server. Try again later."}) {
@@ -91,13 +97,23 @@ bool isErrorPage(std::string_view body) {
   return false;
 }
 
-}  // namespace
-
-std::string pageAnswer(PageKind kind, std::string body, const AnswerOptions& options) {
-  if (kind == PageKind::message && isErrorPage(body)) kind = PageKind::page;
-  if (kind == PageKind::message) body = agreeCharset(withoutConnections(std::move(body)));
-  const std::string_view type = kind == PageKind::icon ? "image/x-icon" : "text/html; charset=windows-1252";
+std::string pageAnswer(PageKind kind, const std::string& body, const AnswerOptions& options) {
+  const std::string_view type = kind == PageKind::icon ? "image/x-icon" : kHtml;
   return assemble("200 OK", type, contentSecurityPolicy(kind), "", body, options);
+}
+
+std::string statusAnswer(const std::string& json, const AnswerOptions& options) {
+  return assemble("200 OK", "application/json", contentSecurityPolicy(PageKind::icon), "", json, options);
+}
+
+std::string viewAnswer(const MessageView& view, const AnswerOptions& options) {
+  return assemble("200 OK", kHtml, view.framed ? kFramedPolicy : kMessagePolicy, "", view.body, options,
+                  view.framed ? "SAMEORIGIN" : "DENY");
+}
+
+std::string redirectAnswer(std::string_view address, const AnswerOptions& options) {
+  return assemble("303 See Other", kHtml, contentSecurityPolicy(PageKind::unknown),
+                  "\r\nLocation: /" + std::string(address), "", options);
 }
 
 std::string errorAnswer(int status, const AnswerOptions& options) {
@@ -113,49 +129,37 @@ std::string errorAnswer(int status, const AnswerOptions& options) {
   std::string_view further;
   if (status == 405) further = "\r\nAllow: GET, HEAD, POST";
   if (status == 503) further = "\r\nRetry-After: 5";
-  return assemble(statusLine, "text/html; charset=windows-1252", contentSecurityPolicy(PageKind::unknown),
+  return assemble(statusLine, kHtml, contentSecurityPolicy(PageKind::unknown),
                   further, body, options);
+}
+
+// Whether a tag is open at that place, as far as "<" and ">" tell.
+static bool isInTag(std::string_view message, std::size_t at) {
+  const std::size_t mark = message.substr(0, at).find_last_of("<>");
+  return mark != std::string_view::npos && message[mark] == '<';
 }
 
 std::string withoutConnections(std::string message) {
   // Each pair is of one length, so that nothing moves.
-  constexpr std::array<std::pair<std::string_view, std::string_view>, 3> kTags = {{
-      {"<link", "<meta"},
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 5> kTags = {{
+      {"<link", "<xink"},
       {"<iframe", "<xframe"},
       {"<frame", "<xrame"},
+      {"<meta", "<xeta"},
+      {"<base", "<xase"},
   }};
   for (const auto& [tag, harmless] : kTags) {
     for (std::size_t at = 0; (at = findNoCase(message, tag, at)) != std::string::npos; at += tag.size()) {
       message.replace(at, tag.size(), harmless);
     }
   }
-  return message;
-}
-
-std::string agreeCharset(std::string page) {
-  constexpr std::string_view kOurs = "windows-1252";
-  const std::string_view text = page;
-  std::string agreed;
-  std::size_t copied = 0;
-  std::size_t at = 0;
-  while ((at = findNoCase(text, "<meta", at)) != std::string_view::npos) {
-    const std::size_t tagEnd = std::min(text.find('>', at), text.size());
-    std::size_t value = findNoCase(text.substr(0, tagEnd), "charset", at);
-    at = tagEnd;
-    if (value == std::string_view::npos) continue;
-    value += std::string_view("charset").size();
-    while (value < tagEnd && (text[value] == ' ' || text[value] == '\t')) ++value;
-    if (value >= tagEnd || text[value] != '=') continue;
-    ++value;
-    while (value < tagEnd && (text[value] == ' ' || text[value] == '"' || text[value] == '\'')) ++value;
-    std::size_t end = value;
-    while (end < tagEnd && isNameCharacter(text[end])) ++end;
-    if (end == value) continue;
-    agreed.append(text.substr(copied, value - copied)).append(kOurs);
-    copied = end;
+  constexpr std::array<std::string_view, 3> kAttributes = {"referrerpolicy", "target", "ping"};
+  for (const std::string_view name : kAttributes) {
+    for (std::size_t at = 0; (at = findNoCase(message, name, at)) != std::string::npos; at += name.size()) {
+      if (isInTag(message, at)) message[at] = 'x';
+    }
   }
-  if (copied == 0) return page;
-  return agreed.append(text.substr(copied));
+  return message;
 }
 
 }  // namespace vornelle

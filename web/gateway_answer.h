@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "web/http_cmds.h"
+#include "web/message_views.h"
 
 namespace vornelle {
 
@@ -15,18 +16,30 @@ struct AnswerOptions {
 };
 
 // The answer for a page: status 200, type, length, security header fields.
-[[nodiscard]] std::string pageAnswer(PageKind kind, std::string body, const AnswerOptions& options);
+[[nodiscard]] std::string pageAnswer(PageKind kind, const std::string& body, const AnswerOptions& options);
 
-// An error answer with a short page. Status 400, 403, 405, 408, 411, 413, 414, 417, 421, 431, 502, 503, 505.
+// For scripts of the pages: JSON.
+[[nodiscard]] std::string statusAnswer(const std::string& json, const AnswerOptions& options);
+
+// A message at its own address, sandboxed: as a page, or in the frame of one of our pages.
+[[nodiscard]] std::string viewAnswer(const MessageView& view, const AnswerOptions& options);
+
+// Status 303: the browser goes to that address.
+[[nodiscard]] std::string redirectAnswer(std::string_view address, const AnswerOptions& options);
+
+// One of the two pages that are shown where a message cannot be. Their "Go Back" is a script, which the policy
+// of the message views forbids. A message that spells out exactly such a page does no more than the page does.
+[[nodiscard]] bool isErrorPage(std::string_view body);
+
+// An error answer with a short page. Status 400, 403, 404, 405, 408, 411, 413, 414, 417, 421, 431, 502, 503, 505.
 [[nodiscard]] std::string errorAnswer(int status, const AnswerOptions& options);
 
-// Makes every charset that the page's own meta tags declare say windows-1252, which is what the bytes are.
-[[nodiscard]] std::string agreeCharset(std::string page);
-
-// Takes out of a message what makes a browser connect to somebody's server whatever the policy says: Chromium
-// connects for a frame that the policy refuses to load, and hints such as <link rel=preconnect> are no loads at
-// all. The connection alone would tell a sender that the message is being looked at. Frames become unknown
-// elements, <link> elements become <meta> elements that say nothing.
+// Takes out of a message what makes a browser connect to somebody's server, or tell it where it comes from,
+// whatever the policy says: Chromium connects for a frame that the policy refuses to load; hints such as
+// <link rel=preconnect> are no loads at all; a link's or a meta element's referrer policy overrides ours; what a
+// link opens under a target's name could reach back. The connection alone would tell a sender that the message is
+// being looked at. Such elements and attributes become unknown ones of the same length. The character set is the
+// answer's, not the message's.
 [[nodiscard]] std::string withoutConnections(std::string message);
 
 }  // namespace vornelle

@@ -3,6 +3,7 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "base/url_decode.h"
+#include "core/activity.h"
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/shutdown.h"
@@ -95,10 +96,23 @@ std::string deleteMail() {
   return locationScript("displayinbox.htm");
 }
 
+// Adds, and remembers what came of it. A list that holds the entry already, is full or cannot be changed is as long
+// as before.
+void addAndRemember(std::string_view list, const std::string& item) {
+  const std::uint64_t before = listLength(list);
+  listAdd(list, item);
+  const bool added = listLength(list) != before;
+  const std::string what = "\"" + urlDecode(item) + "\"";
+  outcomes.addition =
+      added ? outcome(true, "Added " + what + " to the " + std::string(list) + ".")
+            : outcome(false, "Not added to the " + std::string(list) + ": " + what +
+                                 ". It stands there already, or the event log tells why not.");
+}
+
 std::string addToList() {
   const std::string item = requestParam("addtolist").value_or("");
   const std::string type = requestParam("type").value_or("");
-  if (const FilterListInfo* const list = findList(type)) listAdd(list->name, item);
+  if (const FilterListInfo* const list = findList(type)) addAndRemember(list->name, item);
   return locationScript("display" + type + ".htm");
 }
 
@@ -111,7 +125,7 @@ std::string deleteFromList() {
 
 // The buttons on the message pages.
 std::string addToListAndGoBack(std::string_view list) {
-  listAdd(list, requestParam("ADDTOLIST").value_or(""));
+  addAndRemember(list, requestParam("ADDTOLIST").value_or(""));
   return "<script language='Javascript'>history.back()</script>";
 }
 

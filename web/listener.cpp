@@ -15,6 +15,7 @@
 #include "platform/socket.h"
 #include "web/http_cmds.h"
 #include "web/request.h"
+#include "web/request_origin.h"
 #include "web/request_turn.h"
 
 namespace vornelle {
@@ -30,6 +31,7 @@ struct Element {
   SocketControl socket;
   int sendsUnderWay = 0;  // their SendComplete events are still to come
   bool peerGone = false;  // everything that it had sent has been read
+  bool refused = false;   // a browser has asked there for another site
 };
 
 // Never destroyed: the event loop may be gone before it would be its turn.
@@ -68,9 +70,24 @@ void releaseIfDone(std::int32_t index) {
   if (gone || !old->socket.isOpen()) sckWS().erase(index);
 }
 
+// A page of another site can make a browser send anything here, and would end the program or use up its
+// connections. What a browser says to be such a request touches nothing; it is closed without an answer.
+bool isForAnotherSite(std::string_view received) {
+  if (!received.starts_with("GET") && !received.starts_with("POST")) return false;
+  return callerOf([&](std::string_view name) { return fieldIn(received, name); }) != Caller::taken;
+}
+
 void sckWS_DataArrival(std::int32_t index) {
   const PlainTurn turn;
-  if (Element* const sender = element(index)) readRequest(sender->socket.getData());
+  Element* const sender = element(index);
+  if (!sender) return;
+  std::string received = sender->socket.getData();
+  if (isForAnotherSite(received)) {
+    sender->refused = true;
+    sender->socket.close();
+    return;
+  }
+  readRequest(std::move(received));
 }
 
 void sckWS_SendComplete(std::int32_t index) {
@@ -115,7 +132,7 @@ bool requestIsPending() {
 // has never been a connection.
 bool peerHasGone(std::int32_t index) {
   const Element* const asking = element(index);
-  return asking ? asking->peerGone : index <= kLastElement;
+  return asking ? asking->peerGone || asking->refused : index <= kLastElement;
 }
 
 void waitForRequest(std::int32_t index) {
@@ -140,6 +157,14 @@ void answerRequest() {
   }
 }
 
+// The index of a connection that was refused is free again: otherwise a page of another site could use them all up.
+void takeBackIndex(std::int32_t index) {
+  const Element* const left = element(index);
+  if (!left || !left->refused || webServer.socketIndex != index) return;
+  sckWS().erase(index);
+  --webServer.socketIndex;
+}
+
 void sckWS_ConnectionRequest(SocketControl::RequestId request) {
   const PlainTurn turn;
   const std::int32_t index = ++webServer.socketIndex;  // a refused request uses an index up, too
@@ -155,6 +180,7 @@ void sckWS_ConnectionRequest(SocketControl::RequestId request) {
     // Handlers below this one may still wait. Without the timer they would do so for ever, and with them
     // whatever let them in, a filter run perhaps.
     if (waitingHandlers > 0) restartTimeout();
+    takeBackIndex(index);
   }
   --webServer.activeRequests;
 }

@@ -102,12 +102,18 @@ describe('answers', () => {
     assert.match(answer.fields['content-security-policy'], /^default-src 'none'/);
   });
 
-  test('TheMessageViewsAreSandboxed', async () => {
+  test('AMessageIsShownInASandboxAtAnAddressWithoutTheSession', async () => {
     await app.login();
+    app.write('spam/one.txt', 'Subject: x\r\n\r\ny\r\n');
     for (const target of ['/displayemail.cgi?uidl=one&s=', '/DisplaySpam.cgi?fn=one.txt&s=']) {
-      const policy = (await ask(get(target + app.sessionId))).fields['content-security-policy'];
-      assert.match(policy, /^sandbox /);
-      assert.doesNotMatch(policy, /allow-scripts|allow-same-origin|allow-forms|script-src/);
+      const moved = await ask(get(target + app.sessionId));
+      assert.equal(moved.status, 303);
+      assert.match(moved.fields.location, /^\/view\.htm\?v=[A-Z]{32}$/);
+      const before = app.log();
+      const policy = (await ask(get(moved.fields.location))).fields['content-security-policy'];
+      assert.match(policy, /^sandbox; default-src 'none'/);
+      assert.doesNotMatch(policy, /allow-|script-src/);
+      assert.equal(app.log(), before, 'a view is not logged');
     }
   });
 
@@ -288,12 +294,12 @@ describe('many', () => {
     const waiting = [];
     for (let i = 0; i < 70; i++) {
       const client = await Client.open();
-      waiting.push(client.send(get(`/page${i}.htm?s=${app.sessionId}`)));
+      waiting.push(client.send(get(`/addtolist.cgi?s=${app.sessionId}&addtolist=e${i}@x.example&type=EnemyList&END=1`)));
     }
     assert.match((await first.answer()).body, /<title>Inbox/);
     const answers = await Promise.all(waiting.map((client) => client.answer()));
     assert.deepEqual(answers.map((answer) => answer.status), [...Array(64).fill(200), ...Array(6).fill(503)]);
-    answers.slice(0, 64).forEach((answer, i) => assert.match(answer.body, new RegExp(`Unrecognized page: page${i}\\.htm`)));
+    answers.slice(0, 64).forEach((answer) => assert.match(answer.body, /displayEnemyList\.htm/));
     assert.ok(answers[69].fields['retry-after']);
     for (const client of [first, ...waiting]) client.close();
   });
@@ -305,13 +311,15 @@ describe('many', () => {
     await until(() => server.pop.sessions.length > sessions, 'the fetch');
     const away = await Client.open();
     const patient = await Client.open();
-    away.send(get(`/away.htm?s=${app.sessionId}`));
-    patient.send(get(`/patient.htm?s=${app.sessionId}`));
+    const add = (name) => get(`/addtolist.cgi?s=${app.sessionId}&addtolist=${name}@x.example&type=EnemyList&END=1`);
+    away.send(add('away'));
+    patient.send(add('patient'));
     await new Promise((resolve) => setTimeout(resolve, 50));
     away.close();
     await first.answer();
-    assert.match((await patient.answer()).body, /patient\.htm/);
-    assert.ok(!app.events().includes('***Unrecognized page: away.htm'));
+    assert.match((await patient.answer()).body, /displayEnemyList\.htm/);
+    assert.match(app.read('data/enemylist.txt'), /patient@x\.example/);
+    assert.doesNotMatch(app.read('data/enemylist.txt'), /away@x\.example/);
     for (const client of [first, patient]) client.close();
   });
 

@@ -19,17 +19,6 @@ std::string body(const std::string& answer) {
   return answer.substr(answer.find("\r\n\r\n") + 4);
 }
 
-TEST(PageAnswer, OnlyAMessagesOwnMetaTagsAreMadeToAgree) {
-  const std::string page = "<meta charset='utf-8'>";
-  EXPECT_THAT(pageAnswer(PageKind::message, page, kKeepAlive), EndsWith("<meta charset='windows-1252'>"));
-  EXPECT_THAT(pageAnswer(PageKind::page, page, kKeepAlive), EndsWith(page));
-}
-
-TEST(PageAnswer, TheLengthIsThatOfTheBodyAfterTheCharsetHasBeenMadeToAgree) {
-  EXPECT_THAT(pageAnswer(PageKind::message, "<meta charset='utf-8'>", kKeepAlive),
-              HasSubstr("\r\nContent-Length: 29\r\n"));
-}
-
 TEST(PageAnswer, NoKindOfPageLoadsAnythingFromOutsideOrIsShownInsideAnother) {
   for (const PageKind kind : {PageKind::message, PageKind::page, PageKind::icon, PageKind::unknown}) {
     const std::string answer = pageAnswer(kind, "x", kKeepAlive);
@@ -40,36 +29,6 @@ TEST(PageAnswer, NoKindOfPageLoadsAnythingFromOutsideOrIsShownInsideAnother) {
   }
 }
 
-// Chromium connects for such elements under any policy.
-TEST(PageAnswer, AMessageOpensNoConnectionByFramesAndLinks) {
-  const std::string answer = pageAnswer(
-      PageKind::message, "<p>a</p><LINK rel=preconnect href=//a.example><link rel=\"icon\" href=\"data:,x\">",
-      kKeepAlive);
-  EXPECT_EQ(body(answer),
-            "<p>a</p><meta rel=preconnect href=//a.example><meta rel=\"icon\" href=\"data:,x\">");
-  EXPECT_EQ(
-      body(pageAnswer(PageKind::message, "<IFrame src=//a></IFrame><frameset><frame src=//b>", kKeepAlive)),
-      "<xframe src=//a></IFrame><xrameset><xrame src=//b>");
-}
-
-// Its link is a script.
-TEST(PageAnswer, TheErrorPageOfAMessageViewCanGoBack) {
-  for (const char* text :
-       {"Requested email does not exist!", "Cannot log onto POP3 server. Try again later."}) {
-    EXPECT_THAT(pageAnswer(PageKind::message, messagePage(text) + "\r\n", kKeepAlive),
-                Not(HasSubstr("sandbox")));
-    EXPECT_THAT(pageAnswer(PageKind::message, messagePage(text) + "<p>\r\n", kKeepAlive),
-                HasSubstr("sandbox"));
-  }
-  EXPECT_THAT(pageAnswer(PageKind::message, messagePage("<script>") + "\r\n", kKeepAlive),
-              HasSubstr("sandbox"));
-}
-
-TEST(PageAnswer, TheCharsetOfALinkAgreesToo) {
-  EXPECT_EQ(body(pageAnswer(PageKind::message, "<link charset=utf-8>", kKeepAlive)),
-            "<meta charset=windows-1252>");
-}
-
 TEST(PageAnswer, TheIconKeepsItsBytes) {
   EXPECT_EQ(body(pageAnswer(PageKind::icon, "<link>", kKeepAlive)), "<link>");
 }
@@ -77,6 +36,24 @@ TEST(PageAnswer, TheIconKeepsItsBytes) {
 TEST(PageAnswer, APageOfTheProgramIsSentAsItWasBuilt) {
   const std::string page = "<link rel=x><iframe><table><tbody><input name='x'></tbody></table>";
   EXPECT_EQ(body(pageAnswer(PageKind::page, page, kKeepAlive)), page);
+}
+
+TEST(WithoutConnections, FramesLinksAndMetaElementsBecomeUnknownOnes) {
+  EXPECT_EQ(withoutConnections("<LINK rel=preconnect><IFrame src=x><frame><meta name=referrer><base href=x>"),
+            "<xink rel=preconnect><xframe src=x><xrame><xeta name=referrer><xase href=x>");
+}
+
+TEST(WithoutConnections, ALinkTellsNobodyWhereItStandsAndOpensNothingThatReachesBack) {
+  EXPECT_EQ(withoutConnections("<a\nTarget=x rel=opener ReferrerPolicy=unsafe-url ping='y' href=z>target = ping</a>"),
+            "<a\nxarget=x rel=opener xeferrerPolicy=unsafe-url xing='y' href=z>target = ping</a>");
+}
+
+TEST(PageAnswer, AViewInAFrameMayOpenWindowsAndStandInOurPagesAlone) {
+  const std::string answer = viewAnswer({"x", true}, kKeepAlive);
+  EXPECT_THAT(answer, HasSubstr("\r\nX-Frame-Options: SAMEORIGIN\r\n"));
+  EXPECT_THAT(answer, HasSubstr("frame-ancestors 'self'"));
+  EXPECT_THAT(answer, HasSubstr("sandbox allow-popups allow-popups-to-escape-sandbox;"));
+  EXPECT_THAT(viewAnswer({"x", false}, kKeepAlive), HasSubstr("\r\nX-Frame-Options: DENY\r\n"));
 }
 
 TEST(ErrorAnswer, HasItsStatusInLineAndPage) {
@@ -110,15 +87,6 @@ TEST(ErrorAnswer, ToHeadIsTheHeaderAlone) {
   EXPECT_THAT(errorAnswer(403, {false, true}), EndsWith("\r\nConnection: close\r\n\r\n"));
 }
 
-TEST(AgreeCharset, MetaTagsOfAMessageSayWhatItsBytesAre) {
-  EXPECT_EQ(agreeCharset("<META charset='utf-8'><p>charset=utf-8"),
-            "<META charset='windows-1252'><p>charset=utf-8");
-  EXPECT_EQ(agreeCharset("<meta http-equiv=\"x\" content=\"text/html; charset = iso-8859-2\">"),
-            "<meta http-equiv=\"x\" content=\"text/html; charset = windows-1252\">");
-  EXPECT_EQ(agreeCharset("<meta charset>"), "<meta charset>");
-  EXPECT_EQ(agreeCharset("<meta charset="), "<meta charset=");
-  EXPECT_EQ(agreeCharset("no tag"), "no tag");
-}
 
 }  // namespace
 }  // namespace vornelle

@@ -4,10 +4,12 @@
 #include <string>
 #include <vector>
 
+#include "core/form1.h"
 #include "core/settings.h"
+#include "pages/message_page.h"
 #include "tests/unit/web/gateway_test_support.h"
 #include "web/http_request_parser.h"
-#include "web/listener.h"
+#include "web/message_views.h"
 
 namespace vornelle {
 namespace {
@@ -221,19 +223,38 @@ TEST_F(GatewayTest, WhatAnotherSiteCausesIsRefusedButForTheStartPage) {
 }
 
 TEST_F(GatewayTest, WhereABrowserDoesNotSayTheSiteItsOriginCounts) {
-  for (const char* origin : {"http://evil.example", "https://localhost:7000", "http://localhost:8000"}) {
+  // "null": a frame that is of no site.
+  for (const char* origin : {"http://evil.example", "https://localhost:7000", "http://localhost:8000", "null"}) {
     const std::string field = std::string("Origin: ") + origin + "\r\n";
     EXPECT_THAT(ask(post("/login.cgi", "x", field)), StartsWith("HTTP/1.1 403")) << origin;
   }
-  // Our own pages ask the browser to name no page, and it then says "null".
-  for (const char* origin : {"http://localhost:7000", "null"}) {
-    const std::string field = std::string("Origin: ") + origin + "\r\n";
-    EXPECT_THAT(ask(post("/login.cgi", "x", field)), StartsWith("HTTP/1.1 200")) << origin;
+  EXPECT_THAT(ask(post("/login.cgi", "x", "Origin: http://localhost:7000\r\n")), StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(ask(post("/login.cgi", "x", "Sec-Fetch-Site: same-origin\r\nOrigin: null\r\n")),
+              StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(GatewayTest, EndingTheProgramAndLoggingOutTakeOurPageOrTheUser) {
+  for (const char* target : {"/UNLOADME", "/unloadme?x", "/logout.cgi", "/LOGOUT.CGI"}) {
+    EXPECT_THAT(ask(get(target)), StartsWith("HTTP/1.1 403")) << target;
+    EXPECT_THAT(ask(get(target, "Sec-Fetch-Site: none\r\n")), StartsWith("HTTP/1.1 200")) << target;
+    EXPECT_THAT(ask(get(target, "Sec-Fetch-Site: same-origin\r\n")), StartsWith("HTTP/1.1 200")) << target;
   }
 }
 
+TEST_F(GatewayTest, WhatAsksForAnotherProtocolIsRefused) {
+  for (const char* fields :
+       {"Connection: Upgrade\r\nUpgrade: websocket\r\nOrigin: null\r\n",
+        "Connection: Upgrade\r\nUpgrade: websocket\r\nSec-Fetch-Site: same-origin\r\n"}) {
+    EXPECT_THAT(ask(get("/logout.cgi", fields)), StartsWith("HTTP/1.1 403")) << fields;
+    EXPECT_THAT(ask(get("/", fields)), StartsWith("HTTP/1.1 403")) << fields;
+  }
+  EXPECT_THAT(taken_, IsEmpty());
+}
+
 TEST_F(GatewayTest, APageLoadedAheadOnAGuessDoesNotAct) {
-  for (const char* field : {"Sec-Purpose: prefetch\r\n", "Purpose: prefetch\r\n"}) {
+  for (const std::string field :
+       {"Sec-Purpose: prefetch\r\n", "Sec-Purpose: prefetch;prerender\r\n", "Purpose: prefetch\r\n",
+        "X-Moz: prefetch\r\n", "Sec-Purpose: prefetch;prerender\r\nSec-Fetch-Site: none\r\n"}) {
     EXPECT_THAT(ask(get("/logout.cgi", field)), StartsWith("HTTP/1.1 503")) << field;
   }
   EXPECT_THAT(taken_, IsEmpty());
@@ -345,16 +366,63 @@ TEST_F(GatewayTest, ARefusalComesInsteadOfTheLeaveToSend) {
   EXPECT_TRUE(client.closedByServer());
 }
 
-TEST_F(GatewayTest, MessagesAreShownInASandbox) {
+TEST_F(GatewayTest, AMessageIsShownInASandboxAtAnAddressOfItsOwn) {
   form1.sessionId = "SESSION";
+  answer_ = "<p>Hello <img src=http://x/></p>";
   for (const char* target : {"/displayemail.cgi?uidl=1&s=SESSION", "/DisplaySpam.cgi?fn=1.txt&s=SESSION"}) {
     const std::string answer = ask(get(target));
-    EXPECT_THAT(answer, HasSubstr("\r\nContent-Security-Policy: sandbox")) << target;
-    EXPECT_THAT(answer, HasSubstr("default-src 'none'")) << target;
-    EXPECT_THAT(answer, HasSubstr("img-src data:;")) << target;
-    EXPECT_THAT(answer, Not(HasSubstr("script"))) << target;
-    EXPECT_THAT(answer, Not(HasSubstr("'self'"))) << target;
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 303 See Other\r\n"));
+    const std::size_t at = answer.find("\r\nLocation: /view.htm?v=");
+    ASSERT_NE(at, std::string::npos) << answer;
+    const std::string address = answer.substr(at + 12, 12 + 32);
+    EXPECT_THAT(address, Not(HasSubstr("SESSION")));
+    const std::size_t taken = taken_.size();
+    const std::string view = ask(get(address));
+    EXPECT_THAT(view, HasSubstr("\r\nContent-Security-Policy: sandbox; default-src 'none'; ")) << target;
+    EXPECT_THAT(view, HasSubstr("img-src data:;"));
+    EXPECT_THAT(view, HasSubstr("\r\nReferrer-Policy: no-referrer\r\n"));
+    EXPECT_THAT(view, Not(HasSubstr("allow-")));
+    EXPECT_EQ(body(view), *answer_);
+    EXPECT_EQ(taken_.size(), taken);  // nothing is asked of the program for it, or logged
+    EXPECT_EQ(body(ask(get(address))), *answer_);  // a reload
   }
+}
+
+TEST_F(GatewayTest, AViewEndsWithItsTimeAndWithTheSession) {
+  form1.sessionId = "SESSION";
+  const auto open = [] {
+    const std::string answer = ask(get("/displayspam.cgi?fn=1.txt&s=SESSION"));
+    return answer.substr(answer.find("/view.htm"), 12 + 32);
+  };
+  const std::string address = open();
+  sim::advance(9 * 60000);
+  EXPECT_THAT(ask(get(address)), StartsWith("HTTP/1.1 200"));
+  sim::advance(2 * 60000);
+  EXPECT_THAT(ask(get(address)), StartsWith("HTTP/1.1 404"));
+  const std::string next = open();
+  EXPECT_THAT(ask(get(next)), StartsWith("HTTP/1.1 200"));
+  form1.sessionId = "OTHER";
+  EXPECT_THAT(ask(get(next)), StartsWith("HTTP/1.1 404"));
+  EXPECT_THAT(ask(get("/view.htm?v=")), StartsWith("HTTP/1.1 404"));
+}
+
+TEST_F(GatewayTest, TheOldestViewsGoWhereThereAreTooMany) {
+  form1.sessionId = "SESSION";
+  std::vector<std::string> addresses;
+  for (std::size_t i = 0; i < kMostMessageViews + 1; ++i) {
+    const std::string answer = ask(get("/displayspam.cgi?fn=1.txt&s=SESSION"));
+    addresses.push_back(answer.substr(answer.find("/view.htm"), 12 + 32));
+  }
+  EXPECT_THAT(ask(get(addresses[0])), StartsWith("HTTP/1.1 404"));
+  EXPECT_THAT(ask(get(addresses[1])), StartsWith("HTTP/1.1 200"));
+}
+
+TEST_F(GatewayTest, ThePageInPlaceOfAMessageThatIsGoneIsAPageOfTheProgram) {
+  form1.sessionId = "SESSION";
+  answer_ = messagePage("Requested email does not exist!") + "\r\n";
+  const std::string answer = ask(get("/displayemail.cgi?uidl=1&s=SESSION"));
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(answer, HasSubstr("script-src 'unsafe-inline'"));  // its "Go Back"
 }
 
 TEST_F(GatewayTest, TheLoginPageInPlaceOfAMessageIsNotSandboxed) {

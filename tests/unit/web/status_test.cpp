@@ -1,0 +1,58 @@
+#include "web/status.h"
+
+#include "core/activity.h"
+#include "core/form1.h"
+#include "core/settings.h"
+#include "mail/mail_failure.h"
+#include "tests/unit/support.h"
+
+namespace vornelle {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class Status : public SimTest {};
+
+TEST_F(Status, OfAProgramThatHasDoneNothing) {
+  settings.SESSION_MIN = 30;
+  form1.sessionMinutesUsed = 3;
+  const std::string status = statusJson();
+  EXPECT_THAT(status, HasSubstr("{\"underWay\": null, \"results\": {}, \"pop\": null, \"smtp\": null, "));
+  EXPECT_THAT(status, HasSubstr("\"testMode\": false, \"active\": false, \"minutesLeft\": 27, "));
+  EXPECT_THAT(status, HasSubstr("\"inbox\": {\"fresh\": false, \"fetched\": 0, \"count\": 0}}"));
+}
+
+TEST_F(Status, TellsTheResultsThatThereHaveBeen) {
+  form1.ckTestMode.setChecked(true);
+  outcomes.filterRun = outcome(true, "Mail filtered:  2 msgs.  1 spam.");
+  outcomes.addition = outcome(false, "Not \"added\" <b>\\ \xE9 &#1087;\r\n");
+  const std::string status = statusJson();
+  EXPECT_THAT(status, HasSubstr("\"results\": {\"filterRun\": {\"time\": "));
+  EXPECT_THAT(status, HasSubstr("\"good\": true, \"text\": \"Mail filtered:  2 msgs.  1 spam.\"}, \"add\": {"));
+  EXPECT_THAT(status, HasSubstr("\"Not \\\"added\\\" \\u003cb>\\\\ \xC3\xA9 \xD0\xBF\\u000d\\u000a\""));
+  EXPECT_THAT(status, HasSubstr("\"testMode\": true"));
+}
+
+TEST_F(Status, TellsWhyAServerCouldNotBeUsed) {
+  lastMailFailures.pop.reason = MailReason::refused;
+  lastMailFailures.pop.step = MailStep::connecting;
+  lastMailFailures.pop.host = "mail.example";
+  lastMailFailures.pop.port = 110;
+  EXPECT_THAT(statusJson(), HasSubstr("\"pop\": {\"reason\": \"refused\", \"step\": \"connecting\", \"host\": "
+                                      "\"mail.example\", \"port\": 110, \"words\": \"\", \"text\": \""));
+}
+
+TEST_F(Status, TheTaskThatBeganLastIsUnderWay) {
+  const Activity outer(Task::filterRun);
+  {
+    Activity inner(Task::inboxFetch);
+    EXPECT_EQ(progressText(*underWay()), "Reading the Inbox");
+    inner.step(1, 2);
+    EXPECT_EQ(progressText(*underWay()), "Reading the Inbox: 1 of 2");
+  }
+  EXPECT_EQ(progressText(*underWay()), "Filtering");
+}
+
+}  // namespace
+}  // namespace vornelle

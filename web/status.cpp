@@ -1,0 +1,84 @@
+#include "web/status.h"
+
+#include <cstdio>
+
+#include "base/characters.h"
+#include "core/activity.h"
+#include "core/form1.h"
+#include "core/settings.h"
+#include "mail/mail_failure.h"
+#include "pages/inbox_list.h"
+#include "platform/clock.h"
+
+namespace vornelle {
+namespace {
+
+// "<" is written as an escape too, so that the text cannot end a script that it is put into.
+std::string quoted(std::string_view text) {
+  std::string json = "\"";
+  for (const char c : toUtf8(text)) {
+    if (c == '"' || c == '\\') {
+      json.append({'\\', c});
+    } else if (static_cast<unsigned char>(c) < 0x20 || c == '<' || c == 0x7F) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+      json += escape;
+    } else {
+      json += c;
+    }
+  }
+  return json + "\"";
+}
+
+std::string truth(bool value) {
+  return value ? "true" : "false";
+}
+
+std::string underWayJson() {
+  const std::optional<Progress> progress = underWay();
+  if (!progress) return "null";
+  return "{\"task\": " + quoted(taskName(progress->task)) + ", \"text\": " + quoted(progressText(*progress)) +
+         ", \"done\": " + std::to_string(progress->done) + ", \"total\": " + std::to_string(progress->total) +
+         "}";
+}
+
+void addOutcome(std::string& json, std::string_view name, const Outcome& one) {
+  if (one.time == 0) return;
+  if (json.back() != '{') json += ", ";
+  json += quoted(name) + ": {\"time\": " + std::to_string(one.time) + ", \"good\": " + truth(one.good) +
+          ", \"text\": " + quoted(one.text) + "}";
+}
+
+std::string resultsJson() {
+  std::string json = "{";
+  addOutcome(json, "filterRun", outcomes.filterRun);
+  addOutcome(json, "failure", outcomes.failure);
+  addOutcome(json, "restore", outcomes.restore);
+  addOutcome(json, "delete", outcomes.deletion);
+  addOutcome(json, "add", outcomes.addition);
+  addOutcome(json, "settingsTest", outcomes.settingsTest);
+  return json + "}";
+}
+
+std::string failureJson(const MailFailure& failure) {
+  if (!failure) return "null";
+  return "{\"reason\": " + quoted(reasonName(failure.reason)) + ", \"step\": " + quoted(stepName(failure.step)) +
+         ", \"host\": " + quoted(failure.host) + ", \"port\": " + std::to_string(failure.port) +
+         ", \"words\": " + quoted(failure.words) + ", \"text\": " + quoted(failureText(failure)) + "}";
+}
+
+}  // namespace
+
+std::string statusJson() {
+  const ListingAge inbox = inboxAge();
+  return "{\"underWay\": " + underWayJson() + ", \"results\": " + resultsJson() +
+         ", \"pop\": " + failureJson(lastMailFailures.pop) + ", \"smtp\": " + failureJson(lastMailFailures.smtp) +
+         ", \"testMode\": " + truth(form1.ckTestMode.checked()) +
+         ", \"active\": " + truth(form1.ckActive.checked()) +
+         ", \"minutesLeft\": " + std::to_string(settings.SESSION_MIN - form1.sessionMinutesUsed) +
+         ", \"now\": " + std::to_string(utcNow()) + ", \"inbox\": {\"fresh\": " + truth(inbox.fresh) +
+         ", \"fetched\": " + std::to_string(inbox.fetched) + ", \"count\": " + std::to_string(inboxCount()) +
+         "}}\r\n";
+}
+
+}  // namespace vornelle

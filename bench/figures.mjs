@@ -1,13 +1,12 @@
 // The figures that need servers, or the program itself, and the limits that they have to keep: header fetches from a real
-// Dovecot, directly and over a slow line; the memory of a large filter run; the time that a start takes. Prints a line
-// for each; status 1 when a limit is not kept.
+// Dovecot, directly and over a slow line; the time that a start takes. Prints a line for each; status 1 when a limit is not
+// kept. peers.mjs has the others.
 //
-//   node bench/figures.mjs HEADER_FETCH_BENCH [start] [headers] [memory]
+//   node bench/figures.mjs HEADER_FETCH_BENCH [start] [headers]
 //
 // script/bench does this; VORNELLE_PROGRAM names the program. Without names all of them are taken.
 
 import { execFile } from 'node:child_process';
-import fs from 'node:fs';
 import net from 'node:net';
 import { performance } from 'node:perf_hooks';
 import { promisify } from 'node:util';
@@ -16,10 +15,9 @@ import { DelayProxy } from '../tests/support/delay_proxy.mjs';
 import { Dovecot } from '../tests/support/dovecot.mjs';
 import { Application } from '../tests/support/harness.mjs';
 import { launch } from '../tests/support/launcher.mjs';
-import { MailServer } from '../tests/support/mailserver.mjs';
+import { letter } from './letters.mjs';
 
 const DELAY = 20;  // milliseconds, each way
-const MEGABYTE = 1024;  // in the kilobytes of /proc
 const [headerFetchBench, ...chosen] = process.argv.slice(2);
 const failures = [];
 
@@ -29,13 +27,6 @@ function report(text, kept = true) {
 }
 
 const median = (numbers) => [...numbers].sort((a, b) => a - b)[Math.floor(numbers.length / 2)];
-
-function letter(number, bytes, sender) {
-  const head = `From: ${sender}\r\nTo: joe@home.example\r\nSubject: Letter ${number}\r\n` +
-    'Date: Sun, 15 Nov 2026 01:55:00 +0000\r\nMessage-ID: <' + number + '@bench.example>\r\n\r\n';
-  const line = 'This line stands here to make the letter as long as it has to be for the measurement.\r\n';
-  return head + line.repeat(Math.max(1, Math.ceil((bytes - head.length) / line.length)));
-}
 
 // Milliseconds of one fetch, log-on and QUIT included.
 async function headerFetch(port, account, messages) {
@@ -72,36 +63,6 @@ async function headerFetches() {
   report(`header fetch: ${more.toFixed(1)} waits more for 4,500 messages more (below 20 wanted)`, more < 20);
 }
 
-// 10,000 messages of 2 KB, a friend's and spam in turn.
-async function memory() {
-  const count = 10000;
-  const server = await MailServer.start({
-    messages: Array.from({ length: count }, (_, n) => ({
-      uid: `bench-${n}`, data: letter(n, 2048, n % 2 ? `s${n}@bench.example` : `f${n}@friend.example`),
-    })),
-    pop: { pipelining: true },
-  });
-  const app = await Application.start({
-    settings: { POP_SERVER: `127.0.0.1:${server.popPort}` },
-    lists: { friendlist: ['@friend.example'] },
-  });
-  try {
-    await app.login();
-    const started = performance.now();
-    const result = await app.filterMail({ milliseconds: 900000 });
-    const seconds = (performance.now() - started) / 1000;
-    const status = fs.readFileSync(`/proc/${app.process.child.pid}/status`, 'utf8');
-    const peak = Number(/^VmHWM:\s+(\d+) kB$/m.exec(status)[1]);
-    const right = result === `Mail filtered:  ${count / 2} msgs.  ${count / 2} spam.`;
-    report(`filter run over ${count} messages of 2 KB, ${count / 2} of them spam: ${seconds.toFixed(1)} s, "${result}"`, right);
-    report(`filter run over ${count} messages of 2 KB: peak memory ${(peak / MEGABYTE).toFixed(1)} MB (below 64 wanted)`,
-      peak < 64 * MEGABYTE);
-  } finally {
-    await app.stop();
-    await server.stop();
-  }
-}
-
 // Milliseconds from the start of the process to a connection that is taken.
 async function startOnce(app, port) {
   const started = performance.now();
@@ -135,7 +96,7 @@ async function start() {
   }
 }
 
-for (const [name, measure] of Object.entries({ start, headers: headerFetches, memory })) {
+for (const [name, measure] of Object.entries({ start, headers: headerFetches })) {
   if (chosen.length === 0 || chosen.includes(name)) await measure();
 }
 if (failures.length > 0) {

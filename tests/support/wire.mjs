@@ -16,7 +16,8 @@
 //             goes away; with status: false the text alone
 //   before    a function that is called before the command is carried out; it gets the session
 //
-// Besides, cutAtByte cuts the line after so many bytes of everything that the server says in a session.
+// Besides, cutAtByte cuts the line after so many bytes of everything that the server says in a session, and late holds
+// every answer back for so many milliseconds; answers stay in order, and long ones come in two pieces.
 
 const toBuffer = (text) => (Buffer.isBuffer(text) ? text : Buffer.from(text, 'latin1'));
 
@@ -92,7 +93,17 @@ export class Wire {
       return;
     }
     this.sent += data.length;
+    if (this.options.late) return this.#writeLate(data);
     this.socket.write(data);
+  }
+
+  #writeLate(data) {
+    const half = data.length > 100 ? data.length >> 1 : data.length;
+    for (const piece of [data.subarray(0, half), data.subarray(half)]) {
+      if (piece.length === 0) continue;
+      this.last = (this.last ?? Promise.resolve()).then(() => new Promise((resolve) => setTimeout(resolve, this.options.late)))
+        .then(() => { if (!this.socket.destroyed) this.socket.write(piece); });
+    }
   }
 
   // Keeps the client busy for as long as it reads; never holds more than one piece in memory.
@@ -120,6 +131,7 @@ export class Wire {
   close() {
     if (this.ended) return;
     this.ended = true;
-    this.socket.end();
+    if (this.last) this.last.then(() => this.socket.end());
+    else this.socket.end();
   }
 }

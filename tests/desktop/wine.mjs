@@ -9,6 +9,7 @@
 //   await desktop.stop();
 
 import { execFile, execFileSync, spawn } from 'node:child_process';
+import crypto from 'node:crypto';
 import fs from 'node:fs';
 import path from 'node:path';
 import readline from 'node:readline';
@@ -123,15 +124,26 @@ function setRegistry(prefix, hive, key, name, value) {
   fs.appendFileSync(file, `\n[${key.replaceAll('\\', '\\\\')}] 1700000000\n${line}\n`);
 }
 
-// A Wine for programs that are started, run and end by themselves. `variables` go into their environment.
+// An authority (its certificate in DER) that this Wine trusts beside those of the machine.
+export function trustAuthority(prefix, der) {
+  const word = (value) => { const bytes = Buffer.alloc(4); bytes.writeUInt32LE(value); return bytes; };
+  const blob = Buffer.concat([word(32), word(1), word(der.length), der]);
+  const name = crypto.createHash('sha1').update(der).digest('hex').toUpperCase();
+  setRegistry(prefix, 'user.reg', `Software\\Microsoft\\SystemCertificates\\Root\\Certificates\\${name}`, 'Blob',
+    'hex:' + blob.toString('hex').replace(/..(?=.)/g, '$&,'));
+}
+
+// A Wine for programs that are started, run and end by themselves. `variables` go into their environment, `authority` (DER)
+// among the trusted ones.
 export class WineRun {
-  static async start(variables = {}) {
+  static async start(variables = {}, { authority } = {}) {
     if (!WINE || !WINESERVER) throw new Error('There is no Wine: script/setup installs it.');
     const wine = new WineRun();
     const { server, display } = await startDisplay();
     wine.server = server;
     wine.folder = temporaryFolder('wine');
     wine.env = { ...wineEnvironment(await ownPrefix(wine.folder, display), display, wine.folder), ...variables };
+    if (authority) trustAuthority(wine.env.WINEPREFIX, authority);
     return wine;
   }
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "platform/clock.h"
+#include "platform/modGoToSleep.h"
 #include "platform/sim/sim.h"
 #include "tests/unit/platform/common/made_up_tls.h"
-#include "platform/modGoToSleep.h"
 
 namespace vornelle {
 

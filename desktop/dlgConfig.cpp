@@ -4,8 +4,10 @@
 #include <optional>
 
 #include "base/numbers.h"
+#include "core/event_log.h"
 #include "core/settings.h"
 #include "mail/mail_component.h"
+#include "mail/server_notes.h"
 #include "platform/shell.h"
 #include "platform/wait_cursor.h"
 
@@ -27,6 +29,7 @@ bool blocking(bool (MailComponent::*logOn)()) {
 // True when no test failed. A mail task that runs while one of the boxes is open takes the slot over; the
 // tests then find no component and fail.
 bool testConnections() {
+  lastMailFailures = {};  // a server that is not tried any more has no failure either
   newMailComponent();
   messageBox("Vornelle will now attempt to connect to servers.\nThis may take a few seconds.");
   bool passed = true;
@@ -37,6 +40,10 @@ bool testConnections() {
     passed = reportFailure("Cannot log onto SMTP Server!");
   }
   currentMail.reset();
+  const LastMailFailures failures = lastMailFailures;
+  for (const MailFailure* const failure : {&failures.pop, &failures.smtp}) {
+    if (const std::string line = tlsLogLine(*failure); !line.empty()) LogWindowAdd(line);
+  }
   return passed;
 }
 
@@ -57,6 +64,10 @@ DlgConfig dlgConfigLoad() {
     }
   }
   return boxes;
+}
+
+std::string dlgConfigNotes() {
+  return serverNotesText();
 }
 
 DlgConfigResult SaveButtonClick(const DlgConfig& boxes) {

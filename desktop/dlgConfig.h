@@ -28,6 +28,10 @@ using DlgConfig = std::map<std::string, DlgConfigBox, std::less<>>;
 // What the boxes show when the dialog opens.
 [[nodiscard]] DlgConfig dlgConfigLoad();
 
+// What stands in a line of its own above the buttons: why the servers could not be logged on to when that was
+// tried last, a warning, or what a server field takes. Lines ended by LF.
+[[nodiscard]] std::string dlgConfigNotes();
+
 struct DlgConfigResult {
   bool close = false;  // otherwise the dialog stays open
   std::string focus;   // the name of the box that gets the focus; "" for none

@@ -117,8 +117,9 @@ void mailFilter() {
     outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
     outcomes.filterRun = outcomes.failure;
     beep();
-    return LogWindowAdd("**Cannot log onto POP3 server. Will try again in " +
-                        std::to_string(settings.CHECK_MIN) + " mins.");
+    return logFailure(
+        "**Cannot log onto POP3 server. Will try again in " + std::to_string(settings.CHECK_MIN) + " mins.",
+        lastMailFailures.pop);
   }
   std::unique_ptr<HeaderList> list = currentMail->popGetHeaderList(1);
   const std::int32_t count = list ? list->getCount() : 0;

@@ -5,6 +5,7 @@
 
 #include "base/module_state.h"
 #include "base/text.h"
+#include "core/event_log.h"
 #include "mail/charset.h"
 
 namespace vornelle {
@@ -299,6 +300,65 @@ std::string failureText(const MailFailure& failure) {
     default:
       return certificateText(failure);
   }
+}
+
+std::string tlsLogLine(const MailFailure& failure) {
+  if (!failure.encrypted) return "";
+  const auto phrase = [&]() -> std::string {
+    switch (failure.reason) {
+      case MailReason::tlsMissing:
+        return "this program was built without it";
+      case MailReason::tlsNotOffered:
+        return "not offered";
+      case MailReason::tlsNotSpoken:
+        return "not spoken at that port";
+      case MailReason::tlsInjected:
+        return "plain text where the encryption should begin";
+      case MailReason::tlsVersion:
+        return "no safe version in common";
+      case MailReason::tlsFailed:
+        return "no agreement";
+      case MailReason::certificateUntrusted:
+        return "certificate not trusted";
+      case MailReason::certificateSelfSigned:
+        return "certificate vouches for itself";
+      case MailReason::certificateExpired:
+        return "certificate has expired";
+      case MailReason::certificateNotYetValid:
+        return "certificate is not valid yet";
+      case MailReason::certificateWrongName:
+        return "certificate is for " +
+               (failure.certificateName.empty() ? std::string("another name") : failure.certificateName);
+      case MailReason::certificateWeak:
+        return "certificate is too weak";
+      case MailReason::certificateBad:
+        return "certificate not fit for this use";
+      case MailReason::certificateChanged:
+        return "certificate is not the accepted one, accepted SHA-256 " +
+               shownFingerprint(failure.acceptedFingerprint) + ", shown";
+      case MailReason::timedOut:
+        return failure.step == MailStep::securing ? "no end in time" : "";
+      case MailReason::closed:
+        return failure.step == MailStep::securing ? "connection closed" : "";
+      default:
+        return "";
+    }
+  }();
+  if (phrase.empty()) return "";
+  std::string line = "**TLS to " + failure.host + ": " + phrase;
+  if (failure.isCertificate()) {
+    line += (failure.reason == MailReason::certificateChanged ? " SHA-256 " : ", SHA-256 ") +
+            shownFingerprint(failure.fingerprint);
+  } else if (!failure.words.empty()) {
+    line += " (" + failure.words + ")";
+  }
+  return line;
+}
+
+void logFailure(std::string_view line, MailFailure failure) {
+  const std::string further = tlsLogLine(failure);
+  LogWindowAdd(line);
+  if (!further.empty()) LogWindowAdd(further);
 }
 
 std::string cleanedWords(std::string_view line, std::string_view secret) {

@@ -84,6 +84,14 @@ struct MailFailure {
 // It is text, not HTML: it quotes the server and what has been entered. "" when nothing has failed.
 [[nodiscard]] std::string failureText(const MailFailure& failure);
 
+// The further line of the event log for a connection that was to be encrypted and could not be: "**TLS to
+// mail.example: certificate not trusted, SHA-256 AB:CD:..."; "" for every other failure.
+[[nodiscard]] std::string tlsLogLine(const MailFailure& failure);
+
+// Logs the line of a failed task and behind it, where there is one, the further line. The failure is taken
+// by value: logging lets events in.
+void logFailure(std::string_view line, MailFailure failure);
+
 // The server's line as it may be shown and logged: one line of Windows-1252 without control characters, at
 // most 300 characters, and with asterisks where the server repeats the secret ("" is none).
 [[nodiscard]] std::string cleanedWords(std::string_view line, std::string_view secret = "");

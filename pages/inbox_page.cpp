@@ -36,8 +36,8 @@ std::string inboxRow(std::int16_t i) {
 }  // namespace
 
 std::string pageInbox(std::int16_t& first) {
-  constexpr RowPage kPage = {"Inbox",   "displayinbox.htm", "inbox.htm", "<!--SSINBOX-->",
-                             kEmptyRow, inboxList,          inboxCount,  inboxRow};
+  constexpr RowPage kPage = {"Inbox",   "displayinbox.htm", "inbox.htm", "<!--SSINBOX-->",     kEmptyRow,
+                             inboxList, inboxCount,         inboxRow,    &lastMailFailures.pop};
   return buildRowPage(kPage, first);
 }
 

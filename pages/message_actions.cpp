@@ -201,7 +201,7 @@ std::string showMessage(const std::string& uidl) {
   if (!newPopComponent().popConnect()) {
     outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
     beep();
-    LogWindowAdd("**Cannot log onto POP3 server.");
+    logFailure("**Cannot log onto POP3 server.", lastMailFailures.pop);
     currentMail.reset();
     return messagePage("Cannot log onto POP3 server. Try again later.");
   }
@@ -253,7 +253,7 @@ void deleteChecked(std::string_view box) {
       outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
       outcomes.deletion = outcomes.failure;
       beep();
-      LogWindowAdd("**Cannot log onto POP3 server!");
+      logFailure("**Cannot log onto POP3 server!", lastMailFailures.pop);
       currentMail.reset();
       return;
     }
@@ -291,7 +291,7 @@ bool restoreSpam(const std::string& path) {
   currentMail->setSmtpServer(settings.SMTP_SERVER);
   if (!currentMail->smtpConnect()) {
     beep();
-    LogWindowAdd("**Cannot connect to SMTP server!");
+    logFailure("**Cannot connect to SMTP server!", lastMailFailures.smtp);
     currentMail.reset();
     return false;
   }
@@ -301,7 +301,7 @@ bool restoreSpam(const std::string& path) {
     currentMail->setSmtpPassword(settings.SMTP_PASSWORD);
     if (!currentMail->smtpLogin()) {
       beep();
-      LogWindowAdd("**Cannot log onto SMTP server!");
+      logFailure("**Cannot log onto SMTP server!", lastMailFailures.smtp);
       currentMail.reset();
       return false;
     }

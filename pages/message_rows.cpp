@@ -50,7 +50,7 @@ std::string buildRowPage(const RowPage& page, std::int16_t& first) {
     } else {
       // The page comes all the same, from the listing as it is. The SpamBox has the same line, though no
       // server has a part in it.
-      LogWindowAdd("**Cannot log onto POP3 server.");
+      logFailure("**Cannot log onto POP3 server.", page.failure ? *page.failure : MailFailure{});
     }
   }
   const RowRange range = rowsToShow(first, page.count());

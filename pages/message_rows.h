@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "mail/mail_failure.h"
+
 namespace vornelle {
 
 // The rows of one page: first to last, both counted from 0; last is below first when there is none to show.
@@ -25,6 +27,8 @@ struct RowPage {
   bool (*makeListing)();          // false: failed, the listing is as it is
   std::int16_t (*count)();        // of the listing
   std::string (*row)(std::int16_t index);
+  // Why making the listing has failed; null where no server has a part in it.
+  const MailFailure* failure = nullptr;
 };
 
 // The page that starts at the given row; -1 makes the listing anew first and starts at row 0. On return

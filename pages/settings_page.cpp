@@ -3,11 +3,63 @@
 #include <utility>
 #include <vector>
 
+#include "core/form1.h"
 #include "core/settings_table.h"
+#include "mail/server_notes.h"
 #include "pages/browser_text.h"
 #include "pages/template.h"
 
 namespace vornelle {
+namespace {
+
+std::string escaped(std::string_view text) {
+  std::string html;
+  for (const char c : text) {
+    if (c == '&') {
+      html += "&amp;";
+    } else if (c == '<') {
+      html += "&lt;";
+    } else if (c == '>') {
+      html += "&gt;";
+    } else if (c == '"') {
+      html += "&quot;";
+    } else {
+      html += c;
+    }
+  }
+  return html;
+}
+
+// The offer to accept the refused certificate. Only pages behind the gateway have it, as only they have the
+// action.
+std::string certificateOffer(MailProtocol protocol) {
+  const MailFailure* const refused = form1.requestByGateway ? refusedCertificate(protocol) : nullptr;
+  if (!refused) return "";
+  return "<form method=\"post\" class=\"offer\" data-wait=\"Trying to log onto the servers.\" "
+         "action=\"acceptcertificate.cgi?s=<!--SSSESSION-->\">\r\n"
+         "<p>If this is a server of your own, and you have compared the fingerprint with what the server "
+         "itself shows, you can accept exactly this certificate. <strong>If it is a provider's server, do "
+         "not: whoever is in between would get your password and read your mail.</strong></p>\r\n"
+         "<input type=\"hidden\" name=\"SERVER\" value=\"" +
+         std::string(protocol == MailProtocol::pop3 ? "POP3" : "SMTP") +
+         "\"><input type=\"hidden\" name=\"FINGERPRINT\" value=\"" + escaped(refused->fingerprint) +
+         "\"><input type=\"hidden\" name=\"END\" value=\"1\">\r\n"
+         "<button>Accept exactly this certificate</button>\r\n</form>\r\n";
+}
+
+std::string serverNotesHtml() {
+  std::string html;
+  for (const MailProtocol protocol : {MailProtocol::pop3, MailProtocol::smtp}) {
+    const std::string note = serverNote(protocol);
+    if (note.empty()) continue;
+    const std::string name = protocol == MailProtocol::pop3 ? "POP3" : "SMTP";
+    html += "<div class=\"note\" id=\"" + name + "-note\" role=\"status\">\r\n<p><b>" + name + ":</b> " +
+            escaped(note) + "</p>\r\n" + certificateOffer(protocol) + "</div>\r\n";
+  }
+  return html;
+}
+
+}  // namespace
 
 std::string pageSettings() {
   std::string page = readTemplate("config.htm");
@@ -15,7 +67,7 @@ std::string pageSettings() {
   std::vector<std::string> names;
   for (const Setting* setting : settingsOnPage())
     names.push_back("<!--" + std::string(setting->field) + "-->");
-  std::vector<Marker> markers = {{"<!--SSPAGEDESC-->", "Config"}};
+  std::vector<Marker> markers = {{"<!--SSPAGEDESC-->", "Config"}, {"<!--SERVER_NOTES-->", serverNotesHtml()}};
   for (std::size_t i = 0; i < names.size(); ++i) {
     const Setting& setting = *settingsOnPage()[i];
     const std::string checked = setting.isCheckBox() && isOn(setting) ? "CHECKED" : "";

@@ -5,9 +5,13 @@
 
 #include "base/text.h"
 #include "core/activity.h"
+#include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings_table.h"
 #include "mail/mail_component.h"
+#include "mail/server_address.h"
+#include "mail/server_notes.h"
+#include "mail/tls_certificates.h"
 #include "platform/shell.h"
 #include "web/request.h"
 
@@ -32,6 +36,7 @@ void takePosted(const Setting& setting) {
 
 std::string testConnections() {
   const Activity activity(Task::settingsTest);
+  lastMailFailures = {};  // a server that is not tried any more has no failure either
   newMailComponent();
   std::string alerts, reasons;
   if (!settings.POP_SERVER.empty() && !currentMail->popConnect()) {
@@ -49,7 +54,17 @@ std::string testConnections() {
       reasons.empty() ? outcome(true, "Saved. The mail servers that are entered can be logged onto.")
                       : outcome(false, "Saved. " + reasons);
   if (!reasons.empty()) outcomes.failure = outcome(false, reasons);
+  // There is no log line for a failed test but the one that tells why a connection could not be encrypted.
+  const LastMailFailures failures = lastMailFailures;
+  for (const MailFailure* const failure : {&failures.pop, &failures.smtp}) {
+    if (const std::string line = tlsLogLine(*failure); !line.empty()) LogWindowAdd(line);
+  }
   return alerts;
+}
+
+std::string backToSettings(const std::string& alerts) {
+  return "<script language='Javascript'>" + alerts + "window.location='config.htm?s=" + form1.sessionId +
+         "'</script>";
 }
 
 }  // namespace
@@ -57,9 +72,24 @@ std::string testConnections() {
 std::string configUpdate() {
   for (const Setting* setting : settingsOnPage()) takePosted(*setting);
   configSave();
-  const std::string alerts = testConnections();
-  return "<script language='Javascript'>" + alerts + "window.location='config.htm?s=" + form1.sessionId +
-         "'</script>";
+  return backToSettings(testConnections());
+}
+
+std::string acceptCertificatePosted() {
+  const std::string server = requestParam("SERVER").value_or("");
+  const std::string fingerprint = requestParam("FINGERPRINT").value_or("");
+  const MailFailure* const refused =
+      refusedCertificate(server == "SMTP" ? MailProtocol::smtp : MailProtocol::pop3);
+  // What is accepted is what was refused, not what a request says; the request says which of it was shown.
+  const bool shown = form1.requestText.starts_with("POST ") && refused && refused->fingerprint == fingerprint;
+  if (!shown) return backToSettings("");
+  const std::string place = hostAndPort(refused->host, refused->port);
+  if (!acceptCertificate(refused->host, refused->port, fingerprint)) {
+    LogWindowAdd("**Problem writing tls-certificates.txt: certificate of " + place + " not accepted");
+    return backToSettings("");
+  }
+  LogWindowAdd("Certificate of " + place + " accepted, SHA-256 " + shownFingerprint(fingerprint));
+  return backToSettings(testConnections());
 }
 
 }  // namespace vornelle

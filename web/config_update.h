@@ -10,4 +10,9 @@ namespace vornelle {
 // changes nothing, and neither does a password with a "*" in it: the page shows passwords as rows of them.
 [[nodiscard]] std::string configUpdate();
 
+// ACCEPTCERTIFICATE.CGI: accepts exactly the certificate that the settings page has shown as refused (posted:
+// SERVER, "POP3" or "SMTP", and FINGERPRINT), and tests both servers again. The same answer. Only for pages
+// behind the gateway: who is to be trusted with the password is the user's decision alone.
+[[nodiscard]] std::string acceptCertificatePosted();
+
 }  // namespace vornelle

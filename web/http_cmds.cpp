@@ -146,7 +146,8 @@ std::string unrecognizedPage() {
 }
 
 constexpr PageTraits kPage{PageKind::page, PageWork::files};
-constexpr PageTraits kMailPage{PageKind::page, PageWork::mailbox};  // from the held listing where MSG= asks for it
+constexpr PageTraits kMailPage{PageKind::page,
+                               PageWork::mailbox};  // from the held listing where MSG= asks for it
 constexpr PageTraits kAction{PageKind::page, PageWork::action};
 
 // The first row whose name the path begins with wins, so the order counts.
@@ -179,12 +180,23 @@ constexpr Row kRowsWithSession[] = {
     {"", unrecognizedPage, {PageKind::unknown, PageWork::files}},
 };
 
+// The plain wire knows none of these.
+constexpr Row kRowsOfGateway[] = {
+    {"ACCEPTCERTIFICATE.CGI", acceptCertificatePosted, kAction},
+};
+
 template <std::size_t size>
 const Row* findRow(const Row (&rows)[size], std::string_view path) {
   for (const Row& row : rows) {
     if (startsWithNoCase(path, row.name)) return &row;
   }
   return nullptr;
+}
+
+// A page or action behind the log-in. The last row of the table fits every path.
+const Row& rowWithSession(std::string_view path, bool throughGateway) {
+  const Row* const own = throughGateway ? findRow(kRowsOfGateway, path) : nullptr;
+  return own ? *own : *findRow(kRowsWithSession, path);
 }
 
 // The path as the table knows it.
@@ -196,7 +208,7 @@ std::string_view withoutSlash(std::string_view target) {
 std::string pageOrAction() {
   if (const Row* const row = findRow(kRowsForEverybody, form1.requestPath)) return row->answer();
   if (!holdsSession(form1.requestPath)) return sessionEndedPage();
-  return findRow(kRowsWithSession, form1.requestPath)->answer();
+  return rowWithSession(form1.requestPath, form1.requestByGateway).answer();
 }
 
 }  // namespace
@@ -205,9 +217,9 @@ PageTraits pageTraits(std::string_view target) {
   const std::string_view path = withoutSlash(target);
   if (const Row* const row = findRow(kRowsForEverybody, path)) return row->traits;
   if (!holdsSession(path)) return kPage;
-  const Row* const row = findRow(kRowsWithSession, path);
-  const bool listing = row->traits.kind == PageKind::page && row->traits.work == PageWork::mailbox;
-  return listing && firstMessageNumber(path) != -1 ? kPage : row->traits;
+  const PageTraits& traits = rowWithSession(path, true).traits;
+  const bool listing = traits.kind == PageKind::page && traits.work == PageWork::mailbox;
+  return listing && firstMessageNumber(path) != -1 ? kPage : traits;
 }
 
 std::optional<std::string> dispatchRequest() {

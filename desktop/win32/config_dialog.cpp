@@ -31,6 +31,7 @@ constexpr int kTextWidth = 120, kNumberWidth = 36, kTextHeight = 13, kLabelHeigh
 constexpr int kUnitWidth = 60, kTickWidth = 12, kCaptionWidth = 40, kTickHeight = 11;
 constexpr int kBesideLeft = 102;  // of a box beside the row above, from that row's box on
 constexpr int kButtonWidth = 54, kButtonHeight = 15;
+constexpr int kNotesHeight = 50;  // above the buttons; two notes of some 250 characters
 
 const std::vector<const Setting*>& rows() {
   return settingsInDialog();
@@ -64,13 +65,15 @@ DialogTemplate makeDialog() {
     lines.push_back(lines.empty() ? 0 : lines.back() + (setting->besideRowAbove ? 0 : 1));
   }
   const int linesBelow = std::max(kLinesPerColumn, lines.back() + 1 - kLinesPerColumn);
-  const int buttonTop = kTop + linesBelow * kLineHeight + 6;
+  const int notesTop = kTop + linesBelow * kLineHeight + 4;
+  const int buttonTop = notesTop + kNotesHeight + 4;
   DialogTemplate dialog(L"Config", kWidth, buttonTop + kButtonHeight + 8);
   for (int row = 0; row < static_cast<int>(lines.size()); ++row) {
     const int line = lines[static_cast<std::size_t>(row)];
     const bool left = line < kLinesPerColumn;
     addRow(dialog, row, kColumns[left ? 0 : 1], kTop + (left ? line : line - kLinesPerColumn) * kLineHeight);
   }
+  dialog.addText(IDC_CONFIG_NOTES, {kTop, notesTop, kWidth - 2 * kTop, kNotesHeight});
   dialog.addButton(IDOK, {kWidth - 122, buttonTop, kButtonWidth, kButtonHeight}, true);
   dialog.addButton(IDCANCEL, {kWidth - 62, buttonTop, kButtonWidth, kButtonHeight}, false);
   return dialog;
@@ -109,6 +112,10 @@ void showCaptions(HWND dialog) {
   setWindowText(GetDlgItem(dialog, IDCANCEL), kDlgConfigCancelCaption);
 }
 
+void showNotes(HWND dialog) {
+  setWindowText(GetDlgItem(dialog, IDC_CONFIG_NOTES), dlgConfigNotes());
+}
+
 void fillBoxes(HWND dialog, const DlgConfig& boxes) {
   forEachRow([&](const Setting& setting, int box, int) {
     const DlgConfigBox& holds = boxes.at(dlgConfigBoxName(setting));
@@ -143,6 +150,7 @@ void focusBox(HWND dialog, const std::string& wanted) {
 
 void update(HWND dialog) {
   const DlgConfigResult result = SaveButtonClick(readBoxes(dialog));
+  showNotes(dialog);
   if (result.close) {
     closeModal(dialog);
   } else {
@@ -167,6 +175,7 @@ INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
     case WM_INITDIALOG:
       showCaptions(dialog);
       fillBoxes(dialog, dlgConfigLoad());
+      showNotes(dialog);
       return TRUE;
     case WM_COMMAND:
       command(dialog, wParam);

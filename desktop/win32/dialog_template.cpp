@@ -29,6 +29,10 @@ void DialogTemplate::addLabel(int id, Place place) {
   addControl(kStatic, id, place, SS_LEFT | WS_GROUP);
 }
 
+void DialogTemplate::addText(int id, Place place) {
+  addControl(kStatic, id, place, SS_LEFT | SS_NOPREFIX | WS_GROUP);
+}
+
 void DialogTemplate::addTextBox(int id, Place place, DWORD style) {
   addControl(kEdit, id, place, ES_LEFT | ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP | style);
 }

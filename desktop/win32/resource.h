@@ -29,6 +29,7 @@
 #define IDC_CONFIG_BOX 200
 #define IDC_CONFIG_LABEL 230
 #define IDC_CONFIG_UNIT 260
+#define IDC_CONFIG_NOTES 290
 
 /* The import dialog. */
 #define IDC_FIELD_POS_LABEL 301

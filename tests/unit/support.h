@@ -9,6 +9,7 @@
 
 #include "base/module_state.h"
 #include "core/form1.h"
+#include "mail/mail_failure.h"
 #include "platform/files.h"
 #include "platform/sim/sim.h"
 
@@ -20,6 +21,7 @@ class SimTest : public testing::Test {
   SimTest() {
     sim::reset();
     resetProgramState();
+    lastMailFailures = {};
   }
 
   // A path below the application folder: inFolder("\\data\\top.inc").

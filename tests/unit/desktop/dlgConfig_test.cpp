@@ -54,6 +54,27 @@ class SettingsDialog : public SimTest {
   std::vector<std::string> toldSmtp;
 };
 
+// ---- the line above the buttons ----
+
+TEST_F(SettingsDialog, TellsWhatAServerFieldTakesAndThenWhyAServerCouldNotBeLoggedOnTo) {
+  EXPECT_EQ(dlgConfigNotes(),
+            "POP3: mail.example:995 for an encrypted connection.\nSMTP: mail.example:465 or :587 for an "
+            "encrypted connection.");
+  DlgConfig typed = dlgConfigLoad();
+  typed["txtPOP_SERVER"].text = "nowhere.example";
+  typed["txtSMTP_SERVER"].text = "smtp.example:26";
+  EXPECT_FALSE(SaveButtonClick(typed).close);
+  EXPECT_EQ(dlgConfigNotes(),
+            "POP3: There is no server named nowhere.example. Check how it is spelled, and whether this computer "
+            "is online.\nSMTP: smtp.example (port 26) takes no connections at that port. Check the port: "
+            "encrypted SMTP is usually at 465 or 587.");
+  typed["txtPOP_SERVER"].text = "localhost";
+  sim::addServer("localhost", 110, [] { return std::unique_ptr<sim::Server>(); });
+  typed["txtSMTP_SERVER"].text = "";
+  static_cast<void>(SaveButtonClick(typed));
+  EXPECT_THAT(dlgConfigNotes(), testing::Not(HasSubstr("SMTP"))) << "it is not tried any more";
+}
+
 // ---- the dialog as it opens ----
 
 TEST_F(SettingsDialog, ShowsEverySettingAndMasksThePasswords) {

@@ -12,24 +12,6 @@
 namespace vornelle {
 namespace {
 
-std::string escaped(std::string_view text) {
-  std::string html;
-  for (const char c : text) {
-    if (c == '&') {
-      html += "&amp;";
-    } else if (c == '<') {
-      html += "&lt;";
-    } else if (c == '>') {
-      html += "&gt;";
-    } else if (c == '"') {
-      html += "&quot;";
-    } else {
-      html += c;
-    }
-  }
-  return html;
-}
-
 // The offer to accept the refused certificate. Only pages behind the gateway have it, as only they have the
 // action.
 std::string certificateOffer(MailProtocol protocol) {
@@ -42,7 +24,7 @@ std::string certificateOffer(MailProtocol protocol) {
          "not: whoever is in between would get your password and read your mail.</strong></p>\r\n"
          "<input type=\"hidden\" name=\"SERVER\" value=\"" +
          std::string(protocol == MailProtocol::pop3 ? "POP3" : "SMTP") +
-         "\"><input type=\"hidden\" name=\"FINGERPRINT\" value=\"" + escaped(refused->fingerprint) +
+         "\"><input type=\"hidden\" name=\"FINGERPRINT\" value=\"" + browserText(refused->fingerprint) +
          "\"><input type=\"hidden\" name=\"END\" value=\"1\">\r\n"
          "<button>Accept exactly this certificate</button>\r\n</form>\r\n";
 }
@@ -54,7 +36,7 @@ std::string serverNotesHtml() {
     if (note.empty()) continue;
     const std::string name = protocol == MailProtocol::pop3 ? "POP3" : "SMTP";
     html += "<div class=\"note\" id=\"" + name + "-note\" role=\"status\">\r\n<p><b>" + name + ":</b> " +
-            escaped(note) + "</p>\r\n" + certificateOffer(protocol) + "</div>\r\n";
+            browserText(note) + "</p>\r\n" + certificateOffer(protocol) + "</div>\r\n";
   }
   return html;
 }

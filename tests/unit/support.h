@@ -9,7 +9,6 @@
 
 #include "base/module_state.h"
 #include "core/form1.h"
-#include "mail/mail_failure.h"
 #include "platform/files.h"
 #include "platform/sim/sim.h"
 
@@ -21,7 +20,6 @@ class SimTest : public testing::Test {
   SimTest() {
     sim::reset();
     resetProgramState();
-    lastMailFailures = {};
   }
 
   // A path below the application folder: inFolder("\\data\\top.inc").

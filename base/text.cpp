@@ -42,6 +42,7 @@ template <typename FindNext>
 std::string replaceFound(std::string_view text, std::size_t findLength, std::string_view with,
                          FindNext findNext) {
   std::string result;
+  result.reserve(text.size() + with.size());
   std::size_t from = 0;
   for (;;) {
     const std::size_t at = findNext(from);
@@ -82,10 +83,22 @@ bool endsWithNoCase(std::string_view text, std::string_view end) {
 
 std::size_t findNoCase(std::string_view text, std::string_view find, std::size_t from) {
   if (from > text.size()) return std::string_view::npos;
-  const auto at = std::search(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), find.begin(),
-                              find.end(), sameLetter);
-  if (at == text.end() && !find.empty()) return std::string_view::npos;
-  return static_cast<std::size_t>(at - text.begin());
+  if (find.empty()) return from;
+  if (find.size() > text.size() - from) return std::string_view::npos;
+  const std::size_t last = text.size() - find.size();
+  const char first = toLowerChar(find[0]);
+  // What has no letter case, as the "<" that every marker begins with, is found by the fastest means there is.
+  const bool hasCase = first != toUpperChar(find[0]);
+  for (std::size_t at = from; at <= last; ++at) {
+    if (hasCase) {
+      while (at <= last && toLowerChar(text[at]) != first) ++at;
+    } else {
+      at = text.find(find[0], at);
+    }
+    if (at > last) break;
+    if (equalsNoCase(text.substr(at, find.size()), find)) return at;
+  }
+  return std::string_view::npos;
 }
 
 bool containsNoCase(std::string_view text, std::string_view find) {

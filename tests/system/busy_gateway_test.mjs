@@ -1,0 +1,196 @@
+// Pages while something is under way: what a second tab sees during a filter run, and what scripts are told.
+
+import assert from 'node:assert/strict';
+import http from 'node:http';
+import { after, before, beforeEach, describe, test } from 'node:test';
+
+import { exchange } from '../support/bare_http.mjs';
+import { DelayProxy } from '../support/delay_proxy.mjs';
+import { Application } from '../support/harness.mjs';
+import { MailServer } from '../support/mailserver.mjs';
+import { spam } from '../support/mails.mjs';
+import { until } from '../support/tools.mjs';
+
+let app;
+let server;
+let slow;
+before(async () => {
+  server = await MailServer.start();
+  slow = await DelayProxy.start(server.popPort, 30);
+  app = await Application.start({ settings: { POP_SERVER: `127.0.0.1:${slow.port}`, SMTP_SERVER: `127.0.0.1:${server.smtpPort}`,
+    SMTP_USER: 'joe', SMTP_PASSWORD: 'secret' } });
+});
+after(async () => {
+  await app?.stop();
+  await slow?.stop();
+  await server?.stop();
+});
+beforeEach(async () => {
+  server.pop.options.faults = [];
+  server.maildrop.messages = [];
+  for (const name of Object.keys(app.spamBox())) app.remove(`spam/${name}`);
+  await app.login();
+});
+
+// One request through the gateway: { status, headers, body, milliseconds }.
+function ask(target, { method = 'GET', body = '', headers = {} } = {}) {
+  const began = performance.now();
+  return new Promise((resolve, reject) => {
+    const request = http.request({ host: '::1', port: app.port, path: target.replace('{s}', app.sessionId), method,
+      headers: { Host: `localhost:${app.port}`, 'Sec-Fetch-Site': 'same-origin', 'Content-Length': Buffer.byteLength(body), ...headers } }, (answer) => {
+      const pieces = [];
+      answer.on('data', (piece) => pieces.push(piece));
+      answer.on('end', () => resolve({ status: answer.statusCode, headers: answer.headers,
+        body: Buffer.concat(pieces).toString('latin1'), milliseconds: performance.now() - began }));
+    });
+    request.on('error', reject);
+    request.end(body);
+  });
+}
+
+const status = async () => JSON.parse(Buffer.from((await ask('/status.json?s={s}')).body, 'latin1').toString('utf8'));
+
+// A run over a mailbox that takes some seconds; `during` happens in the middle of it.
+async function duringARun(during, messages = 120) {
+  for (let i = 0; i < messages; i++) server.maildrop.add({ uid: `m${i}`, data: spam(`s${i}`, 'x'.repeat(2000) + '\r\n') });
+  let over = false;
+  const run = ask('/mailfilter.cgi?s={s}', { method: 'POST' }).then((answer) => { over = true; return answer; });
+  await until(() => Object.keys(app.spamBox()).length > 2, 'the run to be in its middle', 20000);
+  await during(() => over);
+  assert.match((await run).body, /displayspambox\.htm/);
+}
+
+describe('during a filter run', () => {
+  test('PagesOfFilesAreAnsweredAtOnce', async () => {
+    app.write('spam/old.txt', 'From: <a@b.example>\r\nSubject: held\r\n\r\nx\r\n');
+    await app.get('/displayspambox.htm?s={s}');
+    await duringARun(async (over) => {
+      for (const [target, text] of [['/displayfriendlist.htm?s={s}', /@friend\.example/], ['/config.htm?s={s}', /POP_SERVER/],
+        ['/findinlists.htm?s={s}&findinlists=friend&END=1', /- @friend\.example/], ['/displayspambox.htm?s={s}&msg=0', /held/],
+        ['/', /POP_PASSWORD/]]) {
+        const answer = await ask(target);
+        assert.equal(answer.status, 200);
+        assert.match(answer.body, text);
+      }
+      assert.equal((await ask('/vornelle.ico')).headers['content-type'], 'image/x-icon');
+      const source = await ask('/displayspam.cgi?fn=old.txt&s={s}');
+      assert.equal(source.status, 303);
+      assert.match((await ask(source.headers.location)).body, /Subject: held/);
+      assert.ok(!over(), 'all of that while the run went on');
+    });
+  });
+
+  test('APageThatNeedsTheMailboxShowsHowFarItIsAndLeavesTheRunAlone', async () => {
+    await duringARun(async (over) => {
+      const inbox = await ask('/displayinbox.htm?s={s}');
+      assert.ok(!over());
+      assert.match(inbox.body, /Filtering: \d+ of 120/);
+      assert.match(inbox.headers['content-security-policy'], /connect-src 'self'/);
+      assert.ok(inbox.milliseconds < 5000, `${inbox.milliseconds} ms`);
+    });
+    assert.ok(app.events().some((event) => /^Mail filtered:  0 msgs\.  12\d spam\.$/.test(event) || /^Mail filtered:  0 msgs\.  120 spam\.$/.test(event)));
+    assert.equal(server.maildrop.messages.length, 0, 'the run deleted what it saved');
+    assert.match((await ask('/displayinbox.htm?s={s}')).body, /<title>Inbox/);
+  });
+
+  test('AnActionWaitsForItsEnd', async () => {
+    let added;
+    await duringARun(async (over) => {
+      added = ask('/add2white.cgi?s={s}', { method: 'POST', body: 'addtolist=@late.example&END=1' }).then(() => assert.ok(over()));
+      await ask('/config.htm?s={s}');
+      assert.ok(!over());
+      assert.doesNotMatch(app.read('data/friendlist.txt'), /late/);
+    });
+    await added;
+    assert.match(app.read('data/friendlist.txt'), /@late\.example/);
+    app.write('data/friendlist.txt', '@friend.example\r\n');
+  });
+
+  test('TheStatusTellsHowFarItIsAndAfterwardsTheResult', async () => {
+    const seen = [];
+    const logged = () => app.log().length;
+    await duringARun(async (over) => {
+      const before = logged();
+      for (let i = 0; i < 5 && !over(); i++) seen.push((await status()).underWay);
+      assert.doesNotMatch(app.log().slice(before), /status/i);
+    });
+    assert.ok(seen.length > 0);
+    for (const task of seen) {
+      assert.equal(task.task, 'filterRun');
+      assert.equal(task.total, 120);
+      assert.match(task.text, /^Filtering: \d+ of 120$/);
+    }
+    const now = await status();
+    assert.equal(now.underWay, null);
+    assert.match(now.results.filterRun.text, /^Mail filtered:  0 msgs\.  120 spam\.$/);
+    assert.ok(now.results.filterRun.good && Math.abs(now.now - now.results.filterRun.time) < 60);
+  });
+});
+
+describe('the status', () => {
+  test('TellsTestModeTheScheduleTheSessionAndTheAgeOfTheInbox', async () => {
+    assert.equal((await status()).inbox.count >= 0, true);
+    await ask('/displayinbox.htm?s={s}');
+    const now = await status();
+    assert.equal(now.testMode, false);
+    assert.equal(now.active, false);
+    assert.ok(now.minutesLeft > 25 && now.minutesLeft <= 30);
+    assert.deepEqual(now.inbox, { fresh: true, fetched: now.inbox.fetched, count: 0 });
+    assert.ok(now.now - now.inbox.fetched < 60);
+    server.pop.options.faults = [{ verb: 'PASS', error: '[AUTH] not today <b>' }];
+    await ask('/displayinbox.htm?s={s}');
+    const later = await status();
+    assert.deepEqual(later.inbox, { ...now.inbox, fresh: false });
+    assert.equal(later.pop.reason, 'saidNo');
+    assert.equal(later.pop.step, 'loggingOn');
+    assert.match(later.pop.words, /not today <b>/);
+    assert.match(later.results.failure.text, /not today <b>/);
+  });
+
+  test('TellsWhatWasAddedDeletedRestoredAndTried', async () => {
+    await ask('/add2black.cgi?s={s}', { method: 'POST', body: 'addtolist=eve@x.example&END=1' });
+    assert.match((await status()).results.add.text, /^Added "eve@x\.example" to the EnemyList\.$/);
+    for (const name of ['a', 'b']) app.write(`spam/${name}.txt`, spam(name).toString('latin1'));
+    const page = (await ask('/displayspambox.htm?s={s}')).body;
+    const row = (name) => /name='R(\d+)'/.exec(page.split("<tr class='").find((part) => part.includes(`>${name}</a>`)))[1];
+    await ask('/deleterestore.cgi?s={s}', { method: 'POST', body: `SUBMIT3=RESTORE-DELETE&R${row('a')}=1&D${row('b')}=1&END=1` });
+    const now = (await status()).results;
+    assert.equal(now.restore.text, '1 restored');
+    assert.equal(now.delete.text, '1 deleted');
+    await ask('/configupdate.cgi?s={s}', { method: 'POST', body: 'END=1&' });
+    assert.match((await status()).results.settingsTest.text, /^Saved\. /);
+    app.write('data/enemylist.txt', '');
+  });
+
+  test('IsRefusedWithoutTheLiveSessionAndToOtherSites', async () => {
+    assert.equal((await ask('/status.json')).status, 403);
+    assert.equal((await ask('/status.json?s=OLD')).status, 403);
+    assert.equal((await ask('/status.json?s={s}', { headers: { 'Sec-Fetch-Site': 'cross-site' } })).status, 403);
+  });
+});
+
+describe('requests that nobody here has asked for', () => {
+  const fields = ['Sec-Fetch-Site: cross-site', 'Sec-Fetch-Site: same-site', 'Sec-Purpose: prefetch;prerender', 'Upgrade: websocket', 'Origin: null'];
+
+  test('AreClosedWithoutAnAnswerOnThePlainWire', async () => {
+    for (const field of fields) {
+      for (const target of ['/UNLOADME', '/logout.cgi', `/config.htm?s=${app.sessionId}`]) {
+        const answer = await exchange(app.port, `GET ${target} HTTP/1.1\r\nHost: 127.0.0.1:${app.port}\r\n${field}\r\n\r\n`);
+        assert.equal(answer.length, 0, `${field} ${target}`);
+      }
+    }
+    assert.match(await app.get('/config.htm?s={s}'), /POP_SERVER/);
+  });
+
+  test('AreRefusedByTheGateway', async () => {
+    for (const field of fields) {
+      const [name, value] = field.split(': ');
+      const headers = { 'Sec-Fetch-Site': [], [name]: value };
+      for (const target of ['/UNLOADME', '/logout.cgi', `/config.htm?s=${app.sessionId}`]) {
+        assert.ok([403, 503].includes((await ask(target, { headers })).status), `${field} ${target}`);
+      }
+    }
+    assert.equal((await ask('/logout.cgi', { headers: { 'Sec-Fetch-Site': [] } })).status, 403);
+    assert.match((await ask('/config.htm?s={s}')).body, /POP_SERVER/);
+  });
+});

@@ -1,6 +1,7 @@
 #include "mail/mail_date.h"
 
 #include <array>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -111,30 +112,18 @@ std::optional<int> zoneOffset(std::string_view word) {
   return 0;
 }
 
-int daysInMonth(int year, int month) {
-  constexpr std::array<int, 12> kDays = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  return month == 2 && leap ? 29 : kDays[static_cast<std::size_t>(month - 1)];
-}
-
-// Days from 1970-01-01 to the first day of the year, in the Gregorian calendar.
-std::int64_t daysBeforeYear(int year) {
-  const std::int64_t before = year - 1;
-  return before * 365 + before / 4 - before / 100 + before / 400 - 719162;
-}
-
 struct Parts {
   std::optional<int> day, month, year, time, zone;
 };
 
 std::optional<std::int64_t> secondsOf(const Parts& parts) {
   if (!parts.day || !parts.month || !parts.year || !parts.time) return std::nullopt;
-  if (*parts.year < 1900 || *parts.day < 1 || *parts.day > daysInMonth(*parts.year, *parts.month)) {
-    return std::nullopt;
-  }
-  std::int64_t days = daysBeforeYear(*parts.year) + *parts.day - 1;
-  for (int month = 1; month < *parts.month; ++month) days += daysInMonth(*parts.year, month);
-  return days * 86400 + *parts.time - parts.zone.value_or(0);
+  const std::chrono::year_month_day date(std::chrono::year(*parts.year),
+                                         std::chrono::month(static_cast<unsigned>(*parts.month)),
+                                         std::chrono::day(static_cast<unsigned>(*parts.day)));
+  if (*parts.year < 1900 || !date.ok()) return std::nullopt;
+  const std::chrono::seconds midnight = std::chrono::sys_days(date).time_since_epoch();
+  return midnight.count() + *parts.time - parts.zone.value_or(0);
 }
 
 // "15-Nov-2026" is three words to everybody else.

@@ -114,15 +114,5 @@ TEST(ArraySort, AListOfTheWorstOrderIsSortedWithoutDeepCalls) {
   EXPECT_EQ(values, sorted);
 }
 
-TEST(ArraySort, SwapExchangesTwoValues) {
-  std::string a = "one";
-  std::string b = "two";
-  ArraySort::swapValues(a, b);
-  EXPECT_EQ(a, "two");
-  EXPECT_EQ(b, "one");
-  ArraySort::swapValues(a, a);
-  EXPECT_EQ(a, "two");
-}
-
 }  // namespace
 }  // namespace vornelle

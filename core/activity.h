@@ -50,7 +50,7 @@ struct Outcome {
 };
 
 struct Outcomes {
-  Outcome filterRun, failure, restore, deletion, addition, settingsTest;
+  Outcome filterRun, failure, restore, deletion, addition, removal, settingsTest;
 };
 extern Outcomes outcomes;
 

@@ -21,6 +21,7 @@
 #include "platform/files.h"
 #include "platform/modGoToSleep.h"
 #include "web/config_update.h"
+#include "web/list_actions.h"
 #include "web/listener.h"
 #include "web/request.h"
 #include "web/session.h"
@@ -96,36 +97,24 @@ std::string deleteMail() {
   return locationScript("displayinbox.htm");
 }
 
-// Adds, and remembers what came of it. A list that holds the entry already, is full or cannot be changed is as long
-// as before.
-void addAndRemember(std::string_view list, const std::string& item) {
-  const std::uint64_t before = listLength(list);
-  listAdd(list, item);
-  const bool added = listLength(list) != before;
-  const std::string what = "\"" + urlDecode(item) + "\"";
-  outcomes.addition =
-      added ? outcome(true, "Added " + what + " to the " + std::string(list) + ".")
-            : outcome(false, "Not added to the " + std::string(list) + ": " + what +
-                                 ". It stands there already, or the event log tells why not.");
+// The page of the list that was changed.
+std::string listPageScript() {
+  return locationScript("display" + requestParam("type").value_or("") + ".htm");
 }
 
 std::string addToList() {
-  const std::string item = requestParam("addtolist").value_or("");
-  const std::string type = requestParam("type").value_or("");
-  if (const FilterListInfo* const list = findList(type)) addAndRemember(list->name, item);
-  return locationScript("display" + type + ".htm");
+  addToListAction();
+  return listPageScript();
 }
 
 std::string deleteFromList() {
-  const std::string line = requestParam("deletefromlist").value_or("");
-  const std::string type = requestParam("type").value_or("");
-  listRemoveLine(type, line);
-  return locationScript("display" + type + ".htm");
+  deleteFromListAction();
+  return listPageScript();
 }
 
 // The buttons on the message pages.
 std::string addToListAndGoBack(std::string_view list) {
-  addAndRemember(list, requestParam("ADDTOLIST").value_or(""));
+  addToListAction(list);
   return "<script language='Javascript'>history.back()</script>";
 }
 

@@ -9,6 +9,7 @@
 #include "mail/mail_failure.h"
 #include "pages/inbox_list.h"
 #include "platform/clock.h"
+#include "web/list_actions.h"
 
 namespace vornelle {
 namespace {
@@ -56,8 +57,19 @@ std::string resultsJson() {
   addOutcome(json, "restore", outcomes.restore);
   addOutcome(json, "delete", outcomes.deletion);
   addOutcome(json, "add", outcomes.addition);
+  addOutcome(json, "remove", outcomes.removal);
   addOutcome(json, "settingsTest", outcomes.settingsTest);
   return json + "}";
+}
+
+std::string removedJson() {
+  if (lastRemoval.list.empty()) return "null";
+  std::string json = "{\"list\": " + quoted(lastRemoval.list) + ", \"entries\": [";
+  for (const std::string& entry : lastRemoval.entries) {
+    if (json.back() != '[') json += ", ";
+    json += quoted(entry);
+  }
+  return json + "]}";
 }
 
 std::string failureJson(const MailFailure& failure) {
@@ -72,7 +84,8 @@ std::string failureJson(const MailFailure& failure) {
 std::string statusJson() {
   const ListingAge inbox = inboxAge();
   return "{\"underWay\": " + underWayJson() + ", \"results\": " + resultsJson() +
-         ", \"pop\": " + failureJson(lastMailFailures.pop) + ", \"smtp\": " + failureJson(lastMailFailures.smtp) +
+         ", \"removed\": " + removedJson() + ", \"pop\": " + failureJson(lastMailFailures.pop) +
+         ", \"smtp\": " + failureJson(lastMailFailures.smtp) +
          ", \"testMode\": " + truth(form1.ckTestMode.checked()) +
          ", \"active\": " + truth(form1.ckActive.checked()) +
          ", \"minutesLeft\": " + std::to_string(settings.SESSION_MIN - form1.sessionMinutesUsed) +

@@ -1,8 +1,10 @@
 // The actions behind the page table: messages shown and deleted, lists changed, a filter run on request.
 #include "base/text.h"
+#include "core/activity.h"
 #include "tests/unit/mail/sim_maildrop.h"
 #include "tests/unit/web/dispatch_test_support.h"
 #include "web/http_cmds.h"
+#include "web/list_actions.h"
 
 namespace vornelle {
 namespace {
@@ -212,6 +214,55 @@ TEST_F(ListActionTest, AFilterRunOnRequestIsLoggedRunsAndLeadsToTheSpamBox) {
   EXPECT_EQ(getWithSession("mailfilter.cgi"), redirectTo("displayspambox.htm"));
   EXPECT_EQ(logged("Filter mail (user request)"), 1);
   EXPECT_EQ(logged("You need to set up your FriendList first!"), 1);
+}
+
+// ---- entries removed by their texts, as our own page asks for it ----
+
+TEST_F(ListActionTest, AnEntryIsRemovedByItsTextWhereThePageSendsIt) {
+  makeFile("\\data\\friendlist.txt", "ada\r\n\r\nbob & co\r\n100%\r\neve\r\n");
+  EXPECT_EQ(postWithSession("deletefromlist.cgi",
+                            "deletefromlist=1&removeentries=1:bob %26 co%0A2:100%25&type=friendlist&END=1"),
+            redirectTo("displayfriendlist.htm"));
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "ada\r\n\r\neve\r\n");
+  EXPECT_TRUE(outcomes.removal.good);
+  EXPECT_EQ(outcomes.removal.text, "Removed 2 entries from the FriendList.");
+  EXPECT_EQ(lastRemoval.list, "FriendList");
+  EXPECT_THAT(lastRemoval.entries, testing::ElementsAre("bob & co", "100%"));
+}
+
+TEST_F(ListActionTest, AnEntryThatIsGoneMeanwhileRemovesNoOther) {
+  makeFile("\\data\\friendlist.txt", "ada\r\neve\r\n");
+  static_cast<void>(
+      postWithSession("deletefromlist.cgi", "deletefromlist=1&removeentries=1:bob&type=friendlist&END=1"));
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "ada\r\neve\r\n");
+  EXPECT_FALSE(outcomes.removal.good);
+  EXPECT_EQ(outcomes.removal.text, "Not in the FriendList any more: \"bob\".");
+  EXPECT_EQ(lastRemoval.list, "");
+}
+
+TEST_F(ListActionTest, AListThatIsTooLongForTheRemovalIsNotCutWhereThePageSendsTheText) {
+  std::string text;
+  for (int i = 0; i < 15000; ++i) text += "entry" + std::to_string(i) + "\r\n";
+  makeFile("\\data\\friendlist.txt", text);
+  static_cast<void>(
+      postWithSession("deletefromlist.cgi", "deletefromlist=0&removeentries=0:entry0&type=friendlist&END=1"));
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), text);
+  EXPECT_THAT(outcomes.removal.text, HasSubstr("more entries than the program can keep (10001)"));
+}
+
+TEST_F(ListActionTest, ANameThatEndsLikeTheFieldIsNotTheField) {
+  makeFile("\\data\\friendlist.txt", "ada\r\neve\r\n");
+  static_cast<void>(
+      postWithSession("deletefromlist.cgi", "deletefromlist=1&xremoveentries=0:ada&type=friendlist&END=1"));
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "ada\r\n");
+}
+
+TEST_F(ListActionTest, SeveralEntriesArePutBackAtOnce) {
+  makeFile("\\data\\friendlist.txt", "ada\r\n");
+  static_cast<void>(postWithSession(
+      "addtolist.cgi", "addtolist=&addentries=bob %26 co%0A100%25%0A%26#1087;%0Aada&type=FriendList&END=1"));
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "&#1087;\r\n100%\r\nada\r\nbob & co\r\n");
+  EXPECT_EQ(outcomes.addition.text, "Added 3 to the FriendList; 1 stood there already.");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "core/settings.h"
 #include "mail/mail_failure.h"
 #include "tests/unit/support.h"
+#include "web/list_actions.h"
 
 namespace vornelle {
 namespace {
@@ -18,7 +19,7 @@ TEST_F(Status, OfAProgramThatHasDoneNothing) {
   settings.SESSION_MIN = 30;
   form1.sessionMinutesUsed = 3;
   const std::string status = statusJson();
-  EXPECT_THAT(status, HasSubstr("{\"underWay\": null, \"results\": {}, \"pop\": null, \"smtp\": null, "));
+  EXPECT_THAT(status, HasSubstr("{\"underWay\": null, \"results\": {}, \"removed\": null, \"pop\": null, \"smtp\": null, "));
   EXPECT_THAT(status, HasSubstr("\"testMode\": false, \"active\": false, \"minutesLeft\": 27, "));
   EXPECT_THAT(status, HasSubstr("\"inbox\": {\"fresh\": false, \"fetched\": 0, \"count\": 0}}"));
 }
@@ -32,6 +33,12 @@ TEST_F(Status, TellsTheResultsThatThereHaveBeen) {
   EXPECT_THAT(status, HasSubstr("\"good\": true, \"text\": \"Mail filtered:  2 msgs.  1 spam.\"}, \"add\": {"));
   EXPECT_THAT(status, HasSubstr("\"Not \\\"added\\\" \\u003cb>\\\\ \xC3\xA9 \xD0\xBF\\u000d\\u000a\""));
   EXPECT_THAT(status, HasSubstr("\"testMode\": true"));
+}
+
+TEST_F(Status, TellsWhatCanBePutBack) {
+  lastRemoval = {"EnemyList", {"eve", "a \"b\""}};
+  EXPECT_THAT(statusJson(),
+              HasSubstr("\"removed\": {\"list\": \"EnemyList\", \"entries\": [\"eve\", \"a \\\"b\\\"\"]}, "));
 }
 
 TEST_F(Status, TellsWhyAServerCouldNotBeUsed) {

@@ -20,6 +20,7 @@ namespace {
 constexpr int kTimeAllTold = 2000;  // milliseconds
 constexpr std::size_t kLongestHeader = std::size_t{64} * 1024;
 constexpr std::size_t kLongestBody = std::size_t{64} * 1024;
+constexpr std::size_t kLongestChunks = 4 * kLongestBody;  // the same with the lines between the chunks
 
 struct Address {
   std::string host;       // as connected to
@@ -88,25 +89,48 @@ std::size_t bodyStart(const std::string& answer) {
   return full < bare ? full + 4 : bare + 2;
 }
 
-bool says200(std::string_view answer) {
-  // "HTTP/1.1 200 OK"
-  return answer.starts_with("HTTP/") &&
-         answer.substr(0, answer.find_first_of("\r\n")).find(" 200") == answer.find(' ');
-}
-
-std::size_t contentLength(std::string_view header) {
-  constexpr std::string_view kField = "Content-Length:";
+// The value of a header field, "" when it is not there.
+std::string_view fieldValue(std::string_view header, std::string_view name) {
   while (!header.empty()) {
     const std::size_t end = std::min(header.find('\n'), header.size());
     std::string_view line = header.substr(0, end);
     header.remove_prefix(std::min(end + 1, header.size()));
-    if (!startsWithNoCase(line, kField)) continue;
-    line.remove_prefix(kField.size());
+    if (!startsWithNoCase(line, name) || line.substr(name.size()).find(':') != 0) continue;
+    line.remove_prefix(name.size() + 1);
     while (line.starts_with(' ')) line.remove_prefix(1);
-    std::size_t length = 0;
-    if (std::from_chars(line.data(), line.data() + line.size(), length).ec == std::errc()) return length;
+    while (line.ends_with('\r') || line.ends_with(' ')) line.remove_suffix(1);
+    return line;
   }
+  return {};
+}
+
+std::size_t contentLength(std::string_view header) {
+  const std::string_view text = fieldValue(header, "Content-Length");
+  std::size_t length = 0;
+  if (std::from_chars(text.data(), text.data() + text.size(), length).ec == std::errc()) return length;
   return kLongestBody;
+}
+
+struct Unchunked {
+  std::string text;
+  bool complete = false;  // with the chunk that ends it
+};
+
+// "5\r\nNews \r\n8\r\nof today\r\n0\r\n\r\n" is "News of today"; what is missing at the end is left out.
+Unchunked withoutChunks(std::string_view body) {
+  std::string text;
+  while (true) {
+    std::size_t size = 0;
+    const auto [end, error] = std::from_chars(body.data(), body.data() + body.size(), size, 16);
+    const std::size_t line = body.find('\n', static_cast<std::size_t>(end - body.data()));
+    if (error != std::errc() || size == 0 || line == std::string_view::npos)
+      return {text, error == std::errc() && size == 0};
+    body.remove_prefix(line + 1);
+    text += body.substr(0, size);
+    if (body.size() <= size) return {text};
+    body.remove_prefix(size);
+    body.remove_prefix(std::min(body.find('\n'), body.size() - 1) + 1);
+  }
 }
 
 }  // namespace
@@ -131,6 +155,7 @@ std::string downloadUrl(const std::string& url) {
 
   std::string answer;
   std::size_t start = std::string::npos;
+  bool chunked = false;
   std::size_t most = kLongestHeader;
   std::array<char, 2048> chunk;
   while (answer.size() < most) {
@@ -139,12 +164,17 @@ std::string downloadUrl(const std::string& url) {
     if (!got || *got == 0) break;
     answer.append(chunk.data(), *got);
     if (start == std::string::npos && (start = bodyStart(answer)) != std::string::npos) {
-      most = start + std::min(contentLength(std::string_view(answer).substr(0, start)), kLongestBody);
+      const std::string_view header = std::string_view(answer).substr(0, start);
+      chunked = equalsNoCase(fieldValue(header, "Transfer-Encoding"), "chunked");
+      most = start + (chunked ? kLongestChunks : std::min(contentLength(header), kLongestBody));
     }
     if (left() == 0) break;
+    if (chunked && withoutChunks(std::string_view(answer).substr(start)).complete) break;
   }
-  if (start == std::string::npos || !says200(answer)) return "";
-  return answer.substr(start, most - start);
+  if (start == std::string::npos || !answer.starts_with("HTTP/")) return "";
+  // The status is not looked at: what the server says is what it has to say.
+  const std::string body = answer.substr(start, most - start);
+  return chunked ? withoutChunks(body).text.substr(0, kLongestBody) : body;
 }
 
 }  // namespace vornelle

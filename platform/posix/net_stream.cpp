@@ -9,12 +9,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <ctime>
 #include <memory>
 
 #include "base/numbers.h"
 #include "base/punycode.h"
 #include "platform/clock.h"
 #include "platform/common/connecting.h"
+#include "platform/common/left_behind.h"
 #include "platform/posix/descriptor.h"
 
 namespace vornelle {
@@ -93,26 +95,52 @@ Descriptor connectTo(const addrinfo& address, std::int64_t until, NetProblem& pr
   return socket;
 }
 
-// One look-up of a name.
+// One look-up of a name. The system does it on a thread of its own, which touches nothing but this.
 struct LookUp {
   std::string host;
   std::string port;
-  addrinfo* addresses = nullptr;
+  addrinfo hints{};
+  gaicb request{};
 
   // Names beyond ASCII go by the form that the name system knows.
   LookUp(const std::string& hostName, int portNumber)
-      : host(hostToAscii(hostName).value_or(hostName)), port(std::to_string(portNumber)) {}
+      : host(hostToAscii(hostName).value_or(hostName)), port(std::to_string(portNumber)) {
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_NUMERICSERV;
+  }
   ~LookUp() {
-    if (addresses) freeaddrinfo(addresses);
+    if (request.ar_result) freeaddrinfo(request.ar_result);
   }
   LookUp(const LookUp&) = delete;
   LookUp& operator=(const LookUp&) = delete;
 
-  void run() {
-    addrinfo hints{};
-    hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_NUMERICSERV;
-    if (getaddrinfo(host.c_str(), port.c_str(), &hints, &addresses) != 0) addresses = nullptr;
+  [[nodiscard]] bool finished() const { return gai_error(const_cast<gaicb*>(&request)) != EAI_INPROGRESS; }
+
+  // An address needs no looking up.
+  [[nodiscard]] bool isAddress() {
+    addrinfo numeric = hints;
+    numeric.ai_flags |= AI_NUMERICHOST;
+    return getaddrinfo(host.c_str(), port.c_str(), &numeric, &request.ar_result) == 0;
+  }
+
+  // False when the time has passed.
+  [[nodiscard]] bool run(std::int64_t until) {
+    request.ar_name = host.c_str();
+    request.ar_service = port.c_str();
+    request.ar_request = &hints;
+    gaicb* list[] = {&request};
+    if (getaddrinfo_a(GAI_NOWAIT, list, 1, nullptr) != 0) return true;  // it brings nothing
+    while (!finished()) {
+      const std::int64_t left = until - monotonicMilliseconds();
+      if (left <= 0) {
+        gai_cancel(&request);
+        return false;
+      }
+      const timespec time{static_cast<time_t>(left / 1000), static_cast<long>(left % 1000 * 1000000)};
+      const gaicb* const waitedFor[] = {&request};
+      gai_suspend(waitedFor, 1, &time);
+    }
+    return true;
   }
 };
 
@@ -126,12 +154,13 @@ std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int 
   if (host.empty() || host.find('\0') != std::string::npos || !isPort(port)) return nullptr;
   const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
   const auto lookUp = std::make_shared<LookUp>(host, port);
-  if (!doneInTime([lookUp] { lookUp->run(); }, end)) {
+  if (!lookUp->isAddress() && !lookUp->run(end)) {
+    LeftBehind<LookUp>::instance().keep(lookUp);
     why = NetProblem::timedOut;
     return nullptr;
   }
-  if (lookUp->addresses) why = NetProblem::none;
-  return connectInTurn(lookUp->addresses, end,
+  if (lookUp->request.ar_result) why = NetProblem::none;
+  return connectInTurn(lookUp->request.ar_result, end,
                        [&why](const addrinfo& address, std::int64_t until) -> std::unique_ptr<NetStream> {
                          Descriptor socket = connectTo(address, until, why);
                          return socket.isOpen() ? std::make_unique<TcpStream>(std::move(socket)) : nullptr;

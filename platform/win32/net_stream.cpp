@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <memory>
+#include <vector>
 
 #include "base/numbers.h"
 #include "platform/clock.h"
 #include "platform/common/connecting.h"
+#include "platform/common/left_behind.h"
 #include "platform/win32/text.h"
 #include "platform/win32/winsock.h"
 
@@ -82,27 +84,63 @@ class SocketStream : public NetStream {
   Socket socket_;
 };
 
-// One look-up of a name.
-struct LookUp {
-  std::wstring host;
-  std::wstring port;
-  ADDRINFOW* addresses = nullptr;
-
+// One look-up of a name, done by the system in its own way; it touches nothing but this.
+class LookUp {
+ public:
   LookUp(const std::string& hostName, int portNumber)
-      : host(win32::widen(hostName)), port(std::to_wstring(portNumber)) {}
+      : host_(win32::widen(hostName)), port_(std::to_wstring(portNumber)) {
+    hints_.ai_family = AF_UNSPEC;
+    hints_.ai_socktype = SOCK_STREAM;
+    hints_.ai_protocol = IPPROTO_TCP;
+    overlapped_.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  }
   ~LookUp() {
-    if (addresses) FreeAddrInfoW(addresses);
+    if (addresses_) FreeAddrInfoExW(addresses_);
+    CloseHandle(overlapped_.hEvent);
   }
   LookUp(const LookUp&) = delete;
   LookUp& operator=(const LookUp&) = delete;
 
-  void run() {
-    ADDRINFOW hints{};
-    hints.ai_family = AF_UNSPEC;
-    hints.ai_socktype = SOCK_STREAM;
-    hints.ai_protocol = IPPROTO_TCP;
-    if (GetAddrInfoW(host.c_str(), port.c_str(), &hints, &addresses) != 0) addresses = nullptr;
+  [[nodiscard]] bool finished() const { return WaitForSingleObject(overlapped_.hEvent, 0) == WAIT_OBJECT_0; }
+
+  // False when the time has passed.
+  [[nodiscard]] bool run(const Deadline& deadline) {
+    const int started = GetAddrInfoExW(host_.c_str(), port_.c_str(), NS_ALL, nullptr, &hints_, &addresses_,
+                                       nullptr, &overlapped_, nullptr, &cancel_);
+    if (started != WSA_IO_PENDING) {
+      SetEvent(overlapped_.hEvent);
+      return true;
+    }
+    if (WaitForSingleObject(overlapped_.hEvent, static_cast<DWORD>(deadline.left())) == WAIT_OBJECT_0) {
+      failed_ = GetAddrInfoExOverlappedResult(&overlapped_) != 0;
+      return true;
+    }
+    if (cancel_) GetAddrInfoExCancel(&cancel_);
+    return false;
   }
+
+  [[nodiscard]] std::vector<ADDRINFOW> addresses() const {
+    std::vector<ADDRINFOW> list;
+    for (const ADDRINFOEXW* one = failed_ ? nullptr : addresses_; one;
+         one = reinterpret_cast<const ADDRINFOEXW*>(one->ai_next)) {
+      ADDRINFOW address{};
+      address.ai_family = one->ai_family;
+      address.ai_addr = one->ai_addr;
+      address.ai_addrlen = one->ai_addrlen;
+      list.push_back(address);
+    }
+    for (std::size_t i = 1; i < list.size(); ++i) list[i - 1].ai_next = &list[i];
+    return list;
+  }
+
+ private:
+  std::wstring host_;
+  std::wstring port_;
+  ADDRINFOEXW hints_{};
+  ADDRINFOEXW* addresses_ = nullptr;
+  OVERLAPPED overlapped_{};
+  HANDLE cancel_ = nullptr;
+  bool failed_ = false;
 };
 
 NetProblem problemOf(int error) {
@@ -151,12 +189,14 @@ std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int 
   }
   const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
   const auto lookUp = std::make_shared<LookUp>(host, port);
-  if (!doneInTime([lookUp] { lookUp->run(); }, end)) {
+  if (!lookUp->run(Deadline::at(end))) {
+    LeftBehind<LookUp>::instance().keep(lookUp);
     why = NetProblem::timedOut;
     return nullptr;
   }
-  if (lookUp->addresses) why = NetProblem::none;
-  return connectInTurn(lookUp->addresses, end,
+  const std::vector<ADDRINFOW> addresses = lookUp->addresses();
+  if (!addresses.empty()) why = NetProblem::none;
+  return connectInTurn(addresses.empty() ? nullptr : addresses.data(), end,
                        [&why](const ADDRINFOW& address, std::int64_t until) -> std::unique_ptr<NetStream> {
                          Socket socket = win32::makeTcpSocket(address.ai_family);
                          if (!socket) why = std::max(why, NetProblem::unreachable);

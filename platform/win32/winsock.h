@@ -8,6 +8,12 @@
 
 #include <utility>
 
+// Of the system's library, and not in the headers of every compiler.
+extern "C" {
+WINSOCK_API_LINKAGE int WSAAPI GetAddrInfoExOverlappedResult(LPOVERLAPPED overlapped);
+WINSOCK_API_LINKAGE int WSAAPI GetAddrInfoExCancel(LPHANDLE handle);
+}
+
 namespace vornelle::win32 {
 
 // False where the library cannot be started; then no socket can be made.

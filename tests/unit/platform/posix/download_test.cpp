@@ -52,9 +52,13 @@ TEST_F(PosixDownloadTest, ContentLengthEndsTheBody) {
   EXPECT_EQ(download("HTTP/1.0 200 OK\r\nContent-Length: 0\r\n\r\nNews"), "");
 }
 
-TEST_F(PosixDownloadTest, AnyOtherAnswerBringsNothing) {
-  EXPECT_EQ(download("HTTP/1.0 404 Not Found\r\n\r\nno 200 here"), "");
-  EXPECT_EQ(download("HTTP/1.0 302 Found\r\nLocation: http://127.0.0.1/200\r\n\r\nmoved"), "");
+TEST_F(PosixDownloadTest, OtherEncodingsOfTheTransferAreNotLookedInto) {
+  EXPECT_EQ(download("HTTP/1.1 200 OK\r\ntransfer-encoding: CHUNKED\r\n\r\n2\r\nhi\r\n0\r\n\r\n"), "hi");
+  EXPECT_EQ(download("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\n\r\n2\r\nhi"), "2\r\nhi");
+  EXPECT_EQ(download("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nno chunk\r\nhi"), "");
+}
+
+TEST_F(PosixDownloadTest, WhatIsNoAnswerBringsNothing) {
   EXPECT_EQ(download("no HTTP at all"), "");
   EXPECT_EQ(download("HTTP/1.0 200 OK\r\nHeader: without an end\r\n"), "");
   EXPECT_EQ(download(""), "");

@@ -3,9 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <chrono>
 #include <memory>
+#include <thread>
 #include <vector>
+
+#include "platform/clock.h"
+#include "platform/common/left_behind.h"
 
 namespace vornelle {
 namespace {
@@ -72,25 +76,21 @@ TEST(ConnectingTest, WithoutAnAddressOrTimeThereIsNothing) {
   EXPECT_EQ(tries, 1) << "one look without waiting, as for a server on this machine";
 }
 
-TEST(ConnectingTest, WorkThatTakesItsTimeIsLeftBehind) {
-  const auto over = std::make_shared<std::atomic<bool>>(false);
-  const std::int64_t start = monotonicMilliseconds();
-  EXPECT_FALSE(doneInTime(
-      [over] {
-        while (!*over) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-      },
-      start + 100));
-  EXPECT_GE(monotonicMilliseconds() - start, 95);
-  EXPECT_LT(monotonicMilliseconds() - start, 3000);
-  *over = true;
-}
+struct Request {
+  bool done = false;
+  [[nodiscard]] bool finished() const { return done; }
+};
 
-TEST(ConnectingTest, WorkThatIsDoneIsNotWaitedFor) {
-  const auto result = std::make_shared<int>(0);
-  const std::int64_t start = monotonicMilliseconds();
-  EXPECT_TRUE(doneInTime([result] { *result = 7; }, start + 60000));
-  EXPECT_EQ(*result, 7);
-  EXPECT_LT(monotonicMilliseconds() - start, 5000);
+TEST(LeftBehindTest, ARequestIsKeptUntilTheSystemIsThroughWithIt) {
+  LeftBehind<Request> leftBehind;
+  const auto first = std::make_shared<Request>();
+  leftBehind.keep(first);
+  EXPECT_EQ(first.use_count(), 2);
+  leftBehind.keep(std::make_shared<Request>());
+  EXPECT_EQ(first.use_count(), 2);
+  first->done = true;
+  leftBehind.keep(std::make_shared<Request>());
+  EXPECT_EQ(first.use_count(), 1);
 }
 
 }  // namespace

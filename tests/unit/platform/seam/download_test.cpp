@@ -38,6 +38,20 @@ TEST(DownloadTest, TheBodyOfAnOrdinaryAnswerIsBrought) {
   EXPECT_THAT(request, testing::HasSubstr("\r\nUser-Agent: VB OpenUrl\r\n"));
 }
 
+TEST(DownloadTest, TheBodyIsBroughtWhateverTheStatus) {
+  for (const char* status : {"404 Not Found", "500 Internal Server Error", "302 Found", "201 Created"}) {
+    const std::string line = "HTTP/1.0 " + std::string(status) + "\r\n";
+    EXPECT_EQ(download(line + "Content-Length: 6\r\n\r\nan end"), "an end") << status;
+  }
+}
+
+TEST(DownloadTest, AnAnswerInChunksIsPutTogether) {
+  const std::string header = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+  EXPECT_EQ(download(header + "5\r\nNews \r\n8;x=y\r\nof today\r\n0\r\n\r\n"), "News of today");
+  EXPECT_EQ(download(header + "5\r\nNews \r\n8\r\nof"), "News of") << "what arrived before the end";
+  EXPECT_EQ(download(header + "1E\r\n" + std::string(30, 'x') + "\r\n0\r\n\r\n"), std::string(30, 'x'));
+}
+
 TEST(DownloadTest, NobodyThereBringsNothing) {
   EXPECT_EQ(downloadUrl("http://127.0.0.1:" + std::to_string(freePort()) + "/"), "");
   EXPECT_EQ(downloadUrl("http://no-such-host.invalid/"), "");
@@ -54,7 +68,7 @@ TEST(DownloadTest, ARedirectionIsNotFollowed) {
     const std::string body =
         download("HTTP/1.0 302 Found\r\nLocation: http://127.0.0.1:" + std::to_string(other.port) +
                  "/\r\nContent-Length: 0\r\n\r\n");
-    EXPECT_EQ(body, "");
+    EXPECT_EQ(body, "") << "it has none of its own";
   }
   EXPECT_FALSE(reached);
 }

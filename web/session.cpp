@@ -17,13 +17,13 @@ namespace {
 
 constexpr int kSessionIdLength = 64;
 
-// The maker's announcement as a block of table rows, "" when there is none to show. A server that answers
-// with a whole page of its own (an error page, a captive portal) has sent no announcement.
+// The maker's announcement as a block of table rows, which the page hides while the text is empty; "" where a server
+// has answered with a whole page of its own (an error page, a captive portal).
 std::string announcementBlock() {
   const std::string path = applicationFolder() + "\\message.txt";
   openUrl(VORNELLE_ANNOUNCEMENT_URL, path);
   const std::string text = readWholeFile(path);
-  if (text.empty() || containsNoCase(text, "<html>")) return "";
+  if (containsNoCase(text, "<html>")) return "";
   return "\r\n<tr><td colspan='2'><p>" + pageText(text) + "</p></td></tr><tr><td colspan='2'>&nbsp;</td></tr>";
 }
 

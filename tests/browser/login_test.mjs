@@ -33,6 +33,18 @@ inEachBrowser((userTest) => {
     assert.ok(app.events().includes('Logout'));
   });
 
+  userTest('AnEmptyAnnouncementTakesNoRoom', () => app, async (user) => {
+    await user.open('/');
+    const above = await user.page.evaluate(() => {
+      const form = document.querySelector('form');
+      const { borderTopWidth, paddingTop } = getComputedStyle(form);
+      return { empty: form.querySelectorAll('p:empty:not([id])').length, text: form.firstElementChild.textContent,
+        room: form.querySelector('label').getBoundingClientRect().top - form.getBoundingClientRect().top
+          - parseFloat(borderTopWidth) - parseFloat(paddingTop) };
+    });
+    assert.deepEqual(above, { empty: 1, text: '', room: 0 });
+  });
+
   userTest('AWrongPasswordIsToldAndTheFormIsThereAgain', () => app, async (user) => {
     await user.open('/');
     await user.logOnWith('joe', 'wrong');

@@ -48,6 +48,22 @@ describe('announcement', { concurrency: 3 }, () => {
     });
   });
 
+  test('IsTheBodyOfWhateverTheServerAnswers', () => {
+    const asked = [];
+    const server = http.createServer((request, response) => {
+      asked.push(request.url);
+      response.writeHead(404, { Location: 'http://vornelle.example/other.txt' });
+      response.end('gone');
+    });
+    return withProxy(server, async (app) => {
+      assert.ok((await app.get('/')).includes(block('gone')));
+      assert.equal(asked.length, 1);
+    });
+  });
+
+  test('IsABlockWithoutTextWhereItIsEmpty', () => withProxy(http.createServer((request, response) => response.end('')),
+    async (app) => assert.ok((await app.get('/')).includes(block('')))));
+
   test('ThatNeverComesCostsTwoSecondsAndAnOlderOneIsForgotten', () => withProxy(net.createServer((socket) => {
     socket.on('error', () => {});
   }), async (app) => {

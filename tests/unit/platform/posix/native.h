@@ -20,7 +20,8 @@
 #include <string>
 #include <system_error>
 
-#include "platform/unix/paths.h"
+#include "base/hash.h"
+#include "platform/common/temporary_name.h"
 
 namespace vornelle::native {
 
@@ -97,7 +98,7 @@ inline constexpr int kLongestLinger = 2000;  // milliseconds
 class HeldFile {
  public:
   explicit HeldFile(const std::filesystem::path& path)
-      : inTheWay_(path.parent_path() / files::temporaryName(path.filename().string())) {
+      : inTheWay_(path.parent_path() / files::temporaryName(fnv1a(path.filename().string()))) {
     std::filesystem::create_directory(inTheWay_);
   }
   ~HeldFile() {

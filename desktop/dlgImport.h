@@ -7,9 +7,10 @@
 namespace vornelle {
 
 inline constexpr const char* kDlgImportCaption = "Import Addresses to FriendList";
-// The open-file dialog. Name and pattern of each filter entry in turn; the first one is selected.
-inline constexpr const char* kDlgImportFileTitle = "Select comma delimited text file.";
-inline constexpr const char* kDlgImportFileFilter[] = {"Text Files (*.txt)", "*.txt", "(*.csv)", "*.csv",
+// CommonDialog1, the open-file dialog. Name and pattern of each filter entry in turn; the first one is
+// selected.
+inline constexpr const char* kCommonDialog1Title = "Select comma delimited text file.";
+inline constexpr const char* kCommonDialog1Filter[] = {"Text Files (*.txt)", "*.txt", "(*.csv)", "*.csv",
                                                        "(All files)",        "*.*"};
 
 // The controls' captions (or the label before them) and tool tips.
@@ -33,7 +34,7 @@ struct DlgImport {
   std::string txtImportList;
 };
 
-// The Load File button. `chooseFile` shows the open-file dialog and returns the chosen path, "" when the user
+// The Load File button. `chooseFile` shows CommonDialog1 and returns the chosen path, "" when the user
 // cancels. A field position that is not a number of 1 or more is refused with a message box before a file is
 // asked for. True when dialog.txtImportList has been replaced.
 bool LoadButtonClick(DlgImport& dialog, const std::function<std::string()>& chooseFile);

@@ -17,6 +17,10 @@
 namespace vornelle::win32 {
 namespace {
 
+// With the numbers that the Enter key and the Escape key have in a dialog.
+constexpr int SaveButton = IDOK;
+constexpr int CancelButton = IDCANCEL;
+
 // Two columns, so that it fits low screens at high resolution: down the left one, then down the right one.
 // All in dialog units.
 constexpr int kLinesPerColumn = 9;
@@ -74,15 +78,15 @@ DialogTemplate makeDialog() {
     addRow(dialog, row, kColumns[left ? 0 : 1], kTop + (left ? line : line - kLinesPerColumn) * kLineHeight);
   }
   dialog.addText(IDC_CONFIG_NOTES, {kTop, notesTop, kWidth - 2 * kTop, kNotesHeight});
-  dialog.addButton(IDOK, {kWidth - 122, buttonTop, kButtonWidth, kButtonHeight}, true);
-  dialog.addButton(IDCANCEL, {kWidth - 62, buttonTop, kButtonWidth, kButtonHeight}, false);
+  dialog.addButton(SaveButton, {kWidth - 122, buttonTop, kButtonWidth, kButtonHeight}, true);
+  dialog.addButton(CancelButton, {kWidth - 62, buttonTop, kButtonWidth, kButtonHeight}, false);
   return dialog;
 }
 
 // Made once, and never taken away while a key of it may be under way.
 HACCEL accessKeys() {
   static const HACCEL table = [] {
-    std::vector<ACCEL> keys = {{FVIRTKEY | FALT, 'U', IDOK}, {FVIRTKEY | FALT, 'C', IDCANCEL}};
+    std::vector<ACCEL> keys = {{FVIRTKEY | FALT, 'U', SaveButton}, {FVIRTKEY | FALT, 'C', CancelButton}};
     for (std::size_t row = 0; row < rows().size(); ++row) {
       keys.push_back({FVIRTKEY | FALT, static_cast<WORD>(rows()[row]->accessKey),
                       static_cast<WORD>(IDC_CONFIG_BOX + row)});
@@ -108,8 +112,8 @@ void showCaptions(HWND dialog) {
     if (const HWND unit = GetDlgItem(dialog, IDC_CONFIG_UNIT + row)) setWindowText(unit, setting.unit);
     addToolTip(toolTips, GetDlgItem(dialog, box), setting.toolTip);
   });
-  setWindowText(GetDlgItem(dialog, IDOK), kDlgConfigSaveCaption);
-  setWindowText(GetDlgItem(dialog, IDCANCEL), kDlgConfigCancelCaption);
+  setWindowText(GetDlgItem(dialog, SaveButton), kDlgConfigSaveCaption);
+  setWindowText(GetDlgItem(dialog, CancelButton), kDlgConfigCancelCaption);
 }
 
 void showNotes(HWND dialog) {
@@ -163,9 +167,9 @@ void command(HWND dialog, WPARAM wParam) {
   const int id = LOWORD(wParam);
   if (HIWORD(wParam) == kFromAccelerator) {
     useAccessKey(dialog, id);
-  } else if (id == IDOK && HIWORD(wParam) == BN_CLICKED) {
+  } else if (id == SaveButton && HIWORD(wParam) == BN_CLICKED) {
     update(dialog);
-  } else if (id == IDCANCEL && HIWORD(wParam) == BN_CLICKED) {
+  } else if (id == CancelButton && HIWORD(wParam) == BN_CLICKED) {
     closeModal(dialog);
   }
 }

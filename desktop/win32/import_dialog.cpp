@@ -20,12 +20,12 @@ struct Caption {
   const DlgImportControl& text;
 };
 const Caption kCaptions[] = {
-    {IDC_FIELD_POS, IDC_FIELD_POS_LABEL, kTxtFieldPos},
-    {IDC_OPT_TAB, IDC_OPT_TAB, kOptTab},
-    {IDC_OPT_COMMA, IDC_OPT_COMMA, kOptComma},
-    {IDC_IMPORT_LIST, IDC_IMPORT_LIST_LABEL, kTxtImportList},
-    {IDC_IMPORT_BUTTON, IDC_IMPORT_BUTTON, kImportButton},
-    {IDC_LOAD_BUTTON, IDC_LOAD_BUTTON, kLoadButton},
+    {IDC_txtFieldPos, IDC_txtFieldPosLabel, kTxtFieldPos},
+    {IDC_OptTab, IDC_OptTab, kOptTab},
+    {IDC_OptComma, IDC_OptComma, kOptComma},
+    {IDC_txtImportList, IDC_txtImportListLabel, kTxtImportList},
+    {IDC_ImportButton, IDC_ImportButton, kImportButton},
+    {IDC_LoadButton, IDC_LoadButton, kLoadButton},
 };
 
 void initialize(HWND dialog) {
@@ -35,25 +35,25 @@ void initialize(HWND dialog) {
     setWindowText(GetDlgItem(dialog, entry.captionControl), entry.text.caption);
     addToolTip(toolTips, GetDlgItem(dialog, entry.control), entry.text.toolTip);
   }
-  SendDlgItemMessageW(dialog, IDC_IMPORT_LIST, EM_SETLIMITTEXT, 0, 0);  // as much as the system can hold
+  SendDlgItemMessageW(dialog, IDC_txtImportList, EM_SETLIMITTEXT, 0, 0);  // as much as the system can hold
   const DlgImport first;
-  setWindowText(GetDlgItem(dialog, IDC_FIELD_POS), first.txtFieldPos);
-  CheckRadioButton(dialog, IDC_OPT_TAB, IDC_OPT_COMMA, first.OptComma ? IDC_OPT_COMMA : IDC_OPT_TAB);
+  setWindowText(GetDlgItem(dialog, IDC_txtFieldPos), first.txtFieldPos);
+  CheckRadioButton(dialog, IDC_OptTab, IDC_OptComma, first.OptComma ? IDC_OptComma : IDC_OptTab);
 }
 
 DlgImport readControls(HWND dialog) {
   DlgImport controls;
-  controls.txtFieldPos = windowText(GetDlgItem(dialog, IDC_FIELD_POS));
-  controls.OptComma = IsDlgButtonChecked(dialog, IDC_OPT_COMMA) == BST_CHECKED;
-  controls.txtImportList = windowText(GetDlgItem(dialog, IDC_IMPORT_LIST));
+  controls.txtFieldPos = windowText(GetDlgItem(dialog, IDC_txtFieldPos));
+  controls.OptComma = IsDlgButtonChecked(dialog, IDC_OptComma) == BST_CHECKED;
+  controls.txtImportList = windowText(GetDlgItem(dialog, IDC_txtImportList));
   return controls;
 }
 
-// "" when the user cancels.
-std::string chooseFile(HWND dialog) {
+// The open-file dialog; "" when the user cancels.
+std::string CommonDialog1(HWND dialog) {
   std::wstring filter;
-  for (const char* part : kDlgImportFileFilter) filter += widen(part) + L'\0';
-  const std::wstring title = widen(kDlgImportFileTitle);
+  for (const char* part : kCommonDialog1Filter) filter += widen(part) + L'\0';
+  const std::wstring title = widen(kCommonDialog1Title);
   std::wstring path(32768, L'\0');
   OPENFILENAMEW question{};
   question.lStructSize = sizeof question;
@@ -70,8 +70,8 @@ std::string chooseFile(HWND dialog) {
 
 void loadFile(HWND dialog) {
   DlgImport controls = readControls(dialog);
-  if (LoadButtonClick(controls, [dialog] { return chooseFile(dialog); })) {
-    setWindowText(GetDlgItem(dialog, IDC_IMPORT_LIST), controls.txtImportList);
+  if (LoadButtonClick(controls, [dialog] { return CommonDialog1(dialog); })) {
+    setWindowText(GetDlgItem(dialog, IDC_txtImportList), controls.txtImportList);
   }
 }
 
@@ -83,8 +83,8 @@ void command(HWND dialog, WPARAM wParam) {
     return;
   }
   if (HIWORD(wParam) != BN_CLICKED) return;
-  if (id == IDC_LOAD_BUTTON) loadFile(dialog);
-  if (id == IDC_IMPORT_BUTTON) ImportButtonClick(readControls(dialog));
+  if (id == IDC_LoadButton) loadFile(dialog);
+  if (id == IDC_ImportButton) ImportButtonClick(readControls(dialog));
   if (id == IDCANCEL) closeModal(dialog);  // the Escape key and the close button
 }
 

@@ -20,15 +20,15 @@ struct Control {
 };
 
 constexpr Control kControls[] = {
-    {IDC_CMD_OPEN_BROWSER, Kind::button, L"Launch",
+    {IDC_cmdOpenBrowser, Kind::button, L"Launch",
      "Launch default Internet browser and show Vornelle interface"},
-    {IDC_CMD_FILTER_MAIL, Kind::button, L"Filter Mail", "Filter for spam (manual)"},
-    {IDC_CK_ACTIVE, Kind::checkBox, L"Active", "Starts auto spam filtering"},
-    {IDC_CK_TEST_MODE, Kind::checkBox, L"Test Mode", "When checked, spam is not removed from InBox"},
-    {IDC_CK_START_MINIMIZED, Kind::checkBox, L"Start Min", "Minimize window when starting"},
-    {IDC_CK_AUTOSTART, Kind::checkBox, L"Autostart", "Run Vornelle at Windows startup"},
-    {IDC_LABEL1, Kind::label, L"Log:", ""},
-    {IDC_LOG_WINDOW, Kind::log, L"", "Logs Vornelle events"},
+    {IDC_cmdFilterMail, Kind::button, L"Filter Mail", "Filter for spam (manual)"},
+    {IDC_ckActive, Kind::checkBox, L"Active", "Starts auto spam filtering"},
+    {IDC_ckTestMode, Kind::checkBox, L"Test Mode", "When checked, spam is not removed from InBox"},
+    {IDC_ckStartMinimized, Kind::checkBox, L"Start Min", "Minimize window when starting"},
+    {IDC_ckAutostart, Kind::checkBox, L"Autostart", "Run Vornelle at Windows startup"},
+    {IDC_Label1, Kind::label, L"Log:", ""},
+    {IDC_LogWindow, Kind::log, L"", "Logs Vornelle events"},
 };
 
 constexpr int kMinimumLogLines = 4;
@@ -70,7 +70,7 @@ void MainControls::create(HWND window) {
 }
 
 HWND MainControls::logBox() const {
-  return control(IDC_LOG_WINDOW);
+  return control(IDC_LogWindow);
 }
 
 void MainControls::updateFont() {
@@ -117,14 +117,14 @@ void MainControls::layOut() const {
                              SWP_NOZORDER | SWP_NOACTIVATE);
     }
   };
-  place(IDC_CMD_OPEN_BROWSER, size.margin, size.margin, size.buttonWidth, size.rowHeight);
-  place(IDC_CMD_FILTER_MAIL, size.margin, secondRow, size.buttonWidth, size.rowHeight);
-  place(IDC_CK_ACTIVE, firstChecks, size.margin, size.firstCheckWidth, size.rowHeight);
-  place(IDC_CK_TEST_MODE, firstChecks, secondRow, size.firstCheckWidth, size.rowHeight);
-  place(IDC_CK_START_MINIMIZED, secondChecks, size.margin, size.secondCheckWidth, size.rowHeight);
-  place(IDC_CK_AUTOSTART, secondChecks, secondRow, size.secondCheckWidth, size.rowHeight);
-  place(IDC_LABEL1, size.margin, labelTop, size.buttonWidth, size.labelHeight);
-  place(IDC_LOG_WINDOW, size.margin, logTop, static_cast<int>(client.right) - 2 * size.margin,
+  place(IDC_cmdOpenBrowser, size.margin, size.margin, size.buttonWidth, size.rowHeight);
+  place(IDC_cmdFilterMail, size.margin, secondRow, size.buttonWidth, size.rowHeight);
+  place(IDC_ckActive, firstChecks, size.margin, size.firstCheckWidth, size.rowHeight);
+  place(IDC_ckTestMode, firstChecks, secondRow, size.firstCheckWidth, size.rowHeight);
+  place(IDC_ckStartMinimized, secondChecks, size.margin, size.secondCheckWidth, size.rowHeight);
+  place(IDC_ckAutostart, secondChecks, secondRow, size.secondCheckWidth, size.rowHeight);
+  place(IDC_Label1, size.margin, labelTop, size.buttonWidth, size.labelHeight);
+  place(IDC_LogWindow, size.margin, logTop, static_cast<int>(client.right) - 2 * size.margin,
         static_cast<int>(client.bottom) - logTop - size.margin);
   if (moves) EndDeferWindowPos(moves);
 }

@@ -74,10 +74,10 @@ void raiseWindow() {
 }
 
 void observeForm1() {
-  showCheckBox(form1.ckActive, IDC_CK_ACTIVE);
-  showCheckBox(form1.ckTestMode, IDC_CK_TEST_MODE);
-  showCheckBox(form1.ckStartMinimized, IDC_CK_START_MINIMIZED);
-  showCheckBox(form1.ckAutostart, IDC_CK_AUTOSTART);
+  showCheckBox(form1.ckActive, IDC_ckActive);
+  showCheckBox(form1.ckTestMode, IDC_ckTestMode);
+  showCheckBox(form1.ckStartMinimized, IDC_ckStartMinimized);
+  showCheckBox(form1.ckAutostart, IDC_ckAutostart);
   form1.LogWindow.onAppend = [](std::string_view piece) { win32::logBoxAppend(controls.logBox(), piece); };
   form1.LogWindow.onReplace = [] { win32::logBoxReplace(controls.logBox(), form1.LogWindow.text()); };
   form1.onWindowChange = showWindowState;
@@ -88,13 +88,13 @@ void observeForm1() {
 
 CheckBox* checkBoxOf(int id) {
   switch (id) {
-    case IDC_CK_ACTIVE:
+    case IDC_ckActive:
       return &form1.ckActive;
-    case IDC_CK_TEST_MODE:
+    case IDC_ckTestMode:
       return &form1.ckTestMode;
-    case IDC_CK_START_MINIMIZED:
+    case IDC_ckStartMinimized:
       return &form1.ckStartMinimized;
-    case IDC_CK_AUTOSTART:
+    case IDC_ckAutostart:
       return &form1.ckAutostart;
     default:
       return nullptr;
@@ -107,27 +107,27 @@ void command(int id) {
     return;
   }
   switch (id) {
-    case IDC_CMD_OPEN_BROWSER:
+    case IDC_cmdOpenBrowser:
       cmdOpenBrowserClick();
       break;
-    case IDC_CMD_FILTER_MAIL:
+    case IDC_cmdFilterMail:
       cmdFilterMailClick();
       break;
-    case IDC_MNU_IMPORT:
+    case IDC_mnuImport:
       win32::showImportDialog();
       break;
-    case IDC_MNU_CONFIG:
+    case IDC_mnuConfig:
       win32::showConfigDialog();
       break;
-    case IDC_MNU_ABOUT:
+    case IDC_mnuAbout:
       win32::showAboutWindow();
       break;
-    case IDC_MNU_EXIT:
+    case IDC_mnuExit:
       mnuExitClick();
     case IDOK: {
       // The Enter key: the button that has the focus.
       const int focused = GetDlgCtrlID(GetFocus());
-      if (focused == IDC_CMD_OPEN_BROWSER || focused == IDC_CMD_FILTER_MAIL) command(focused);
+      if (focused == IDC_cmdOpenBrowser || focused == IDC_cmdFilterMail) command(focused);
       break;
     }
     default:
@@ -138,7 +138,7 @@ void command(int id) {
 void commandMessage(WPARAM wParam) {
   constexpr int kFromAccelerator = 1;
   const int id = LOWORD(wParam);
-  const bool isMenuEntry = id >= IDC_MNU_IMPORT && id <= IDC_MNU_EXIT;
+  const bool isMenuEntry = id >= IDC_mnuImport && id <= IDC_mnuExit;
   if (HIWORD(wParam) == kFromAccelerator && !isMenuEntry) {
     win32::useAccessKey(window, id);
   } else if (HIWORD(wParam) == BN_CLICKED || isMenuEntry) {
@@ -151,7 +151,7 @@ void activated(bool active) {
     const HWND focus = GetFocus();
     if (focus && IsChild(window, focus)) lastFocus = focus;
   } else if (!IsIconic(window)) {
-    SetFocus(lastFocus ? lastFocus : GetDlgItem(window, IDC_CMD_OPEN_BROWSER));
+    SetFocus(lastFocus ? lastFocus : GetDlgItem(window, IDC_cmdOpenBrowser));
   }
 }
 

@@ -54,8 +54,8 @@ TEST_F(Import, TheControlsHaveTheirCaptionsAndToolTips) {
 }
 
 TEST_F(Import, TheOpenFileDialogHasItsTitleAndFilters) {
-  EXPECT_STREQ(kDlgImportFileTitle, "Select comma delimited text file.");
-  EXPECT_THAT(kDlgImportFileFilter, ElementsAre(testing::StrEq("Text Files (*.txt)"), testing::StrEq("*.txt"),
+  EXPECT_STREQ(kCommonDialog1Title, "Select comma delimited text file.");
+  EXPECT_THAT(kCommonDialog1Filter, ElementsAre(testing::StrEq("Text Files (*.txt)"), testing::StrEq("*.txt"),
                                                 testing::StrEq("(*.csv)"), testing::StrEq("*.csv"),
                                                 testing::StrEq("(All files)"), testing::StrEq("*.*")));
 }

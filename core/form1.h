@@ -48,17 +48,23 @@ struct Form1 : Request {
   std::function<void()> onRaise;         // the window is to come to the foreground
 
   // Counters and flags.
-  bool isClosingDuplicate = false;
-  int closingLines = 0;         // of the two lines with which a run ends, those that the log file has
-  bool settingsUnread = false;  // the settings file holds what the record does not: the end must not save
-  std::int32_t minutesSinceCheck = 0;  // towards the next automatic filter run
+  bool isClosingDuplicate = false;  // a second copy of the program, which ends without saving anything
+  // How many of the two lines with which a run ends are in the log file. Logging a line lets events in before
+  // the file gets it, and one of them may ask for the end again: that then writes what the file still lacks.
+  int closingLines = 0;
+  // The settings file has not been read, or could not be: what it holds is not in the record, and the end of
+  // the program must not write the record over it.
+  bool settingsUnread = false;
+  // Minutes counted while automatic filtering is on; at CHECK_MIN the filter runs. Every run and every saving
+  // of the settings begins the count again.
+  std::int32_t minutesSinceCheck = 0;
 
   // The web session.
-  std::string sessionId;  // 64 letters; "" when nobody is logged in
-  std::int32_t sessionMinutesUsed = 0;
-  bool suppressTitleMinutes = false;  // set while the login page runs its title step
+  std::string sessionId;                // 64 letters; "" when nobody is logged in
+  std::int32_t sessionMinutesUsed = 0;  // since the log-in or the last saving of the settings
+  bool suppressTitleMinutes = false;    // set while the login page runs its title step
 
-  bool wsTimedOut = false;  // the wait for a request line is over
+  bool wsTimedOut = false;  // TimerWS_Timeout has ticked: the wait for a request line is over without one
 
   // The rows of the last Inbox or SpamBox page, by row number 0 to kLastRow.
   std::vector<std::string> rowKey = std::vector<std::string>(kLastRow + 1);

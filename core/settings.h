@@ -1,6 +1,5 @@
 // The settings record and its file: a line KEY=VALUE for each row of core/settings.def, in "\Vornelle.ini"
-// beside the program, or in
-// "\pell-Vornelle.ini" where a file of that name exists.
+// beside the program, or in "\pell-Vornelle.ini" where a file of that name exists.
 #pragma once
 
 #include <cstdint>

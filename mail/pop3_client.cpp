@@ -211,15 +211,18 @@ bool Pop3Client::askCapabilities() {
 
 // ---- confirmation ----
 
-// Whether client and server mean the same answers, and the entry's number that message. Where they do not and
-// the session goes on, they do again.
+// Asks the server for the unique-id of that message and reads until the answer has come. True when it came at
+// once: every answer so far was that to its own command, and the number still means this message. False in a
+// session that goes on: something stood before the answer, such as the rest of a text that had ended too
+// early. It has been read away, and the next answer is that to the next command.
 bool Pop3Client::confirm(const MaildropEntry& entry) {
   if (confirmed_ == entry.number) return line_ && line_->alive();
   const std::string number = uidlOfOne_ == UidlOfOne::refused ? "" : " " + std::to_string(entry.number);
   return sendAnyway("UIDL" + number + "\r\n", 1) && readConfirmation(entry);
 }
 
-// `mayBeRefused`: the text has been refused, and so may be its confirmation. False then as well.
+// Reads the answer to the question that confirm() sends. `mayBeRefused`: the message's text has been refused,
+// so this may be refused too without a second question; the result is then false as well.
 bool Pop3Client::readConfirmation(const MaildropEntry& entry, bool mayBeRefused) {
   std::size_t passed = 0;  // bytes so far
   bool listing = false;    // they are the start of a whole list and nothing else

@@ -27,7 +27,9 @@ namespace vornelle {
 
 // The key under which the message with this unique-id, which is not empty, is saved or would be saved.
 [[nodiscard]] std::string spamKey(std::string_view uidl);
-// The same, where `isTaken` says which keys lead to the file of another one.
+// How spamKey() chooses: the first of the key's three forms (no letters encoded beyond what must be, capitals
+// encoded, all letters encoded) that is not taken, and the last one in any case. `isTaken` tells of a key
+// whether there is a file under that name which belongs to another key.
 [[nodiscard]] std::string firstFreeKey(std::string_view uidl,
                                        const std::function<bool(const std::string& key)>& isTaken);
 

@@ -5,8 +5,8 @@
 
 namespace vornelle {
 
-// Entries that contain the text, letter case ignored, list by list. A blank text finds nothing. The text is
-// shown as given, not escaped.
+// Entries that contain the text, letter case ignored, list by list. A blank text finds nothing. The page
+// shows text and entries as pageText() gives them.
 [[nodiscard]] std::string pageFind(const std::string& text);
 
 }  // namespace vornelle

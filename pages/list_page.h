@@ -5,8 +5,8 @@
 
 namespace vornelle {
 
-// The name is the file's name without ".txt" and is shown as given; "FriendList", "SubjectList" or
-// "EnemyList" in any letter case. A missing list file is created.
+// "FriendList", "SubjectList" or "EnemyList" in any letter case, shown as it is given; of any other name an
+// empty page. The entries go in as pageText() gives them. A missing list file is created.
 [[nodiscard]] std::string pageList(const std::string& listName);
 
 }  // namespace vornelle

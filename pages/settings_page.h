@@ -5,7 +5,7 @@
 
 namespace vornelle {
 
-// Passwords are shown as a row of "*" of their length; texts go in as they stand, without any escaping.
+// Passwords are shown as a row of "*" of their length; texts go in as pageText() gives them.
 [[nodiscard]] std::string pageSettings();
 
 }  // namespace vornelle

@@ -378,6 +378,8 @@ void acceptConnection(SocketControl::RequestId requestId) {
   gateway->connections.emplace(id, std::move(connection));
 }
 
+// Answers 408 to each request that has begun and has not got on for too long, and sets the clock for the next
+// one.
 void clockTick() {
   const std::int64_t now = monotonicMilliseconds();
   std::vector<std::uint64_t> late;

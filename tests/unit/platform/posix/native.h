@@ -98,7 +98,7 @@ inline constexpr int kLongestLinger = 2000;  // milliseconds
 class HeldFile {
  public:
   explicit HeldFile(const std::filesystem::path& path)
-      : inTheWay_(path.parent_path() / files::temporaryName(fnv1a(path.filename().string()))) {
+      : inTheWay_(path.parent_path() / files::temporaryName(fnv1a<char>(path.filename().string()))) {
     std::filesystem::create_directory(inTheWay_);
   }
   ~HeldFile() {

@@ -12,8 +12,9 @@ const NO_ANSWER = '<no answer>';
 
 // One desktop for all programs of a test process.
 let desktop;
+let desktopOptions;
 function sharedDesktop() {
-  desktop ??= Desktop.start().then((started) => {
+  desktop ??= Desktop.start(desktopOptions).then((started) => {
     process.once('exit', () => {
       try { execFileSync(wineserverProgram, ['-k'], { env: started.env, stdio: 'ignore' }); } catch { /* it has ended */ }
     });
@@ -113,8 +114,9 @@ export class WindowRun {
   }
 }
 
-// The tests that are imported after this call start the Windows program.
-export function useWindowsProgram() {
+// The tests that are imported after this call start the Windows program. options: those of Desktop.start.
+export function useWindowsProgram(options) {
+  desktopOptions = options;
   useProgram(path.join(PROGRAM_FOLDER, 'vornelle.exe'),
     (folder, environment, shell) => new WindowRun(folder, 'vornelle.exe', environment, shell));
 }

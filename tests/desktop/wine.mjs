@@ -174,13 +174,14 @@ class Probe {
 }
 
 export class Desktop {
-  static async start({ dpi = 96 } = {}) {
+  // authority (DER): is among the trusted ones.
+  static async start({ dpi = 96, authority } = {}) {
     const desktop = new Desktop();
-    await desktop.#start(dpi);
+    await desktop.#start(dpi, authority);
     return desktop;
   }
 
-  async #start(dpi) {
+  async #start(dpi, authority) {
     if (!WINE || !WINESERVER) throw new Error('There is no Wine: script/setup installs it.');
     if (!fs.existsSync(PROBE)) throw new Error(`There is no ${PROBE}: script/build windows makes it.`);
     const { server, display } = await startDisplay();
@@ -191,6 +192,7 @@ export class Desktop {
     this.env = wineEnvironment(this.prefix, display, this.folder);
     if (dpi !== 96) setRegistry(this.prefix, 'user.reg', 'Control Panel\\Desktop', 'LogPixels', 
       `dword:${dpi.toString(16).padStart(8, '0')}`);
+    if (authority) trustAuthority(this.prefix, authority);
     this.#registerBrowser();
     this.manager = keepChild(spawn('openbox', [], { env: this.env, stdio: 'ignore' }));
     this.probe = new Probe(this.env);

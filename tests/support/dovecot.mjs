@@ -19,13 +19,16 @@ export function mailOwner() {
 }
 
 export class Dovecot {
-  // options: user, password, messages (texts or Buffers put into the mailbox)
+  // options: user, password, messages (texts or Buffers put into the mailbox), tls (a certificate of Certificates: it then
+  // also listens at tlsPort, encrypted from the start, and knows STLS at the other port)
   static async start(options = {}) {
     const dovecot = new Dovecot();
     dovecot.account = { user: options.user ?? 'joe', password: options.password ?? 'secret' };
     dovecot.folder = temporaryFolder('dovecot');
     dovecot.owner = mailOwner();
     dovecot.port = await freePort();
+    dovecot.tls = options.tls;
+    dovecot.tlsPort = options.tls ? await freePort() : 0;
     dovecot.mail = path.join(dovecot.folder, 'mail');
     dovecot.authSocket = path.join(dovecot.folder, 'auth-smtp');
     dovecot.serial = 0;
@@ -34,6 +37,10 @@ export class Dovecot {
     dovecot.#own(dovecot.mail, ...['new', 'cur', 'tmp'].map((part) => path.join(dovecot.mail, part)));
     for (const message of options.messages ?? []) dovecot.deliver(message);
 
+    if (options.tls) {
+      fs.writeFileSync(path.join(dovecot.folder, 'key.pem'), options.tls.key, { mode: 0o600 });
+      fs.writeFileSync(path.join(dovecot.folder, 'chain.pem'), options.tls.chain);
+    }
     const config = path.join(dovecot.folder, 'dovecot.conf');
     fs.writeFileSync(path.join(dovecot.folder, 'users'),
       `${dovecot.account.user}:{PLAIN}${dovecot.account.password}\n`, { mode: 0o644 });
@@ -67,7 +74,10 @@ base_dir = ${this.folder}/run
 state_dir = ${this.folder}/state
 instance_name = ${path.basename(this.folder)}
 log_path = ${this.folder}/log
-ssl = no
+${this.tls ? `ssl = yes
+ssl_cert = <${this.folder}/chain.pem
+ssl_key = <${this.folder}/key.pem
+verbose_ssl = no` : 'ssl = no'}
 disable_plaintext_auth = no
 auth_mechanisms = plain login
 auth_failure_delay = 0
@@ -86,7 +96,9 @@ service pop3-login {
     port = ${this.port}
   }
   inet_listener pop3s {
-    port = 0
+    address = 127.0.0.1
+    port = ${this.tlsPort}
+    ssl = yes
   }
 }
 service auth {

@@ -11,6 +11,7 @@
 //   node tests/support/mailserver.mjs --pop 0 --smtp 0 --maildrop DIR [--user NAME] [--password TEXT]
 
 import net from 'node:net';
+import tls from 'node:tls';
 import { pathToFileURL } from 'node:url';
 import { parseArgs } from 'node:util';
 
@@ -24,7 +25,10 @@ class Service {
     this.sessions = [];
     this.sockets = new Set();
     this.options = options;
-    this.listener = net.createServer((socket) => {
+    const { tls: certificate } = options;
+    const serve = (handler) => (certificate ? tls.createServer({ key: certificate.key, cert: certificate.chain }, handler)
+      : net.createServer(handler));
+    this.listener = serve((socket) => {
       this.sockets.add(socket);
       socket.on('close', () => this.sockets.delete(socket));
       const number = this.sessions.length + 1;
@@ -53,14 +57,15 @@ class Service {
 }
 
 export class MailServer {
-  // options: messages (or folder), user, password; pop and smtp: options of the sessions, port among them.
+  // options: messages (or folder), user, password; pop and smtp: options of the sessions, port among them; tls: a
+  // certificate (of Certificates), and both are encrypted from the start.
   constructor(options = {}) {
     const account = { user: options.user ?? 'joe', password: options.password ?? 'secret' };
     this.account = account;
     this.maildrop = options.folder ? Maildrop.fromFolder(options.folder) : new Maildrop(options.messages);
     this.delivered = [];
-    this.pop = new Service(this, Pop3Session, { ...account, ...options.pop });
-    this.smtp = new Service(this, SmtpSession, { ...account, ...options.smtp });
+    this.pop = new Service(this, Pop3Session, { ...account, tls: options.tls, ...options.pop });
+    this.smtp = new Service(this, SmtpSession, { ...account, tls: options.tls, ...options.smtp });
   }
 
   static async start(options) {

@@ -28,15 +28,22 @@ function asRoot(command) {
 }
 
 export class Postfix {
-  // dovecot: where users are known and mail goes; options: domain (what it receives mail for)
+  // dovecot: where users are known and mail goes; options: domain (what it receives mail for), tls (a certificate of
+  // Certificates: it then also listens at tlsPort, encrypted from the start, and lets nobody log on at the other port before
+  // STARTTLS)
   static async start(dovecot, options = {}) {
     const postfix = new Postfix();
     postfix.dovecot = dovecot;
     postfix.domain = options.domain ?? 'home.example';
     postfix.folder = temporaryFolder('postfix');
     postfix.port = await freePort();
+    postfix.tls = options.tls;
+    postfix.tlsPort = options.tls ? await freePort() : 0;
     fs.chmodSync(postfix.folder, 0o755);
     for (const part of ['etc', 'queue', 'data']) fs.mkdirSync(path.join(postfix.folder, part), { mode: 0o755 });
+    if (options.tls) {
+      fs.writeFileSync(path.join(postfix.folder, 'etc', 'tls.pem'), options.tls.key + options.tls.chain, { mode: 0o600 });
+    }
     fs.writeFileSync(path.join(postfix.folder, 'etc', 'main.cf'), postfix.#main());
     fs.writeFileSync(path.join(postfix.folder, 'etc', 'master.cf'), postfix.#master());
     execFileSync(...postfix.#call('sh', '-ec', MAKE_QUEUE, 'sh', postfix.folder));
@@ -77,7 +84,10 @@ smtpd_sasl_path = ${this.dovecot.authSocket}
 smtpd_sasl_security_options = noanonymous
 smtpd_relay_restrictions = permit_sasl_authenticated, reject
 smtpd_recipient_restrictions = permit_sasl_authenticated, reject
-smtpd_tls_security_level = none
+${this.tls ? `smtpd_tls_security_level = may
+smtpd_tls_auth_only = yes
+smtpd_tls_received_header = yes
+smtpd_tls_chain_files = ${this.folder}/etc/tls.pem` : 'smtpd_tls_security_level = none'}
 virtual_mailbox_domains = ${this.domain}
 virtual_mailbox_base = ${path.dirname(this.dovecot.mail)}
 virtual_mailbox_maps = static:${path.basename(this.dovecot.mail)}/
@@ -97,6 +107,7 @@ local_header_rewrite_clients =
   #master() {
     return `
 127.0.0.1:${this.port} inet n - n - - smtpd
+${this.tls ? `127.0.0.1:${this.tlsPort} inet n - n - - smtpd -o smtpd_tls_wrappermode=yes` : ''}
 pickup    unix  n - n 60   1 pickup
 cleanup   unix  n - n -    0 cleanup
 qmgr      unix  n - n 300  1 qmgr

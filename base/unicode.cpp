@@ -40,6 +40,10 @@ bool isCharacter(char32_t code) {
   return code <= kLastCode && !isSurrogate(code) && !noncharacter && code != kNoCharacter;
 }
 
+bool isDirectionMark(char32_t code) {
+  return (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
 Utf8Character utf8Character(std::string_view bytes) {
   const auto at = [bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
   const unsigned first = at(0);

@@ -13,6 +13,9 @@ inline constexpr char32_t kNoCharacter = 0xFFFD;
 // A code that text can hold: no surrogate, no noncharacter, not kNoCharacter, not beyond 10FFFF.
 [[nodiscard]] bool isCharacter(char32_t code);
 
+// One that turns the direction of the text behind it around until it is ended, which may be never.
+[[nodiscard]] bool isDirectionMark(char32_t code);
+
 struct Utf8Character {
   char32_t code;
   std::size_t length;  // in bytes

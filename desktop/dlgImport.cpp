@@ -2,10 +2,14 @@
 
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "base/numbers.h"
 #include "base/text.h"
+#include "base/unicode.h"
+#include "mail/charset.h"
 #include "mail/filter_lists.h"
+#include "platform/charset.h"
 #include "platform/files.h"
 #include "platform/shell.h"
 
@@ -28,6 +32,21 @@ std::string_view fieldOf(std::string_view line, char delimiter, std::size_t posi
   return line.substr(0, line.find(delimiter));
 }
 
+// Programs export in UTF-8, in UTF-16 with its mark, or in the character set of the system's own files.
+std::string addressBookText(std::string_view bytes) {
+  std::optional<std::string> text;
+  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+    text = charsetToText("utf-16", bytes);
+  } else if (!isUtf8(bytes)) {
+    const std::string local = localCharset();
+    // These bytes are none of a system whose own files are UTF-8.
+    text = equalsNoCase(local, "utf-8") ? std::nullopt : charsetToText(local, bytes);
+  }
+  std::string result = text ? std::move(*text) : unlabelledToText(bytes);
+  std::erase(result, '\0');  // a text box would end at the first one
+  return result;
+}
+
 }  // namespace
 
 bool LoadButtonClick(DlgImport& dialog, const std::function<std::string()>& chooseFile) {
@@ -40,11 +59,7 @@ bool LoadButtonClick(DlgImport& dialog, const std::function<std::string()>& choo
   if (path.empty() || !fileExists(path)) return false;
 
   const char delimiter = dialog.OptComma ? ',' : '\t';
-  std::string content = readFile(path).value_or("");
-  std::erase(content, '\0');  // a text box would end at the first one
-  std::string_view text = content;
-  if (text.starts_with("\xEF\xBB\xBF"))
-    text.remove_prefix(3);  // the mark of a UTF-8 export is no part of a field
+  const std::string text = addressBookText(readFile(path).value_or(""));
   std::string list;
   for (const std::string& line : splitLines(text)) {
     const std::string field = replaceAll(trim(fieldOf(line, delimiter, *position)), "\"", "");

@@ -11,8 +11,8 @@ namespace {
 // follows.
 bool isOrder(char32_t code) {
   const bool isControl = code < 0x20 || (code >= 0x7F && code < 0xA0);
-  const bool turnsText = (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
-  return (isControl && code != '\n' && code != '\t') || turnsText;
+  const bool endsLine = code == 0x2028 || code == 0x2029;
+  return (isControl && code != '\n' && code != '\t') || endsLine || isDirectionMark(code);
 }
 
 }  // namespace

@@ -12,11 +12,11 @@ namespace vornelle::win32 {
 [[nodiscard]] inline std::string windowText(HWND window) {
   std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)) + 1, L'\0');
   text.resize(static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
-  return narrow(text);
+  return typedText(text);
 }
 
 inline void setWindowText(HWND window, const std::string& text) {
-  SetWindowTextW(window, widen(text).c_str());
+  SetWindowTextW(window, shownText(text).c_str());
 }
 
 }  // namespace vornelle::win32

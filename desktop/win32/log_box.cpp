@@ -40,7 +40,7 @@ Waiting& waiting() {
 // A box takes its text up to the first NUL, and strangers can send one.
 std::wstring boxText(std::string text) {
   std::replace(text.begin(), text.end(), '\0', '?');
-  return widen(text);
+  return shownText(text);
 }
 
 void show();

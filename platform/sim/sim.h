@@ -124,6 +124,7 @@ struct Shell {
   std::vector<std::string> iconTips;             // tip of the add, then of each modification
   int waitCursors = 0, waitCursorsShown = 0;     // hourglasses now, and in all
   std::string amDesignator = "AM", pmDesignator = "PM";
+  std::string localCharset = "windows-1252";
 };
 Shell& shell();
 // Runs the termination handler as an event.

@@ -1,12 +1,8 @@
 #include "platform/common/system_code_page.h"
 
 #include <iconv.h>
-#include <langinfo.h>
-#include <locale.h>
 
 #include <string>
-
-#include "platform/charset.h"
 
 namespace vornelle {
 namespace {
@@ -62,16 +58,6 @@ std::optional<char16_t> SystemCodePage::character(std::string_view bytes) const 
   if (iconv(converter_, nullptr, nullptr, &out, &outLeft) != 0) return std::nullopt;
   if (sizeof units - outLeft != 2) return std::nullopt;
   return static_cast<char16_t>(units[0] | units[1] << 8);
-}
-
-std::string localCharset() {
-  std::string name;
-  if (const locale_t user = newlocale(LC_CTYPE_MASK, "", nullptr)) {
-    name = nl_langinfo_l(CODESET, user);
-    freelocale(user);
-  }
-  // The plain locale of a machine that nobody has set up says nothing about its files.
-  return name.empty() || name.starts_with("ANSI_X3") ? "windows-1252" : name;
 }
 
 }  // namespace vornelle

@@ -49,7 +49,7 @@ std::int64_t monotonicMilliseconds() {
 std::string amPmDesignator(bool afternoon) {
   wchar_t text[16];
   const int size = GetLocaleInfoW(LOCALE_USER_DEFAULT, afternoon ? LOCALE_S2359 : LOCALE_S1159, text, 16);
-  if (size > 1) return win32::narrow({text, static_cast<std::size_t>(size - 1)});
+  if (size > 1) return win32::typedText({text, static_cast<std::size_t>(size - 1)});
   return afternoon ? "PM" : "AM";
 }
 

@@ -7,6 +7,7 @@
 
 #include "platform/modPopup.h"
 #include "platform/win32/shell_window.h"
+#include "platform/win32/text.h"
 
 namespace vornelle {
 namespace {
@@ -14,22 +15,22 @@ namespace {
 constexpr std::size_t kMostTipCharacters = 63;
 
 bool iconIsUp = false;
-std::string iconTip;
+std::wstring iconTip;
 
 bool tellShell(DWORD command) {
-  NOTIFYICONDATAA record{};
-  record.cbSize = NOTIFYICONDATAA_V1_SIZE;
+  NOTIFYICONDATAW record{};
+  record.cbSize = NOTIFYICONDATAW_V1_SIZE;
   record.hWnd = win32::mainWindow();
   record.uID = win32::kNotifyIconId;
   record.uFlags = NIF_MESSAGE | NIF_ICON | NIF_TIP;
   record.uCallbackMessage = win32::kNotifyIconMessage;
   record.hIcon = reinterpret_cast<HICON>(GetClassLongPtrW(record.hWnd, GCLP_HICONSM));
   std::copy(iconTip.begin(), iconTip.end(), record.szTip);
-  return Shell_NotifyIconA(command, &record) != FALSE;
+  return Shell_NotifyIconW(command, &record) != FALSE;
 }
 
 void setTip(const std::string& tip) {
-  iconTip = tip.substr(0, kMostTipCharacters);
+  iconTip = win32::shownText(tip).substr(0, kMostTipCharacters);
 }
 
 }  // namespace

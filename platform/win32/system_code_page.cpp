@@ -4,8 +4,6 @@
 
 #include <string>
 
-#include "platform/charset.h"
-
 namespace vornelle {
 
 SystemCodePage::SystemCodePage(int number)
@@ -24,11 +22,6 @@ std::optional<char16_t> SystemCodePage::character(std::string_view bytes) const 
                           static_cast<int>(bytes.size()), units, static_cast<int>(std::size(units)));
   if (count != 1) return std::nullopt;
   return static_cast<char16_t>(units[0]);
-}
-
-std::string localCharset() {
-  const UINT number = GetACP();
-  return number == CP_UTF8 ? "utf-8" : "cp" + std::to_string(number);
 }
 
 }  // namespace vornelle

@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include "base/characters.h"
+#include "base/unicode.h"
+
 namespace vornelle::win32 {
 namespace {
 
@@ -22,6 +25,27 @@ std::string convert(std::wstring_view text, bool& complete) {
 }
 
 }  // namespace
+
+std::wstring shownText(std::string_view text) {
+  std::wstring shown;
+  shown.reserve(text.size());
+  while (!text.empty()) {
+    const TextCharacter next = textCharacter(text);
+    text.remove_prefix(next.length);
+    if (next.code < 0x10000) {
+      shown.push_back(isDirectionMark(next.code) ? L'?' : static_cast<wchar_t>(next.code));
+    } else {
+      shown.push_back(static_cast<wchar_t>(0xD800 + ((next.code - 0x10000) >> 10)));
+      shown.push_back(static_cast<wchar_t>(0xDC00 + ((next.code - 0x10000) & 0x3FF)));
+    }
+  }
+  return shown;
+}
+
+std::string typedText(std::wstring_view text) {
+  const std::string_view bytes(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
+  return toText(fromUtf16(bytes, true));
+}
 
 std::wstring widen(std::string_view text) {
   if (text.empty()) return {};

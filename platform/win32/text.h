@@ -1,4 +1,5 @@
-// Between the program's 8-bit text (Windows-1252) and the system's UTF-16.
+// Between the program's 8-bit text and the system's UTF-16: for what people read and type, with the
+// references of base/characters.h, and byte by byte for the names of files.
 #pragma once
 
 #include <string>
@@ -6,6 +7,14 @@
 
 namespace vornelle::win32 {
 
+// What people read: references to characters outside Windows-1252 are those characters. Marks that turn the
+// direction of text are "?": a stranger's text could put what stands beside it out of order.
+[[nodiscard]] std::wstring shownText(std::string_view text);
+
+// What people typed.
+[[nodiscard]] std::string typedText(std::wstring_view text);
+
+// One byte, one character.
 [[nodiscard]] std::wstring widen(std::string_view text);
 
 // Characters that Windows-1252 lacks become "?".

@@ -272,5 +272,39 @@ TEST_F(Import, AFriendListThatCannotBeWrittenStaysAndTheUserIsTold) {
   EXPECT_EQ(friends(), "bob\r\n");
 }
 
+// ---- letters of every alphabet ----
+
+TEST_F(Import, AFileInUtf8IsReadWithAndWithoutItsMark) {
+  for (const char* mark : {"", "\xEF\xBB\xBF"}) {
+    EXPECT_TRUE(load(std::string(mark) + "x,Иван \xC3\x9Cnal\r\ny,你\r\n"));
+    EXPECT_EQ(dialog.txtImportList, "&#1048;&#1074;&#1072;&#1085; \xDCnal\r\n&#20320;\r\n");
+  }
+}
+
+TEST_F(Import, AFileInUtf16WithItsMarkIsRead) {
+  EXPECT_TRUE(load(std::string("\xFF\xFEx\0,\0\x18\x04\xFC\0\r\0\n\0", 14)));
+  EXPECT_EQ(dialog.txtImportList, "&#1048;\xFC\r\n");
+  EXPECT_TRUE(load(std::string("\xFE\xFF\0x\0,\x04\x18\0\xFC", 10)));
+  EXPECT_EQ(dialog.txtImportList, "&#1048;\xFC\r\n");
+}
+
+TEST_F(Import, AnyOtherFileIsInTheSystemsOwnSet) {
+  EXPECT_TRUE(load("x,M\xFCller"));
+  EXPECT_EQ(dialog.txtImportList, "M\xFCller\r\n");
+  sim::shell().localCharset = "cp1251";
+  EXPECT_TRUE(load("x,\xC8\xE2\xE0\xED"));
+  EXPECT_EQ(dialog.txtImportList, "&#1048;&#1074;&#1072;&#1085;\r\n");
+  sim::shell().localCharset = "UTF-8";
+  EXPECT_TRUE(load("x,M\xFCller"));
+  EXPECT_EQ(dialog.txtImportList, "M\xFCller\r\n");
+}
+
+TEST_F(Import, LettersOfEveryAlphabetAreImportedSmallAndOnce) {
+  putFriends("&#1080;&#1074;&#1072;&#1085;\r\n");
+  import("&#1048;&#1074;&#1072;&#1085;\r\n&#1046;@x.example\r\n");
+  EXPECT_EQ(friends(), "&#1078;@x.example\r\n&#1080;&#1074;&#1072;&#1085;\r\n");
+  EXPECT_THAT(boxes(), ElementsAre("1 addresses added. 1 skipped as duplicate."));
+}
+
 }  // namespace
 }  // namespace vornelle

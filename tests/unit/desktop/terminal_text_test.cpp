@@ -35,5 +35,14 @@ TEST(TerminalText, ControlCharactersNeverReachTheTerminal) {
   }
 }
 
+TEST(TerminalText, LettersOutsideTheCodePageAreShownThemselves) {
+  EXPECT_EQ(toTerminalText("&#1055;&#1088;, &#20320;! &#128512; e&#769;"), "Пр, 你! 😀 e\u0301");
+  EXPECT_EQ(toTerminalText("&lt;&#60;&#252;"), "&lt;&#60;&#252;") << "as it stands";
+}
+
+TEST(TerminalText, NoStrangerTurnsALineAround) {
+  EXPECT_EQ(toTerminalText("a&#8238;b&#8294;c&#8233;d"), "a?b?c?d");
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -29,5 +29,15 @@ TEST(WindowsTextTest, EmptyTextStaysEmpty) {
   EXPECT_TRUE(fitsCodePage(L""));
 }
 
+TEST(WindowsTextTest, PeopleReadAndTypeTheLettersThemselves) {
+  EXPECT_EQ(shownText("\x80 &#1087;&#128512; &#60;"), L"\u20AC \u043F\U0001F600 &#60;");
+  EXPECT_EQ(typedText(L"\u20AC \u043F\U0001F600 &#60;"), "\x80 &#1087;&#128512; &#60;");
+  EXPECT_EQ(typedText(L"a\xD83D"
+                      L"b"),
+            "a?b")
+      << "half a pair";
+  EXPECT_EQ(shownText("a&#8238;b"), L"a?b") << "nothing turns the text around";
+}
+
 }  // namespace
 }  // namespace vornelle::win32

@@ -24,10 +24,20 @@
     return Array.prototype.filter.call(fieldsOf(form), function (field) { return field.name === name; })[0] || null;
   }
 
+  // Letters outside Windows-1252 go as their references in list entries and searches, the "&" of which must not end
+  // the value. A form's other values are for mail servers and the settings file, which know no such references.
+  function sendsLetters(form) { return attribute(form, 'data-send') !== 'value'; }
+  function withReferences(text) {
+    return Array.from(text).map(function (letter) {
+      if (encodable.test(letter)) return letter;
+      return /^[\ud800-\udfff]$/.test(letter) ? '?' : '%26#' + letter.codePointAt(0) + ';';
+    }).join('');
+  }
+
   // What cannot be sent. A value ends at the first "&" and is not decoded; an entry is decoded by a fixed table.
   function problemOf(field, form) {
     var text = field.value;
-    if (!encodable.test(text)) return 'A character of this text lies outside the character set that Vornelle works with (Windows-1252), so it cannot be sent.';
+    if (!sendsLetters(form) && !encodable.test(text)) return 'A character of this text lies outside the character set that Vornelle works with (Windows-1252), so it cannot be sent.';
     if (attribute(form, 'data-send') === 'entry') {
       var file = attribute(form, 'data-file'), way = file ? 'edit the list file data\\' + file.toLowerCase() + '.txt' : 'edit the list file in the data folder';
       way = 'Use the import dialog of the main window (FriendList) or ' + way + '.';
@@ -64,7 +74,11 @@
 
   // Values are read as they stand: the form leaves as one text/plain field that spells them out, joined by "&".
   function sendAsTyped(form) {
-    var encode = attribute(form, 'data-send') === 'entry' ? function (v) { return v.replace(/%/g, '%25').replace(/&/g, '%26'); } : String;
+    var how = attribute(form, 'data-send');
+    function encode(value) {
+      if (how === 'entry') value = value.replace(/%/g, '%25').replace(/&/g, '%26');
+      return sendsLetters(form) ? withReferences(value) : value;
+    }
     setAttribute(form, 'enctype', 'text/plain');
     listen(form, 'formdata', function (event) {
       var data = event.formData, names = [], text = '', at;

@@ -1,25 +1,24 @@
-# The portable program is one library: every source file of its folders belongs to it, on every system.
-# The only choice made by system is which folder implements the platform seam below it.
-set(portable_folders core mail pages web desktop)
-set(portable_globs ${portable_folders})
-list(TRANSFORM portable_globs PREPEND ${PROJECT_SOURCE_DIR}/)
-list(TRANSFORM portable_globs APPEND /*.cpp)
-file(GLOB portable_sources CONFIGURE_DEPENDS ${portable_globs})
-add_library(vornelle_portable STATIC ${portable_sources})
-target_compile_definitions(vornelle_portable PRIVATE VORNELLE_ANNOUNCEMENT_URL="${VORNELLE_ANNOUNCEMENT_URL}")
-
-# What needs no system at all, below the platform: text, numbers.
-file(GLOB base_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/base/*.cpp)
-add_library(vornelle_base STATIC ${base_sources})
-
-# A platform library stands behind vornelle_portable on every link line. Its sources are those of the named folders
-# below platform/ and of platform/common/; a new file in one of them is found by itself.
-function(platform_library name)
-  set(globs common ${ARGN})
-  list(TRANSFORM globs PREPEND ${PROJECT_SOURCE_DIR}/platform/)
+# One static library for each folder, each linked with the one below it and so with all below: what a folder must not
+# know it cannot call. Every source file of a folder belongs to its library, on every system.
+#
+#   base <- platform <- core <- mail <- pages <- web <- desktop <- startup
+#
+# The only choice made by system is which folder implements the platform. A program with the property
+# ON_SIMULATED_PLATFORM gets the simulated one.
+function(folder_library name)
+  set(globs ${ARGN})
+  list(TRANSFORM globs PREPEND ${PROJECT_SOURCE_DIR}/)
   list(TRANSFORM globs APPEND /*.cpp)
   file(GLOB sources CONFIGURE_DEPENDS ${globs})
   add_library(${name} STATIC ${sources})
+endfunction()
+
+folder_library(vornelle_base base)
+
+# Its sources are those of the named folders below platform/ and of platform/common/.
+function(platform_library name)
+  list(TRANSFORM ARGN PREPEND platform/ OUTPUT_VARIABLE folders)
+  folder_library(${name} platform/common ${folders})
   target_link_libraries(${name} PUBLIC vornelle_base)
 endfunction()
 
@@ -38,3 +37,26 @@ else()
   endif()
   platform_library(vornelle_sim unix sim)
 endif()
+
+set(below $<IF:$<BOOL:$<TARGET_PROPERTY:ON_SIMULATED_PLATFORM>>,vornelle_sim,vornelle_platform>)
+foreach(folder core mail pages web desktop)
+  folder_library(vornelle_${folder} ${folder})
+  target_link_libraries(vornelle_${folder} PUBLIC ${below})
+  set(below vornelle_${folder})
+endforeach()
+
+# Where a running program is put together stands in core/ and above everything.
+get_target_property(core_sources vornelle_core SOURCES)
+list(FILTER core_sources EXCLUDE REGEX "/core/startup\\.cpp$")
+set_target_properties(vornelle_core PROPERTIES SOURCES "${core_sources}")
+add_library(vornelle_startup STATIC core/startup.cpp)
+target_link_libraries(vornelle_startup PUBLIC vornelle_desktop)
+
+# The one place that a new version changes, besides the Windows program's resources.
+configure_file(${PROJECT_SOURCE_DIR}/core/version.cpp.in ${PROJECT_BINARY_DIR}/version.cpp @ONLY)
+target_sources(vornelle_core PRIVATE ${PROJECT_BINARY_DIR}/version.cpp)
+target_compile_definitions(vornelle_web PRIVATE VORNELLE_ANNOUNCEMENT_URL="${VORNELLE_ANNOUNCEMENT_URL}")
+
+# The whole portable program.
+add_library(vornelle_portable INTERFACE)
+target_link_libraries(vornelle_portable INTERFACE vornelle_startup)

@@ -16,15 +16,15 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   # GCC 12 sees an overlapping copy in every `"literal" + std::string` (its bug 105651).
   add_compile_options(-Wno-restrict)
 endif()
-add_compile_definitions(
-  VORNELLE_VERSION_MAJOR=${PROJECT_VERSION_MAJOR}
-  VORNELLE_VERSION_MINOR=${PROJECT_VERSION_MINOR}
-  VORNELLE_VERSION_REVISION=${PROJECT_VERSION_PATCH})
 include_directories(${PROJECT_SOURCE_DIR})
 
 if(VORNELLE_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+endif()
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  # Lines for stack traces, the same in every checkout.
+  add_compile_options(-g1 -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
 endif()
 if(WIN32)
   # One program file, no DLL beside it.

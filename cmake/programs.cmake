@@ -6,7 +6,7 @@ else()
   set(desktop_folder desktop/console)
   set(application_folder ${PROJECT_SOURCE_DIR}/dist/linux)
 endif()
-if(VORNELLE_SANITIZE OR VORNELLE_FUZZ OR VORNELLE_BENCH)
+if(VORNELLE_SANITIZE OR VORNELLE_BENCH)
   set(application_folder ${PROJECT_BINARY_DIR}/application)
 endif()
 
@@ -21,16 +21,23 @@ endif()
 
 if(desktop_sources)
   add_executable(vornelle ${desktop_sources})
-  # The portable library calls down into the platform, never the other way.
-  target_link_libraries(vornelle PRIVATE vornelle_portable vornelle_platform)
+  target_link_libraries(vornelle PRIVATE vornelle_portable)
   set_target_properties(vornelle PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${application_folder})
   if(WIN32)
     set_target_properties(vornelle PROPERTIES WIN32_EXECUTABLE ON)
     set_source_files_properties(${resource_scripts} PROPERTIES
+      COMPILE_DEFINITIONS "VORNELLE_VERSION_MAJOR=${PROJECT_VERSION_MAJOR};VORNELLE_VERSION_MINOR=${PROJECT_VERSION_MINOR};VORNELLE_VERSION_REVISION=${PROJECT_VERSION_PATCH}"
       OBJECT_DEPENDS "${PROJECT_SOURCE_DIR}/data/vornelle.ico;${PROJECT_SOURCE_DIR}/desktop/win32/vornelle.manifest")
   endif()
   if(CMAKE_BUILD_TYPE STREQUAL "Release")
-    add_custom_command(TARGET vornelle POST_BUILD COMMAND ${CMAKE_STRIP} $<TARGET_FILE:vornelle>)
+    # What a debugger needs stays behind in symbols/; the program says what the file is called.
+    set(symbols ${PROJECT_BINARY_DIR}/symbols/$<TARGET_FILE_NAME:vornelle>.debug)
+    add_custom_command(TARGET vornelle POST_BUILD
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/symbols
+      COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:vornelle> ${symbols}
+      COMMAND ${CMAKE_STRIP} $<TARGET_FILE:vornelle>
+      COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${symbols} $<TARGET_FILE:vornelle>
+      VERBATIM)
   endif()
   # The templates get their scripts, and the hashes of these.
   find_program(NODE_PROGRAM NAMES node nodejs REQUIRED)
@@ -38,20 +45,4 @@ if(desktop_sources)
     COMMAND ${NODE_PROGRAM} ${PROJECT_SOURCE_DIR}/script/templates ${application_folder}/data
     VERBATIM)
   add_dependencies(vornelle application_data)
-endif()
-
-# What the tests of TLS speak to their servers with.
-if(VORNELLE_TESTS)
-  add_executable(tls_probe tests/support/tls_probe.cpp)
-  target_link_libraries(tls_probe PRIVATE vornelle_portable vornelle_platform)
-endif()
-
-# What the desktop tests look at the windows with, and what they measure the start against.
-if(WIN32)
-  add_executable(desktop_probe tests/desktop/probe.cpp)
-  target_link_libraries(desktop_probe PRIVATE ole32 shell32 uuid version comctl32)
-  # The same as the test's browser: without a console window, which would take the focus away.
-  add_executable(desktop_browser WIN32 tests/desktop/probe.cpp)
-  target_link_libraries(desktop_browser PRIVATE ole32 shell32 uuid version comctl32)
-  add_executable(desktop_bare WIN32 tests/desktop/bare.cpp)
 endif()

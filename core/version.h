@@ -5,15 +5,8 @@
 
 namespace vornelle {
 
-inline constexpr int kVersionMajor = VORNELLE_VERSION_MAJOR;
-inline constexpr int kVersionMinor = VORNELLE_VERSION_MINOR;
-inline constexpr int kVersionRevision = VORNELLE_VERSION_REVISION;
-
-// "1.0.0"
-[[nodiscard]] inline std::string versionText() {
-  return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." +
-         std::to_string(kVersionRevision);
-}
+// "1.0.0". CMakeLists.txt has the number; the build makes the source file of this function from version.cpp.in.
+[[nodiscard]] std::string versionText();
 
 // The host name under which the program shows its web interface.
 inline constexpr const char* kLocalAddress = "localhost";

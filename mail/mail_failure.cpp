@@ -21,6 +21,9 @@ struct Named {
   Value value;
   std::string_view name;
 };
+// Not every compiler deduces this for an aggregate.
+template <typename Value>
+Named(Value, const char*) -> Named<Value>;
 
 constexpr std::array kReasonNames = {
     Named{MailReason::none, "none"},

@@ -63,7 +63,9 @@ void pollDescriptors(std::optional<std::int64_t> until) {
     const int count =
         epoll_wait(poller().epoll.get(), events.data(), static_cast<int>(events.size()), timeout);
     for (int i = 0; i < count; ++i) {
-      const auto found = poller().watched.find(events[static_cast<std::size_t>(i)].data.u64);
+      // The system's structure is packed: what is in it is copied before it is referred to.
+      const std::uint64_t key = events[static_cast<std::size_t>(i)].data.u64;
+      const auto found = poller().watched.find(key);
       if (found != poller().watched.end()) found->second->happened();
     }
     if (count < static_cast<int>(events.size())) return;

@@ -108,7 +108,7 @@ const privateMemory = (pid) => [...fs.readFileSync(`/proc/${pid}/smaps_rollup`, 
 
 test('At rest the program takes no processor time, and its memory stays small after 1,000 requests and 10 runs', async () => {
   const server = await MailServer.start({ messages: smallMailbox(), user: 'joe', password: 'secret' });
-  const bare = keepChild(spawn(wineProgram, [path.join(repository, 'build', 'windows', 'desktop_bare.exe')],
+  const bare = keepChild(spawn(wineProgram, [path.join(repository, 'build', 'windows', 'tests', 'desktop', 'desktop_bare.exe')],
     { env: desktop.env, stdio: 'ignore' }));
   try {
     await desktop.ask('windows');
@@ -149,7 +149,7 @@ test('The program file is below 2 MB, and listens soon after its start', async (
 
   const bareStart = async () => {
     const start = Date.now();
-    const bare = keepChild(spawn(wineProgram, [path.join(repository, 'build', 'windows', 'desktop_bare.exe')],
+    const bare = keepChild(spawn(wineProgram, [path.join(repository, 'build', 'windows', 'tests', 'desktop', 'desktop_bare.exe')],
       { env: desktop.env, stdio: 'ignore' }));
     await until(async () => await desktop.xdotool('search', '--onlyvisible', '--name', '^Bare$').catch(() => ''),
       'the bare window');

@@ -27,8 +27,8 @@ const WINESERVER = ['/usr/lib/wine/wineserver64', '/usr/lib/wine/wineserver', '/
   .find((name) => fs.existsSync(name));
 export const wineProgram = WINE;
 export const wineserverProgram = WINESERVER;
-const PROBE = path.join(repository, 'build', 'windows', 'desktop_probe.exe');
-const BROWSER = path.join(repository, 'build', 'windows', 'desktop_browser.exe');
+const PROBE = path.join(repository, 'build', 'windows', 'tests', 'desktop', 'desktop_probe.exe');
+const BROWSER = path.join(repository, 'build', 'windows', 'tests', 'desktop', 'desktop_browser.exe');
 export const PROGRAM_FOLDER = path.join(repository, 'dist', 'windows');
 const BASE_PREFIX = path.join(repository, 'build', 'wine-prefix');
 

@@ -7,7 +7,7 @@ import { join } from 'node:path';
 import { test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
-const folder = fileURLToPath(new URL('../../build/fuzz/fuzz/', import.meta.url));
+const folder = fileURLToPath(new URL('../../build/asan/fuzz/', import.meta.url));
 const targets = readdirSync(folder).filter((name) => name.endsWith('_fuzz'));
 // The parser that stands towards the network gets a minute, the others less.
 const seconds = (target) => (target === 'http_request_fuzz' ? 60 : 15);

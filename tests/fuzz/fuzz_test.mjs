@@ -1,11 +1,13 @@
 // Every fuzz target runs for a while on every run of the tests; a crash, a leak or a hang fails it.
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
+import { spawn } from 'node:child_process';
 import { mkdtempSync, readdirSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
-import { test } from 'node:test';
+import { describe, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
+
+import { keepChild } from '../support/tools.mjs';
 
 const folder = fileURLToPath(new URL('../../build/asan/fuzz/', import.meta.url));
 const targets = readdirSync(folder).filter((name) => name.endsWith('_fuzz'));
@@ -16,20 +18,29 @@ test('there are fuzz targets', () => {
   assert.ok(targets.includes('http_request_fuzz'), `found: ${targets}`);
 });
 
-for (const target of targets) {
-  test(`${target} finds nothing in ${seconds(target)} seconds`, () => {
-    const corpus = mkdtempSync(join(tmpdir(), 'vornelle-fuzz-'));
-    try {
-      const run = spawnSync(
-        join(folder, target),
-        [`-max_total_time=${seconds(target)}`, '-max_len=8192', '-timeout=60', '-rss_limit_mb=2048', corpus],
-        { cwd: corpus, encoding: 'utf8' },
-      );
-      assert.equal(run.status, 0, run.stderr.slice(-4000));
-      const runs = Number(/Done (\d+) runs/.exec(run.stderr)?.[1] ?? 0);
-      assert.ok(runs > 1000, `only ${runs} runs:\n${run.stderr.slice(-1000)}`);
-    } finally {
-      rmSync(corpus, { recursive: true, force: true });
-    }
-  });
+async function fuzz(target, corpus) {
+  const child = keepChild(spawn(join(folder, target),
+    [`-max_total_time=${seconds(target)}`, '-max_len=8192', '-timeout=60', '-rss_limit_mb=2048', corpus],
+    { cwd: corpus, stdio: ['ignore', 'ignore', 'pipe'] }));
+  let said = '';
+  child.stderr.on('data', (data) => { said += data; });
+  const status = await new Promise((resolve) => child.once('close', (code, signal) => resolve(code ?? signal)));
+  return { status, said };
 }
+
+// Each of them keeps one processor busy.
+describe('fuzzing', { concurrency: 2 }, () => {
+  for (const target of targets) {
+    test(`${target} finds nothing in ${seconds(target)} seconds`, async () => {
+      const corpus = mkdtempSync(join(tmpdir(), 'vornelle-fuzz-'));
+      try {
+        const { status, said } = await fuzz(target, corpus);
+        assert.equal(status, 0, said.slice(-4000));
+        const runs = Number(/Done (\d+) runs/.exec(said)?.[1] ?? 0);
+        assert.ok(runs > 1000, `only ${runs} runs:\n${said.slice(-1000)}`);
+      } finally {
+        rmSync(corpus, { recursive: true, force: true });
+      }
+    });
+  }
+});

@@ -74,8 +74,58 @@ std::vector<std::string_view> likelySpam(const HeaderList& list, const FilterLis
   return uidls;
 }
 
+// The messages that have been saved and are not deleted yet. Where they are fetched ahead many are flushed to
+// the disk at once, which takes hardly longer than one; elsewhere each is by itself, and there is nothing
+// here.
+class SavedMessages {
+ public:
+  explicit SavedMessages(bool together) : together_(together) {}
+
+  [[nodiscard]] bool save(const std::string& key, std::string text) {
+    if (!together_) return saveSpam(key, std::move(text));
+    bytes_ += text.size();
+    if (!saveSpamUnflushed(key, std::move(text))) return false;
+    keys_.push_back(key);
+    uidls_.emplace_back();
+    return true;
+  }
+
+  // The message that has been saved last.
+  void remove(const std::string& uidl) {
+    if (together_) {
+      uidls_.back() = uidl;
+    } else if (currentMail) {
+      currentMail->popDeleteMessage(uidl);
+    }
+  }
+
+  void settleIfMany() {
+    if (keys_.size() >= kMostFiles || bytes_ >= kMostBytes) settle();
+  }
+
+  // Only what is on the disk is deleted. The component may be another task's by now, or have gone. Deleting
+  // goes by the unique-id, and the message is safe, so that any open session will do.
+  void settle() {
+    const std::vector<bool> safe = flushSpam(std::exchange(keys_, {}));
+    const std::vector<std::string> uidls = std::exchange(uidls_, {});
+    bytes_ = 0;
+    for (std::size_t i = 0; i < uidls.size(); ++i) {
+      if (safe[i] && !uidls[i].empty() && currentMail) currentMail->popDeleteMessage(uidls[i]);
+    }
+  }
+
+ private:
+  static constexpr std::size_t kMostFiles = 64;
+  static constexpr std::size_t kMostBytes = 1U << 20;
+
+  bool together_;
+  std::vector<std::string> keys_;   // of the files
+  std::vector<std::string> uidls_;  // beside them; empty for a message that stays
+  std::size_t bytes_ = 0;
+};
+
 // True when the message counts as spam that has been saved.
-bool catchSpam(const std::string& uidl) {
+bool catchSpam(const std::string& uidl, SavedMessages& saved) {
   // A message that cannot be named can be neither fetched nor told from others: it is kept.
   if (uidl.empty()) return false;
   const std::string key = spamKey(uidl);
@@ -83,18 +133,16 @@ bool catchSpam(const std::string& uidl) {
   if (currentMail) message = currentMail->popGetMessage(uidl);
   const std::string sender = message ? message->getFromAddress() : "";
   const bool retrieved = message != nullptr;
-  const bool saved = retrieved ? saveSpam(key, std::move(message->rawText)) : saveMissingSpam(key);
+  if (!(retrieved ? saved.save(key, std::move(message->rawText)) : saveMissingSpam(key))) return false;
   message.reset();
-  if (!saved) return false;
 
   LogWindowAdd("Removing spam from " + (trim(sender).empty() ? "<no name>" : sender));
   if (form1.ckTestMode.checked()) {
     LogWindowAdd("**TEST MODE: Msg copied to SpamBox, not removed from InBox");
-  } else if (retrieved && currentMail) {
-    // The log has let events in, and the component may be another task's by now. Deleting goes by the
-    // unique-id, and the message is on the disk, so that any open session will do.
-    currentMail->popDeleteMessage(uidl);
+  } else if (retrieved) {
+    saved.remove(uidl);
   }
+  saved.settleIfMany();
   return true;
 }
 
@@ -129,7 +177,7 @@ void mailFilter() {
   std::int16_t spam = 0;
   {
     const FilterLists lists;
-    if (list && currentMail) currentMail->popExpect(likelySpam(*list, lists));
+    SavedMessages saved(list && currentMail && currentMail->popExpect(likelySpam(*list, lists)));
     for (std::int32_t i = 0; i < count; ++i) {
       activity.step(i, count);
       doEvents();
@@ -137,8 +185,9 @@ void mailFilter() {
       if (!message->headerPresent || !lists.isSpam(*message)) continue;
       const std::string uidl = message->getUidl();
       // A 16-bit counter: it stays at its highest value.
-      if (catchSpam(uidl)) spam = add16(spam, 1).value_or(spam);
+      if (catchSpam(uidl, saved)) spam = add16(spam, 1).value_or(spam);
     }
+    saved.settle();
   }
   list.reset();
   currentMail.reset();  // the session ends here, and with it the deletions take effect

@@ -136,12 +136,8 @@ std::unique_ptr<HeaderList> MailComponent::popGetHeaderList(int /*option*/) {
   });
 }
 
-void MailComponent::popExpect(const std::vector<std::string_view>& uidls) {
-  if (!impl_->pop) return;
-  static_cast<void>(impl_->inSession(MailReason::saidNo, [&] {
-    impl_->pop->expect(uidls);
-    return true;
-  }));
+bool MailComponent::popExpect(const std::vector<std::string_view>& uidls) {
+  return impl_->pop && impl_->inSession(MailReason::saidNo, [&] { return impl_->pop->expect(uidls); });
 }
 
 std::unique_ptr<MailMessage> MailComponent::popGetMessage(const std::string& uidl) {

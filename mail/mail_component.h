@@ -106,8 +106,9 @@ class MailComponent {
   // has an empty one: it can be neither fetched nor deleted.
   [[nodiscard]] std::unique_ptr<HeaderList> popGetHeaderList(int option);
   // Tells which messages will most likely be got next, in this order, so that they can be under way before
-  // they are asked for. Costs nothing where the connection does not allow it, and binds nobody.
-  void popExpect(const std::vector<std::string_view>& uidls);
+  // they are asked for. Binds nobody. False where the connection does not allow it, and then nothing has
+  // changed.
+  bool popExpect(const std::vector<std::string_view>& uidls);
   // The whole message; null on failure, and then it is not deleted in this session either.
   [[nodiscard]] std::unique_ptr<MailMessage> popGetMessage(const std::string& uidl);
   [[nodiscard]] std::unique_ptr<UidlList> popGetUidls();

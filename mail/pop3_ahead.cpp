@@ -19,8 +19,8 @@ constexpr int kLongestFarewell = 10'000;  // milliseconds, beside the waits for 
 
 }  // namespace
 
-void Pop3Client::expect(const std::vector<std::string_view>& uidls) {
-  if (!pipelining_ || uidlOfOne_ != UidlOfOne::works || !maildrop_) return;
+bool Pop3Client::expect(const std::vector<std::string_view>& uidls) {
+  if (!pipelining_ || uidlOfOne_ != UidlOfOne::works || !maildrop_) return false;
   std::vector<Pop3Series::Expected> messages;
   messages.reserve(uidls.size());
   for (const std::string_view uidl : uidls) {
@@ -28,6 +28,7 @@ void Pop3Client::expect(const std::vector<std::string_view>& uidls) {
       messages.push_back({entry->number, entry->size});
   }
   series_.expect(std::move(messages));
+  return true;
 }
 
 std::optional<Pop3Client::Message> Pop3Client::fetchFromSeries(const MaildropEntry& entry) {

@@ -71,8 +71,8 @@ class Pop3Client {
 
   // Tells which messages will most likely be fetched next, in this order: on a connection that may pipeline
   // they are then asked for ahead (see pop3_series.h), and fetchMessage() finds them under way. What is not
-  // fetched after all is read and dropped. Elsewhere it does nothing.
-  void expect(const std::vector<std::string_view>& uidls);
+  // fetched after all is read and dropped. Elsewhere it does nothing, and says so with false.
+  bool expect(const std::vector<std::string_view>& uidls);
 
   // Makes the session a dead one.
   void abandon();

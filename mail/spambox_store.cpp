@@ -81,6 +81,18 @@ bool isTaken(const std::string& key) {
   return fileExists(path) && nameOnDisk(path) != key + std::string(kEnding);
 }
 
+// False when the memory does not suffice.
+bool endLine(std::string& text) {
+  try {
+    text += kCrLf;
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  } catch (const std::length_error&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 std::string spamPath(std::string_view key) {
@@ -101,14 +113,17 @@ std::string firstFreeKey(std::string_view uidl, const std::function<bool(const s
 }
 
 bool saveSpam(std::string_view key, std::string rawText) {
-  try {
-    rawText += kCrLf;
-  } catch (const std::bad_alloc&) {
-    return false;
-  } catch (const std::length_error&) {
-    return false;
-  }
-  return writeFile(spamPath(key), rawText);
+  return endLine(rawText) && writeFile(spamPath(key), rawText);
+}
+
+bool saveSpamUnflushed(std::string_view key, std::string rawText) {
+  return endLine(rawText) && writeFileUnflushed(spamPath(key), rawText);
+}
+
+std::vector<bool> flushSpam(const std::vector<std::string>& keys) {
+  std::vector<std::string> paths;
+  for (const std::string& key : keys) paths.push_back(spamPath(key));
+  return flushFiles(paths);
 }
 
 bool saveMissingSpam(std::string_view key) {

@@ -37,6 +37,12 @@ namespace vornelle {
 // not be written whole, or the memory does not suffice; then nothing has changed.
 [[nodiscard]] bool saveSpam(std::string_view key, std::string rawText);
 
+// The same, but on the disk only when flushSpam() has said so; the other files of the same series are flushed
+// with it.
+[[nodiscard]] bool saveSpamUnflushed(std::string_view key, std::string rawText);
+// Whether each of these files is on the disk.
+[[nodiscard]] std::vector<bool> flushSpam(const std::vector<std::string>& keys);
+
 // Leaves a file with nothing but CR LF for a message that could not be retrieved. A file that is there
 // already stays as it is. False when there is no file afterwards.
 [[nodiscard]] bool saveMissingSpam(std::string_view key);

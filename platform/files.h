@@ -41,6 +41,14 @@ struct FileStart {
 // there is none.
 [[nodiscard]] bool writeFile(const std::string& path, std::string_view bytes);
 
+// The same without waiting for the disk, where flushing many files at once is cheaper: until flushFiles() a loss of power
+// can take the new content away, or the old one with it.
+[[nodiscard]] bool writeFileUnflushed(const std::string& path, std::string_view bytes);
+
+// Flushes files to the disk and then the folders that they are in; a line of the result for each path. True: the file and
+// its name last through a loss of power. False: they may not, or there is no such file any more.
+[[nodiscard]] std::vector<bool> flushFiles(const std::vector<std::string>& paths);
+
 // Opens for appending, writes, closes; creates the file when it is missing (an empty `bytes` just creates it).
 [[nodiscard]] bool appendFile(const std::string& path, std::string_view bytes);
 

@@ -28,6 +28,9 @@ bool readingFails(const std::string& /*path*/) {
 bool replacingFails(const std::string& /*path*/) {
   return false;
 }
+bool flushingFails(const std::string& /*path*/) {
+  return false;
+}
 bool flushesToDisk() {
   return true;
 }

@@ -63,6 +63,9 @@ void freshApplicationFolder() {
 void failWritesTo(const std::string& part) {
   world().failingWrites = part;
 }
+void failFlushesOf(const std::string& part) {
+  world().failingFlushes = part;
+}
 void failReadsOf(const std::string& part) {
   world().failingReads = part;
 }
@@ -85,6 +88,9 @@ bool readingFails(const std::string& path) {
 }
 bool replacingFails(const std::string& path) {
   return sim::contains(path, sim::world().failingReplacements);
+}
+bool flushingFails(const std::string& path) {
+  return sim::contains(path, sim::world().failingFlushes);
 }
 bool flushesToDisk() {
   return false;

@@ -133,6 +133,8 @@ void requestTermination();
 // ---- files ----
 // Writing (writeFile and appendFile) to a path that contains the text fails while it is set; "" : nothing fails.
 void failWritesTo(const std::string& part);
+// The same for what writeFileUnflushed() has written, when it is flushed.
+void failFlushesOf(const std::string& part);
 // Reading a path that contains the text fails while it is set.
 void failReadsOf(const std::string& part);
 // Nothing can be put in the place of a file whose path contains the text; what is there can be written.

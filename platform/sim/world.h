@@ -71,6 +71,7 @@ struct World {
   Shell shell;
   std::function<void()> terminationHandler;
   std::string failingWrites;
+  std::string failingFlushes;
   std::string failingReads;
   std::string failingReplacements;
   std::uint64_t random = 0;

@@ -12,6 +12,7 @@ namespace vornelle::files {
 [[nodiscard]] bool writingFails(const std::string& path);
 [[nodiscard]] bool readingFails(const std::string& path);
 [[nodiscard]] bool replacingFails(const std::string& path);  // the file itself can be written
+[[nodiscard]] bool flushingFails(const std::string& path);   // of a file that has been written unflushed
 
 // False where no loss of power has to be survived: the flush to the disk is what costs the most by far.
 [[nodiscard]] bool flushesToDisk();

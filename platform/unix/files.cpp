@@ -133,9 +133,10 @@ std::string replacedFile(const std::string& native) {
 }
 
 enum class Outcome { done, refused, failed };
+enum class Flush { now, later };
 
 // Refused: no file can be made there.
-Outcome writeTemporary(const std::string& path, const struct stat* old, std::string_view bytes) {
+Outcome writeTemporary(const std::string& path, const struct stat* old, std::string_view bytes, Flush flush) {
   unlink(path.c_str());
   File file(path, O_WRONLY | O_CREAT | O_EXCL, kNewFileMode);
   if (!file.isOpen()) return Outcome::refused;
@@ -144,20 +145,21 @@ Outcome writeTemporary(const std::string& path, const struct stat* old, std::str
     if (fchown(file.descriptor(), old->st_uid, old->st_gid) != 0) errno = 0;
     if (fchmod(file.descriptor(), old->st_mode & 07777) != 0) return Outcome::failed;
   }
-  return file.writeAll(bytes) && syncFile(file) && file.close() ? Outcome::done : Outcome::failed;
+  const bool written = file.writeAll(bytes) && (flush == Flush::later || syncFile(file)) && file.close();
+  return written ? Outcome::done : Outcome::failed;
 }
 
 // Refused: the file cannot be replaced. Otherwise it has been, and `done` says that it stays so.
-Outcome replaceFile(const std::string& target, const struct stat* old, std::string_view bytes) {
+Outcome replaceFile(const std::string& target, const struct stat* old, std::string_view bytes, Flush flush) {
   const std::string folder = parentOf(target);
   const std::string temporary =
       folder + "/" + files::temporaryName(fnv1a(std::string_view(target).substr(target.rfind('/') + 1)));
-  const Outcome written = writeTemporary(temporary, old, bytes);
+  const Outcome written = writeTemporary(temporary, old, bytes, flush);
   if (written != Outcome::done || rename(temporary.c_str(), target.c_str()) != 0) {
     unlink(temporary.c_str());
     return written == Outcome::failed ? Outcome::failed : Outcome::refused;
   }
-  if (syncFolder(folder)) return Outcome::done;
+  if (flush == Flush::later || syncFolder(folder)) return Outcome::done;
   // Nobody may rely on a file that a loss of power could take away again.
   if (!old) unlink(target.c_str());
   return Outcome::failed;
@@ -176,6 +178,22 @@ bool writeInPlace(const std::string& target, std::size_t oldSize, std::string_vi
   if (put(bytes)) return file.close();
   static_cast<void>(put(*old));
   return false;
+}
+
+bool writeWhole(const std::string& path, std::string_view bytes, Flush flush) {
+  if (files::writingFails(path)) return false;
+  const std::optional<std::string> native = nativePath(path);
+  if (!native) return false;
+  const std::string target = replacedFile(*native);
+  struct stat old;
+  const bool replaces = stat(target.c_str(), &old) == 0;
+  if (replaces && !S_ISREG(old.st_mode)) return false;
+
+  const Outcome outcome = files::replacingFails(path)
+                              ? Outcome::refused
+                              : replaceFile(target, replaces ? &old : nullptr, bytes, flush);
+  if (outcome != Outcome::refused || !replaces) return outcome == Outcome::done;
+  return writeInPlace(target, static_cast<std::size_t>(old.st_size), bytes);
 }
 
 }  // namespace
@@ -237,18 +255,11 @@ std::optional<FileStart> readFileStart(const std::string& path, std::size_t most
 }
 
 bool writeFile(const std::string& path, std::string_view bytes) {
-  if (files::writingFails(path)) return false;
-  const std::optional<std::string> native = nativePath(path);
-  if (!native) return false;
-  const std::string target = replacedFile(*native);
-  struct stat old;
-  const bool replaces = stat(target.c_str(), &old) == 0;
-  if (replaces && !S_ISREG(old.st_mode)) return false;
+  return writeWhole(path, bytes, Flush::now);
+}
 
-  const Outcome outcome =
-      files::replacingFails(path) ? Outcome::refused : replaceFile(target, replaces ? &old : nullptr, bytes);
-  if (outcome != Outcome::refused || !replaces) return outcome == Outcome::done;
-  return writeInPlace(target, static_cast<std::size_t>(old.st_size), bytes);
+bool writeFileUnflushed(const std::string& path, std::string_view bytes) {
+  return writeWhole(path, bytes, Flush::later);
 }
 
 bool appendFile(const std::string& path, std::string_view bytes) {

@@ -227,6 +227,18 @@ bool writeFile(const std::string& path, std::string_view bytes) {
   return written != Outcome::failed && fileExists(path) && writeInPlace(target, bytes);
 }
 
+// Windows promises that a name lasts only for the file that is moved with a flush of its own, so there is
+// nothing to be had for many at once.
+bool writeFileUnflushed(const std::string& path, std::string_view bytes) {
+  return writeFile(path, bytes);
+}
+
+std::vector<bool> flushFiles(const std::vector<std::string>& paths) {
+  std::vector<bool> result;
+  for (const std::string& path : paths) result.push_back(fileExists(path));
+  return result;
+}
+
 bool appendFile(const std::string& path, std::string_view bytes) {
   const std::wstring target = systemPath(path);
   if (target.empty()) return false;

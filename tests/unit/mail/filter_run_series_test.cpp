@@ -110,6 +110,24 @@ TEST_F(FilterRunSeries, AMessageThatTheDiskDoesNotTakeStays) {
   expectTheNextRunFinishes();
 }
 
+TEST_F(FilterRunSeries, AMessageThatTheDiskDoesNotKeepIsNotDeleted) {
+  sim::failFlushesOf("id7.txt");
+  mailFilter();
+  EXPECT_THAT(drop.uidls(), Contains("id7"));
+  EXPECT_THAT(drop.mails, SizeIs(kMessages / 4 + 1));
+  sim::failFlushesOf("");
+  expectTheNextRunFinishes();
+}
+
+TEST_F(FilterRunSeries, AFileThatAnotherProgramTakesAwayBeforeItIsFlushedKeepsItsMessage) {
+  drop.onCommand = [](const std::string& line) {
+    if (line == "RETR 47") sim::after(0, [] { EXPECT_TRUE(deleteFile(inFolder("\\spam\\id1.txt"))); });
+  };
+  mailFilter();
+  EXPECT_THAT(drop.uidls(), Contains("id1"));
+  EXPECT_THAT(drop.mails, SizeIs(kMessages / 4 + 1));
+}
+
 TEST_F(FilterRunSeries, ASecondRunInsideTheSeriesLosesNothing) {
   int logged = 0;
   drop.onCommand = [&](const std::string& line) {

@@ -46,6 +46,21 @@ TEST_F(FilesTest, TheStartOfAFileComesWithTheLengthOfAll) {
   EXPECT_FALSE(readFileStart(folder + "\\sub", 10));
 }
 
+TEST_F(FilesTest, FilesThatAreFlushedTogetherAreToldOneByOne) {
+  std::vector<std::string> paths;
+  for (int n = 0; n < 40; ++n) {
+    paths.push_back(folder + "\\mail" + std::to_string(n) + ".txt");
+    ASSERT_TRUE(writeFileUnflushed(paths.back(), "content"));
+    EXPECT_EQ(readFile(paths.back()), "content");
+  }
+  ASSERT_TRUE(deleteFile(paths[3]));
+  paths.push_back(folder + "\\no\\such");
+  const std::vector<bool> flushed = flushFiles(paths);
+  ASSERT_EQ(flushed.size(), paths.size());
+  for (std::size_t n = 0; n < flushed.size(); ++n) EXPECT_EQ(flushed[n], n != 3 && n != 40) << n;
+  EXPECT_THAT(flushFiles({}), IsEmpty());
+}
+
 TEST_F(FilesTest, AMissingFileHasNoContentAndNoLength) {
   EXPECT_EQ(readFile(folder + "\\none"), std::nullopt);
   EXPECT_EQ(fileLength(folder + "\\none"), std::nullopt);

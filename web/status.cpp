@@ -7,7 +7,7 @@
 #include "core/form1.h"
 #include "core/settings.h"
 #include "mail/mail_failure.h"
-#include "pages/inbox_list.h"
+#include "pages/Inbox.h"
 #include "platform/clock.h"
 #include "web/list_actions.h"
 
@@ -74,9 +74,10 @@ std::string removedJson() {
 
 std::string failureJson(const MailFailure& failure) {
   if (!failure) return "null";
-  return "{\"reason\": " + quoted(reasonName(failure.reason)) + ", \"step\": " + quoted(stepName(failure.step)) +
-         ", \"host\": " + quoted(failure.host) + ", \"port\": " + std::to_string(failure.port) +
-         ", \"words\": " + quoted(failure.words) + ", \"text\": " + quoted(failureText(failure)) + "}";
+  return "{\"reason\": " + quoted(reasonName(failure.reason)) +
+         ", \"step\": " + quoted(stepName(failure.step)) + ", \"host\": " + quoted(failure.host) +
+         ", \"port\": " + std::to_string(failure.port) + ", \"words\": " + quoted(failure.words) +
+         ", \"text\": " + quoted(failureText(failure)) + "}";
 }
 
 }  // namespace

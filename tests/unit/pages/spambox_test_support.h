@@ -5,17 +5,14 @@
 #include <filesystem>
 #include <string>
 
-#include "pages/spambox_list.h"
+#include "pages/Spambox.h"
 #include "tests/unit/pages/pages_test_support.h"
 
 namespace vornelle {
 
 class SpamBoxTest : public PageTest {
  protected:
-  SpamBoxTest() {
-    spamboxClear();
-    EXPECT_TRUE(createFolder(inFolder("\\spam")));
-  }
+  SpamBoxTest() { EXPECT_TRUE(createFolder(inFolder("\\spam"))); }
 
   // The system's own path of a file below the application folder.
   static std::string native(std::string_view path) { return replaceAll(inFolder(path), "\\", "/"); }

@@ -4,13 +4,11 @@
 #include <regex>
 
 #include "core/settings_table.h"
+#include "pages/Inbox.h"
+#include "pages/Spambox.h"
 #include "pages/find_page.h"
-#include "pages/inbox_list.h"
-#include "pages/inbox_page.h"
 #include "pages/list_page.h"
 #include "pages/settings_page.h"
-#include "pages/spambox_list.h"
-#include "pages/spambox_page.h"
 #include "tests/unit/pages/pages_test_support.h"
 
 namespace vornelle {
@@ -39,8 +37,6 @@ int count(std::string_view text, std::string_view find) {
 class Templates : public PageTest {
  protected:
   Templates() {
-    inboxClear();
-    spamboxClear();
     for (const char* name : kFiles) makeFile(std::string("\\data\\") + name, shipped(name));
     for (const char* list : {"friendlist", "subjectlist", "enemylist"}) {
       makeFile(std::string("\\data\\") + list + ".txt", "");

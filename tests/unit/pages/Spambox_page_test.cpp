@@ -1,4 +1,4 @@
-#include "pages/spambox_page.h"
+#include "pages/Spambox.h"
 
 #include "tests/unit/pages/spambox_test_support.h"
 

@@ -1,4 +1,4 @@
-#include "pages/inbox_list.h"
+#include "pages/Inbox.h"
 
 #include "mail/mail_component.h"
 #include "tests/unit/pages/pages_test_support.h"
@@ -8,7 +8,6 @@ namespace {
 
 class InboxList : public PageTest {
  protected:
-  InboxList() { inboxClear(); }
   Mailbox mailbox;
 };
 

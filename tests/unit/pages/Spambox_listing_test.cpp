@@ -1,4 +1,4 @@
-#include "pages/spambox_list.h"
+#include "pages/Spambox.h"
 
 #include "mail/mail_component.h"
 #include "tests/unit/pages/spambox_test_support.h"

@@ -1,6 +1,5 @@
-#include "pages/inbox_page.h"
 
-#include "pages/inbox_list.h"
+#include "pages/Inbox.h"
 #include "tests/unit/pages/pages_test_support.h"
 
 namespace vornelle {
@@ -12,7 +11,6 @@ using testing::Not;
 class InboxPage : public PageTest {
  protected:
   InboxPage() {
-    inboxClear();
     makeFile("\\data\\inbox.htm", "<!--SSPAGEDESC-->\r\n<!--SSINBOX-->");
     serve(mailbox);
   }

@@ -1,5 +1,6 @@
-// The Inbox listing: the messages that wait on the server, in the server's order. It is not kept in step with
-// the server: what arrives or goes meanwhile shows after the next fetch.
+// The Inbox: the listing of the messages that wait on the server, in the server's order, and the page that
+// shows it. The listing is not kept in step with the server: what arrives or goes meanwhile shows after the
+// next fetch.
 #pragma once
 
 #include <cstdint>
@@ -22,14 +23,16 @@ namespace vornelle {
 [[nodiscard]] std::optional<std::string> inboxSubject(std::int16_t index);
 [[nodiscard]] std::optional<std::string> inboxSize(std::int16_t index);  // bytes, decimal
 
-// Back to the state before the first fetch. For tests.
-void inboxClear();
-
 // How old the listing is. Fresh: the last fetch brought it whole; not fresh: it is what an earlier one left.
 struct ListingAge {
   bool fresh = false;
   std::int64_t fetched = 0;  // seconds since 1970 UTC at the end of the last whole fetch; 0: there was none
 };
 [[nodiscard]] ListingAge inboxAge();
+
+// One screenful of the listing as rows of data\inbox.htm. The page starts at the given row; -1 makes the
+// listing anew first and starts at row 0. On return `first` is the row that the page starts at. Lets pending
+// events be served once for each row.
+[[nodiscard]] std::string pageInbox(std::int16_t& first);
 
 }  // namespace vornelle

@@ -1,4 +1,5 @@
-// The SpamBox listing: the messages saved in the spam folder, the most recently saved one first.
+// The SpamBox: the listing of the messages saved in the spam folder, the most recently saved one first, and
+// the page that shows it.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +21,9 @@ namespace vornelle {
 [[nodiscard]] std::optional<std::string> spamboxSubject(std::int16_t index);
 [[nodiscard]] std::optional<std::string> spamboxSize(std::int16_t index);  // bytes, decimal
 
-// Back to the state before the first scan. For tests.
-void spamboxClear();
+// One screenful of the listing as rows of data\spambox.htm. The page starts at the given row; -1 makes the
+// listing anew first and starts at row 0. On return `first` is the row that the page starts at. Lets pending
+// events be served once for each row.
+[[nodiscard]] std::string pageSpamBox(std::int16_t& first);
 
 }  // namespace vornelle

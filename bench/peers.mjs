@@ -6,7 +6,7 @@
 // script/bench does this; VORNELLE_PROGRAM names the program. Without names all of them are taken. The files lie where
 // TMPDIR says. VORNELLE_BENCH_OUT names a file that gets the figures as JSON.
 
-import { execFileSync, spawn, spawnSync } from 'node:child_process';
+import { execFileSync, spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
 import { performance } from 'node:perf_hooks';

@@ -25,9 +25,11 @@ if(desktop_sources)
   set_target_properties(vornelle PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${application_folder})
   if(WIN32)
     set_target_properties(vornelle PROPERTIES WIN32_EXECUTABLE ON)
+    configure_file(${PROJECT_SOURCE_DIR}/desktop/win32/vornelle.manifest ${PROJECT_BINARY_DIR}/vornelle.manifest @ONLY)
+    target_include_directories(vornelle PRIVATE ${PROJECT_BINARY_DIR})
     set_source_files_properties(${resource_scripts} PROPERTIES
       COMPILE_DEFINITIONS "VORNELLE_VERSION_MAJOR=${PROJECT_VERSION_MAJOR};VORNELLE_VERSION_MINOR=${PROJECT_VERSION_MINOR};VORNELLE_VERSION_REVISION=${PROJECT_VERSION_PATCH}"
-      OBJECT_DEPENDS "${PROJECT_SOURCE_DIR}/data/vornelle.ico;${PROJECT_SOURCE_DIR}/desktop/win32/vornelle.manifest")
+      OBJECT_DEPENDS "${PROJECT_SOURCE_DIR}/data/vornelle.ico;${PROJECT_BINARY_DIR}/vornelle.manifest")
   endif()
   if(CMAKE_BUILD_TYPE STREQUAL "Release")
     # What a debugger needs stays behind in symbols/; the program says what the file is called.

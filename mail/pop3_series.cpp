@@ -48,7 +48,7 @@ Pop3Series::Commands Pop3Series::nextCommands() {
          (messages_ < 2 || bytes_ + expected_[next_].size <= kWindow)) {
     const Expected& message = expected_[next_++];
     const std::string number = std::to_string(message.number) + "\r\n";
-    commands.text += "RETR " + number + "UIDL " + number;
+    commands.text.append("RETR ").append(number).append("UIDL ").append(number);
     commands.count += 2;
     underWay_.push_back({false, message.number, message.size});
     ++messages_;

@@ -209,8 +209,8 @@ bool answerAtOnce(Connection& connection) {
 // A message is shown at an address of its own, without the session id; the pages in place of one that cannot be
 // had are pages of the program.
 std::string answerFor(PageKind kind, std::string body, const AnswerOptions& options) {
-  if (kind != PageKind::message) return pageAnswer(kind, std::move(body), options);
-  if (isErrorPage(body)) return pageAnswer(PageKind::page, std::move(body), options);
+  if (kind != PageKind::message) return pageAnswer(kind, body, options);
+  if (isErrorPage(body)) return pageAnswer(PageKind::page, body, options);
   const std::string address = keepMessageView({withoutConnections(std::move(body)), false});
   return address.empty() ? errorAnswer(502, options) : redirectAnswer(address, options);
 }

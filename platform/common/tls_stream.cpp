@@ -16,11 +16,11 @@ constexpr int kMostTimeOuts = 10;
 // A system's wait may end that much earlier than the clock says, in milliseconds.
 constexpr int kClockGrain = 20;
 // A batch of records between two sends.
-constexpr std::size_t kWriteBatch = 64 * 1024;
+constexpr std::size_t kWriteBatch = std::size_t{64} * 1024;
 // One read of the connection. A record takes 16 KB and a little.
-constexpr std::size_t kReadBatch = 32 * 1024;
+constexpr std::size_t kReadBatch = std::size_t{32} * 1024;
 // Handshakes take 5 to 20 KB, by the number of certificates.
-constexpr std::size_t kLongestHandshake = 1024 * 1024;
+constexpr std::size_t kLongestHandshake = std::size_t{1024} * 1024;
 
 // The first bytes of a TLS record (RFC 8446, 5.1) tell more than some systems do.
 constexpr char kAlert = 0x15;

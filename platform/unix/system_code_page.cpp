@@ -7,6 +7,7 @@
 namespace vornelle {
 namespace {
 
+// NOLINTNEXTLINE(performance-no-int-to-ptr): that is how iconv says it.
 iconv_t const kNoConverter = reinterpret_cast<iconv_t>(-1);
 
 std::string iconvName(int number) {

@@ -5,7 +5,7 @@ import assert from 'node:assert/strict';
 import { describe, test } from 'node:test';
 
 import { faultRun } from '../support/fault_run.mjs';
-import { largeMailbox, smallMailbox } from '../support/mails.mjs';
+import { largeMailbox } from '../support/mails.mjs';
 
 const VERBS = ['GREETING', 'USER', 'PASS', 'LIST', 'UIDL', 'TOP', 'RETR', 'DELE', 'QUIT'];
 const concurrency = 3;

@@ -1,0 +1,134 @@
+// What the documents tell people to type works. Every command of docs/hacking.md is run, the long ones in a form that
+// ends soon; one that nobody has thought of fails.
+
+import assert from 'node:assert/strict';
+import { execFile, execFileSync } from 'node:child_process';
+import fs from 'node:fs';
+import path from 'node:path';
+import { describe, test } from 'node:test';
+import { promisify } from 'node:util';
+
+import { repository } from '../support/launcher.mjs';
+import { freePort, removeFolder, temporaryFolder } from '../support/tools.mjs';
+
+const execute = promisify(execFile);
+const { NODE_TEST_CONTEXT: _, GTEST_OUTPUT: __, ...env } = process.env;
+
+// { said, status } of a command line.
+async function shell(command) {
+  try {
+    const { stdout, stderr } = await execute('bash', ['-c', command], { cwd: repository, env, timeout: 240000 });
+    return { said: stdout + stderr, status: 0 };
+  } catch (error) {
+    return { said: `${error.stdout}${error.stderr}`, status: error.code };
+  }
+}
+
+async function works(command) {
+  const { said, status } = await shell(command);
+  assert.equal(status, 0, said);
+  return said;
+}
+
+const aTestPassed = async (command) => assert.match(await works(command), /\[ {2}PASSED {2}\] [1-9]|^# pass [1-9]/m);
+const isInstalled = (...programs) => works(programs.map((program) => `command -v ${program}`).join(' && '));
+const isThere = (file) => assert.ok(fs.existsSync(path.join(repository, file)), `no ${file}`);
+
+// The beginning of a command line: how it is tried.
+const CHEAP = {
+  'script/run': async () => {
+    const folder = temporaryFolder('documents');
+    await works(`script/run --once --port ${await freePort()} ${folder}`);
+    removeFolder(folder);
+  },
+  // The rings are chosen before anything is set up.
+  'script/test': async () => {
+    const { said, status } = await shell('script/test nonsense');
+    assert.equal(status, 2);
+    assert.match(said, /unit, system, browser, desktop, fuzz/);
+  },
+  'script/lint': () => works('script/lint includes documents shell'),
+  'script/build': async () => {
+    const { said, status } = await shell('script/build nonsense');
+    assert.equal(status, 2);
+    const line = hacking.match(/^ {4}script\/build (.*)$/m)[1];
+    const told = [...line.matchAll(/\[(\w+)\]/g)].map(([, name]) => name);
+    assert.deepEqual(told, said.match(/\((.*)\)/)[1].split(', '));
+  },
+  'script/bench': () => works('bash -n script/bench'),
+  // tests/desktop/installer_test.mjs runs it.
+  'script/package': () => works('bash -n script/package'),
+  'ctest': (command) => works(`${command} -N`),
+  'cmake --build': (command) => works(command),
+  'build/linux/tests/unit/': aTestPassed,
+  'node tests/desktop/emulator.mjs': aTestPassed,
+  'node --test': aTestPassed,
+  'export WINEPREFIX': () => works('test -d $(mktemp -d)'),
+  'Xvfb': () => isInstalled('Xvfb', 'openbox'),
+  'wine': () => isThere('dist/windows/vornelle.exe'),
+};
+
+const hacking = fs.readFileSync(path.join(repository, 'docs', 'hacking.md'), 'utf8');
+const commands = [...hacking.matchAll(/^ {4}(\S.*)$/gm)].map(([, line]) => line.replace(/ {3,}.*$/, ''));
+
+describe('commands', { concurrency: 2 }, () => {
+  test('there are commands', () => assert.ok(commands.length > 10));
+  for (const command of commands) {
+    test(command, async () => {
+      const [, tried] = Object.entries(CHEAP).find(([start]) => command.startsWith(start)) ?? [];
+      assert.ok(tried, 'nobody has said how this command is tried');
+      await tried(command);
+    });
+  }
+});
+
+test('the command for the hash of a script gives what the page allows', async () => {
+  const text = fs.readFileSync(path.join(repository, 'docs', 'formats.md'), 'utf8');
+  const command = /`(openssl dgst[^`]*)`/.exec(text)[1];
+  for (const name of ['top.inc', 'login.htm']) {
+    const page = fs.readFileSync(path.join(repository, 'dist', 'linux', 'data', name), 'latin1');
+    const script = /<script>([^]*)<\/script>/.exec(page)[1].replaceAll('\r\n', '\n');
+    const hash = execFileSync('bash', ['-c', command], { input: Buffer.from(script, 'latin1'), encoding: 'utf8' }).trim();
+    assert.ok(page.includes(`'sha256-${hash}'`), `${name}: ${hash}`);
+  }
+});
+
+test('the version stands in CMakeLists.txt, and the files that the front page names carry it', () => {
+  const [, version] = /^project\(vornelle VERSION (\S+)/m.exec(fs.readFileSync(path.join(repository, 'CMakeLists.txt'), 'utf8'));
+  const named = [...fs.readFileSync(path.join(repository, 'README.md'), 'utf8').matchAll(/vornelle-(\d[\d.]*\d)-/g)];
+  assert.ok(named.length > 0);
+  for (const [, one] of named) assert.equal(one, version);
+});
+
+test('a rule that is broken fails script/lint', async () => {
+  // A copy of the tree's list with files that break the rules, beside a script/lint that looks there.
+  const folder = temporaryFolder('lint');
+  const write = (name, text) => {
+    fs.mkdirSync(path.dirname(path.join(folder, name)), { recursive: true });
+    fs.writeFileSync(path.join(folder, name), text, { mode: 0o755 });
+  };
+  for (const name of ['script/lint', '.clang-format', '.clang-tidy']) write(name, fs.readFileSync(path.join(repository, name)));
+  fs.symlinkSync(path.join(repository, 'node_modules'), path.join(folder, 'node_modules'));
+  fs.copyFileSync(path.join(repository, 'eslint.config.mjs'), path.join(folder, 'eslint.config.mjs'));
+  write('.gitignore', '/node_modules\n');
+  write('mail/low.h', '#pragma once\n#include "web/high.h"\n');
+  write('web/high.h', '#pragma once\n');
+  write('web/ugly.cpp', '#include <windows.h>\nint  f ( ) {return 1 ;}\n');
+  write('web/slow.cpp', '#include <string>\nint lengthOf(std::string text) { return static_cast<int>(text.size()); }\n');
+  write('tests/unused.mjs', 'const unused = 1;\n');
+  write('script/careless', '#!/usr/bin/env bash\nrm -rf $1/x\n');
+  write('docs/lost.md', 'See [there](nowhere.md) and `core/nothing.cpp`.\n');
+  execFileSync('git', ['init', '-q'], { cwd: folder });
+  const broken = async (rule, pattern) => {
+    const { said, status } = await shell(`${path.join(folder, 'script', 'lint')} ${rule}`);
+    assert.equal(status, 1, said);
+    assert.match(said, pattern);
+  };
+  await broken('includes', /mail\/low\.h: "web\/high\.h" is above mail\/[^]*web\/ugly\.cpp: <windows\.h> belongs to the platform/);
+  await broken('format', /ugly\.cpp/);
+  await broken('scripts', /'unused' is assigned a value but never used/);
+  await broken('shell', /SC2086/);
+  await broken('documents', /nowhere\.md leads nowhere\n.*there is no core\/nothing\.cpp/);
+  await broken('tidy', /slow\.cpp.*performance-unnecessary-value-param/);
+  removeFolder(folder);
+});

@@ -10,7 +10,7 @@
 
 #include "base/host_name.h"
 #include "platform/common/alternative_names.h"
-#include "platform/common/connecting.h"
+#include "platform/common/done_in_time.h"
 #include "platform/common/tls_faults.h"
 #include "platform/win32/text.h"
 

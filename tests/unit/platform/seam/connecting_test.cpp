@@ -3,12 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <thread>
 #include <vector>
 
 #include "platform/clock.h"
+#include "platform/common/done_in_time.h"
 #include "platform/common/left_behind.h"
 
 namespace vornelle {
@@ -74,6 +76,27 @@ TEST(ConnectingTest, WithoutAnAddressOrTimeThereIsNothing) {
   EXPECT_EQ(tries, 0);
   EXPECT_FALSE(connectInTurn(&kFirst, monotonicMilliseconds() - 1, refuse));
   EXPECT_EQ(tries, 1) << "one look without waiting, as for a server on this machine";
+}
+
+TEST(DoneInTimeTest, WorkThatTakesItsTimeIsLeftBehind) {
+  const auto over = std::make_shared<std::atomic<bool>>(false);
+  const std::int64_t start = monotonicMilliseconds();
+  EXPECT_FALSE(doneInTime(
+      [over] {
+        while (!*over) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      },
+      start + 100));
+  EXPECT_GE(monotonicMilliseconds() - start, 95);
+  EXPECT_LT(monotonicMilliseconds() - start, 3000);
+  *over = true;
+}
+
+TEST(DoneInTimeTest, WorkThatIsDoneIsNotWaitedFor) {
+  const auto result = std::make_shared<int>(0);
+  const std::int64_t start = monotonicMilliseconds();
+  EXPECT_TRUE(doneInTime([result] { *result = 7; }, start + 60000));
+  EXPECT_EQ(*result, 7);
+  EXPECT_LT(monotonicMilliseconds() - start, 5000);
 }
 
 struct Request {

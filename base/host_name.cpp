@@ -19,7 +19,7 @@ bool sameAscii(std::string_view a, std::string_view b) {
                     [](char x, char y) { return asciiLower(x) == asciiLower(y); });
 }
 
-std::optional<std::string> ipv4Octets(std::string_view text) {
+[[gnu::cold]] std::optional<std::string> ipv4Octets(std::string_view text) {
   std::string octets;
   while (true) {
     const std::size_t dot = text.find('.');
@@ -41,7 +41,7 @@ std::optional<std::string> ipv4Octets(std::string_view text) {
 
 // Groups of hexadecimal digits with colons between them, an IPv4 address as the last one or not; "" is no
 // group at all.
-std::optional<std::string> groupOctets(std::string_view text) {
+[[gnu::cold]] std::optional<std::string> groupOctets(std::string_view text) {
   std::string octets;
   if (text.empty()) return octets;
   while (true) {
@@ -66,7 +66,7 @@ std::optional<std::string> groupOctets(std::string_view text) {
   }
 }
 
-std::optional<std::string> ipv6Octets(std::string_view text) {
+[[gnu::cold]] std::optional<std::string> ipv6Octets(std::string_view text) {
   constexpr std::size_t kSize = 16;
   const std::size_t gap = text.find("::");
   if (gap == std::string_view::npos) {
@@ -93,12 +93,12 @@ std::string bareHost(std::string_view host) {
   return std::string(host);
 }
 
-std::optional<std::string> addressOctets(std::string_view host) {
+[[gnu::cold]] std::optional<std::string> addressOctets(std::string_view host) {
   if (host.find(':') == std::string_view::npos) return ipv4Octets(host);
   return ipv6Octets(host.substr(0, host.find('%')));
 }
 
-bool nameCovers(std::string_view certified, std::string_view host) {
+[[gnu::cold]] bool nameCovers(std::string_view certified, std::string_view host) {
   if (certified.empty() || host.empty()) return false;
   if (!certified.starts_with("*."))
     return certified.find('*') == std::string_view::npos && sameAscii(certified, host);

@@ -18,7 +18,7 @@ struct Element {
 };
 
 // Takes one element off the front.
-std::optional<Element> takeElement(std::string_view& der) {
+[[gnu::cold]] std::optional<Element> takeElement(std::string_view& der) {
   if (der.size() < 2) return std::nullopt;
   const auto tag = static_cast<unsigned char>(der[0]);
   std::size_t length = static_cast<unsigned char>(der[1]);
@@ -39,7 +39,7 @@ std::optional<Element> takeElement(std::string_view& der) {
 
 }  // namespace
 
-AlternativeNames parseAlternativeNames(std::string_view der) {
+[[gnu::cold]] AlternativeNames parseAlternativeNames(std::string_view der) {
   AlternativeNames names;
   const std::optional<Element> list = takeElement(der);
   if (!list || list->tag != kSequence) return names;
@@ -51,7 +51,7 @@ AlternativeNames parseAlternativeNames(std::string_view der) {
   return names;
 }
 
-bool isFor(const AlternativeNames& names, std::string_view host) {
+[[gnu::cold]] bool isFor(const AlternativeNames& names, std::string_view host) {
   if (const std::optional<std::string> octets = addressOctets(host)) {
     return std::find(names.addresses.begin(), names.addresses.end(), *octets) != names.addresses.end();
   }

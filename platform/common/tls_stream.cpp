@@ -61,7 +61,8 @@ class TlsStream final : public NetStream {
   TlsStream(const TlsStream&) = delete;
   TlsStream& operator=(const TlsStream&) = delete;
 
-  void handshake(std::int64_t until, TlsResult& result) {
+  // Once a connection, so built for size, as its helpers are.
+  [[gnu::cold]] void handshake(std::int64_t until, TlsResult& result) {
     std::string head;  // the first bytes of the peer
     std::size_t total = 0;
     while (true) {
@@ -137,7 +138,7 @@ class TlsStream final : public NetStream {
     return static_cast<int>(std::max<std::int64_t>(until - monotonicMilliseconds(), 0));
   }
 
-  [[nodiscard]] bool flush(int timeoutMilliseconds) {
+  [[nodiscard, gnu::noinline]] bool flush(int timeoutMilliseconds) {
     const std::string out = engine_->takeOutput();
     return out.empty() || plain_->write(out, timeoutMilliseconds);
   }
@@ -145,7 +146,7 @@ class TlsStream final : public NetStream {
   static void fail(TlsProblem problem, TlsResult& result) { result.problem = problem; }
 
   // The engine has given up: for a version, for an alert, or for what it could make no sense of.
-  void tellFailure(const std::string& head, TlsResult& result) const {
+  [[gnu::cold]] void tellFailure(const std::string& head, TlsResult& result) const {
     TlsFinding finding = engine_->failure();
     result.problem = finding.problem;
     result.system = std::move(finding.system);
@@ -159,7 +160,7 @@ class TlsStream final : public NetStream {
   }
 
   // The line has failed or ended. Some servers hang up on a version that they do not speak.
-  void tellLineEnd(const std::string& head, std::int64_t until, TlsResult& result) const {
+  [[gnu::cold]] void tellLineEnd(const std::string& head, std::int64_t until, TlsResult& result) const {
     result.problem = left(until) <= kClockGrain ? TlsProblem::timedOut : TlsProblem::closed;
     result.newestMayDo = result.problem == TlsProblem::closed && head.empty() && engine_->holdsBackNewest();
   }
@@ -173,8 +174,8 @@ class TlsStream final : public NetStream {
 
 }  // namespace
 
-TlsResult startTlsWith(std::unique_ptr<TlsEngine> engine, std::unique_ptr<NetStream> plain,
-                       int timeoutMilliseconds) {
+[[gnu::cold]] TlsResult startTlsWith(std::unique_ptr<TlsEngine> engine, std::unique_ptr<NetStream> plain,
+                                     int timeoutMilliseconds) {
   TlsResult result;
   if (!engine || !plain) {
     result.problem = TlsProblem::unavailable;

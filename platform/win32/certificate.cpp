@@ -17,6 +17,8 @@
 namespace vornelle::win32 {
 namespace {
 
+// One check a connection: all of it is built for size (cold).
+
 constexpr DWORD kDisableAia = 0x2000;       // CERT_CHAIN_DISABLE_AIA
 constexpr DWORD kWeakSignature = 0x100000;  // CERT_TRUST_HAS_WEAK_SIGNATURE
 constexpr DWORD kIgnoreName = 0x1000;       // SECURITY_FLAG_IGNORE_CERT_CN_INVALID
@@ -40,7 +42,7 @@ std::string_view bytesOf(const BYTE* data, DWORD size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-std::string fingerprintOf(PCCERT_CONTEXT certificate) {
+[[gnu::cold]] std::string fingerprintOf(PCCERT_CONTEXT certificate) {
   BCRYPT_ALG_HANDLE algorithm = nullptr;
   if (BCryptOpenAlgorithmProvider(&algorithm, BCRYPT_SHA256_ALGORITHM, nullptr, 0) != 0) return {};
   std::array<UCHAR, 32> digest{};
@@ -55,7 +57,7 @@ std::string fingerprintOf(PCCERT_CONTEXT certificate) {
   return done ? hexadecimal(bytesOf(digest.data(), static_cast<DWORD>(digest.size()))) : std::string();
 }
 
-AlternativeNames namesOf(PCCERT_CONTEXT certificate) {
+[[gnu::cold]] AlternativeNames namesOf(PCCERT_CONTEXT certificate) {
   char oid[] = szOID_SUBJECT_ALT_NAME2;
   const CERT_EXTENSION* const found =
       CertFindExtension(oid, certificate->pCertInfo->cExtension, certificate->pCertInfo->rgExtension);
@@ -63,7 +65,7 @@ AlternativeNames namesOf(PCCERT_CONTEXT certificate) {
   return parseAlternativeNames(bytesOf(found->Value.pbData, found->Value.cbData));
 }
 
-std::string commonName(PCCERT_CONTEXT certificate) {
+[[gnu::cold]] std::string commonName(PCCERT_CONTEXT certificate) {
   std::array<wchar_t, 256> text{};
   std::string attribute = szOID_COMMON_NAME;
   CertGetNameStringW(certificate, CERT_NAME_ATTR_TYPE, 0, attribute.data(), text.data(),
@@ -71,7 +73,7 @@ std::string commonName(PCCERT_CONTEXT certificate) {
   return printableName(narrow(text.data()));
 }
 
-std::string wholeSubject(PCCERT_CONTEXT certificate) {
+[[gnu::cold]] std::string wholeSubject(PCCERT_CONTEXT certificate) {
   std::array<wchar_t, 256> text{};
   CertNameToStrW(X509_ASN_ENCODING, &certificate->pCertInfo->Subject, CERT_X500_NAME_STR, text.data(),
                  static_cast<DWORD>(text.size()));
@@ -79,7 +81,7 @@ std::string wholeSubject(PCCERT_CONTEXT certificate) {
 }
 
 // Whom it is for: its first DNS name, else its common name, else its whole subject.
-std::string nameOf(PCCERT_CONTEXT certificate, const AlternativeNames& names) {
+[[gnu::cold]] std::string nameOf(PCCERT_CONTEXT certificate, const AlternativeNames& names) {
   if (!names.dns.empty()) return printableName(names.dns.front());
   std::string name = commonName(certificate);
   return name.empty() ? wholeSubject(certificate) : name;
@@ -99,7 +101,7 @@ bool isWeakKey(CERT_PUBLIC_KEY_INFO& key) {
   return bits != 0 && bits < kLeastRsaBits;
 }
 
-bool isWeakSignature(const CRYPT_ALGORITHM_IDENTIFIER& signature) {
+[[gnu::cold]] bool isWeakSignature(const CRYPT_ALGORITHM_IDENTIFIER& signature) {
   // MD2, MD4, MD5 and SHA-1, each with RSA, DSA and ECDSA, by their old numbers too.
   constexpr std::array<std::string_view, 14> kWeak = {
       "1.2.840.113549.1.1.2", "1.2.840.113549.1.1.3", "1.2.840.113549.1.1.4", "1.2.840.113549.1.1.5",
@@ -127,7 +129,7 @@ class Check {
  public:
   Check(PCCERT_CONTEXT certificate, std::string host) : certificate_(certificate), host_(std::move(host)) {}
 
-  void run() {
+  [[gnu::cold]] void run() {
     char purpose[] = szOID_PKIX_KP_SERVER_AUTH;
     char* purposes[] = {purpose};
     CERT_CHAIN_PARA wanted{};
@@ -155,7 +157,7 @@ class Check {
     CertFreeCertificateChain(chain);
   }
 
-  [[nodiscard]] std::string codes() const {
+  [[gnu::cold]] [[nodiscard]] std::string codes() const {
     std::array<char, 60> text{};
     std::snprintf(text.data(), text.size(), "policy %08lx, chain %08lx", code_, status_);
     return text.data();
@@ -164,7 +166,7 @@ class Check {
   TlsFaults faults;
 
  private:
-  void lookAtStatus(const CERT_CHAIN_CONTEXT& chain) {
+  [[gnu::cold]] void lookAtStatus(const CERT_CHAIN_CONTEXT& chain) {
     status_ = chain.TrustStatus.dwErrorStatus;
     DWORD left = status_;
     const auto bit = [this, &left](DWORD mask, TlsProblem problem) {
@@ -181,7 +183,7 @@ class Check {
     bit(left, TlsProblem::badCertificate);
   }
 
-  void lookAtPolicy(PCCERT_CHAIN_CONTEXT chain) {
+  [[gnu::cold]] void lookAtPolicy(PCCERT_CHAIN_CONTEXT chain) {
     // It knows nothing of addresses.
     const bool isName = !host_.empty() && !addressOctets(host_);
     std::wstring name = widen(host_);
@@ -224,7 +226,7 @@ class Check {
     }
   }
 
-  void lookAtElements(const CERT_SIMPLE_CHAIN& chain) {
+  [[gnu::cold]] void lookAtElements(const CERT_SIMPLE_CHAIN& chain) {
     if (!isFor(namesOf(certificate_.get()), host_)) faults.add(TlsProblem::wrongName);
     for (DWORD i = 0; i < chain.cElement; ++i) {
       const PCCERT_CONTEXT element = chain.rgpElement[i]->pCertContext;
@@ -237,7 +239,7 @@ class Check {
     }
   }
 
-  static TlsProblem timeProblem(const CERT_SIMPLE_CHAIN& chain) {
+  [[gnu::cold]] static TlsProblem timeProblem(const CERT_SIMPLE_CHAIN& chain) {
     for (DWORD i = 0; i < chain.cElement; ++i) {
       if (CertVerifyTimeValidity(nullptr, chain.rgpElement[i]->pCertContext->pCertInfo) < 0)
         return TlsProblem::notYetValid;
@@ -253,8 +255,8 @@ class Check {
 
 }  // namespace
 
-TlsFinding checkCertificate(PCCERT_CONTEXT certificate, const std::string& host,
-                            const std::string& acceptedFingerprint, std::int64_t until) {
+[[gnu::cold]] TlsFinding checkCertificate(PCCERT_CONTEXT certificate, const std::string& host,
+                                          const std::string& acceptedFingerprint, std::int64_t until) {
   TlsFinding finding;
   finding.certificateName = nameOf(certificate, namesOf(certificate));
   finding.fingerprint = fingerprintOf(certificate);

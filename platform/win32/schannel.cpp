@@ -32,7 +32,7 @@ constexpr char kAlert = 0x15;
 
 // The host's name as the name system and certificates know it; "" where it can be none. An address stays as
 // it is.
-std::string asciiHost(const std::string& host) {
+[[gnu::cold]] std::string asciiHost(const std::string& host) {
   const std::string bare = bareHost(host);
   if (addressOctets(bare) || std::all_of(bare.begin(), bare.end(), [](char c) { return c > 0; })) return bare;
   const std::wstring wide = widen(bare);
@@ -46,9 +46,10 @@ SecBuffer bufferOf(ULONG type, const void* data = nullptr, std::size_t size = 0)
   return {static_cast<ULONG>(size), type, const_cast<void*>(data)};
 }
 
+// What runs once a connection is built for size: cold. Reading and writing are not.
 class SchannelEngine final : public TlsEngine {
  public:
-  SchannelEngine(const SecurityFunctionTableW& functions, const TlsPeer& peer)
+  [[gnu::cold]] SchannelEngine(const SecurityFunctionTableW& functions, const TlsPeer& peer)
       : system_(functions), peer_(peer), host_(asciiHost(peer.host)) {
     // The name is told to the server, an address never is (RFC 6066, 3).
     if (!addressOctets(host_)) target_ = widen(host_);
@@ -74,7 +75,7 @@ class SchannelEngine final : public TlsEngine {
 
   std::string takeOutput() override { return std::exchange(output_, {}); }
 
-  State handshake() override {
+  [[gnu::cold]] State handshake() override {
     if (phase_ == Phase::failed) return State::failed;
     if (!SecIsValidHandle(&context_)) {
       const SECURITY_STATUS status = initialize({});
@@ -119,7 +120,7 @@ class SchannelEngine final : public TlsEngine {
     return phase_ == Phase::failed ? State::failed : State::ready;
   }
 
-  void close() override {
+  [[gnu::cold]] void close() override {
     if (phase_ == Phase::failed || !SecIsValidHandle(&context_)) return;
     DWORD shutDown = SCHANNEL_SHUTDOWN;
     SecBuffer token = bufferOf(SECBUFFER_TOKEN, &shutDown, sizeof shutDown);
@@ -135,7 +136,7 @@ class SchannelEngine final : public TlsEngine {
     return protocol_ == kTls12 ? "TLS 1.2" : protocol_ == kTls13 ? "TLS 1.3" : "";
   }
 
-  TlsFinding check(std::int64_t until) override {
+  [[gnu::cold]] TlsFinding check(std::int64_t until) override {
     PCCERT_CONTEXT certificate = nullptr;
     const SECURITY_STATUS status =
         system_.QueryContextAttributesW(&context_, SECPKG_ATTR_REMOTE_CERT_CONTEXT, &certificate);
@@ -160,7 +161,7 @@ class SchannelEngine final : public TlsEngine {
     failed,
   };
 
-  void acquireCredentials() {
+  [[gnu::cold]] void acquireCredentials() {
     const DWORD wanted = peer_.versions == TlsVersions::newest ? kTls13 : kTls12;
     TLS_PARAMETERS versions{};
     versions.grbitDisabledProtocols = ~wanted;
@@ -186,7 +187,7 @@ class SchannelEngine final : public TlsEngine {
     }
   }
 
-  SECURITY_STATUS acquire(void* credentials) {
+  [[gnu::cold]] SECURITY_STATUS acquire(void* credentials) {
     std::wstring package = UNISP_NAME_W;
     const SECURITY_STATUS status =
         system_.AcquireCredentialsHandleW(nullptr, package.data(), SECPKG_CRED_OUTBOUND, nullptr, credentials,
@@ -201,7 +202,7 @@ class SchannelEngine final : public TlsEngine {
 
   // One call of InitializeSecurityContext. What it has for the peer goes to the output; `input` is taken but
   // for the extra bytes and where it is incomplete.
-  SECURITY_STATUS initialize(std::string_view input) {
+  [[gnu::cold]] SECURITY_STATUS initialize(std::string_view input) {
     std::array<SecBuffer, 2> in = {bufferOf(SECBUFFER_TOKEN, input.data(), input.size()),
                                    bufferOf(SECBUFFER_EMPTY)};
     SecBufferDesc inDescription{SECBUFFER_VERSION, static_cast<ULONG>(in.size()), in.data()};
@@ -227,7 +228,7 @@ class SchannelEngine final : public TlsEngine {
   }
 
   // Hands the peer's bytes over until the system has what it needs.
-  State exchangeTokens() {
+  [[gnu::cold]] State exchangeTokens() {
     while (!input().empty()) {
       const std::size_t before = input().size();
       const SECURITY_STATUS status = initialize(input());
@@ -252,7 +253,7 @@ class SchannelEngine final : public TlsEngine {
     return State::wantsBytes;
   }
 
-  State finishHandshake() {
+  [[gnu::cold]] State finishHandshake() {
     SecPkgContext_ConnectionInfo connection{};
     SECURITY_STATUS status =
         system_.QueryContextAttributesW(&context_, SECPKG_ATTR_CONNECTION_INFO, &connection);
@@ -328,7 +329,7 @@ class SchannelEngine final : public TlsEngine {
     return State::ready;
   }
 
-  State fail(SECURITY_STATUS status) {
+  [[gnu::cold]] State fail(SECURITY_STATUS status) {
     phase_ = Phase::failed;
     std::array<char, 30> text{};
     std::snprintf(text.data(), text.size(), "Schannel %08lx", static_cast<unsigned long>(status));

@@ -1,8 +1,9 @@
 // What script/run shows: the demo mailbox on loopback, the program filtering it once, and its web interface until
 // Ctrl-C. With --once it ends after the run; the status tells whether there was one.
 //
-//   node tests/support/demo.mjs [--once] [--port N] [FOLDER]
+//   node tests/support/demo.mjs [--once] [--tls] [--port N] [FOLDER]
 //
+// --tls: the mailbox is encrypted, with a certificate made for the occasion that only this program trusts.
 // FOLDER (default build/demo) is made afresh: maildrop/ and application/ below it.
 
 import fs from 'node:fs';
@@ -10,13 +11,18 @@ import path from 'node:path';
 import { parseArgs } from 'node:util';
 
 import { get, post } from './bare_http.mjs';
+import { Certificates } from './certificates.mjs';
 import { demoFolder, makeDemoMaildrop } from './demo_maildrop.mjs';
 import { install, launch, repository } from './launcher.mjs';
 import { MailServer } from './mailserver.mjs';
 import { until } from './tools.mjs';
 
 const { values, positionals } = parseArgs({
-  options: { once: { type: 'boolean', default: false }, port: { type: 'string', default: '7000' } },
+  options: {
+    once: { type: 'boolean', default: false },
+    tls: { type: 'boolean', default: false },
+    port: { type: 'string', default: '7000' },
+  },
   allowPositionals: true,
 });
 const folder = path.resolve(positionals[0] ?? path.join(repository, 'build', 'demo'));
@@ -32,7 +38,10 @@ for (const signal of ['SIGINT', 'SIGTERM']) {
 }
 
 makeDemoMaildrop(maildrop);
-const server = await MailServer.start({ folder: maildrop, ...account });
+const certificates = values.tls ? new Certificates() : null;
+const certificate = certificates?.make({ names: ['DNS:localhost', 'IP:127.0.0.1'] });
+const server = await MailServer.start({ folder: maildrop, tls: certificate, ...account });
+const scheme = values.tls ? 'tls://' : '';
 
 fs.rmSync(application, { recursive: true, force: true });
 fs.mkdirSync(application, { recursive: true });
@@ -42,10 +51,10 @@ for (const list of ['friendlist', 'subjectlist', 'enemylist']) {
 }
 fs.writeFileSync(path.join(application, 'Vornelle.ini'), [
   'EMAIL_ADDRESS=wilma@home.example',
-  `SMTP_SERVER=127.0.0.1:${server.smtpPort}`,
+  `SMTP_SERVER=${scheme}127.0.0.1:${server.smtpPort}`,
   `SMTP_USER=${account.user}`,
   `SMTP_PASSWORD=${account.password}`,
-  `POP_SERVER=127.0.0.1:${server.popPort}`,
+  `POP_SERVER=${scheme}127.0.0.1:${server.popPort}`,
   `POP_ACCOUNT=${account.user}`,
   `POP_PASSWORD=${account.password}`,
   `HTTP_PORT_CFG=${values.port}`,
@@ -53,7 +62,7 @@ fs.writeFileSync(path.join(application, 'Vornelle.ini'), [
   '',
 ].join('\r\n'));
 
-const program = launch(application);
+const program = launch(application, certificates?.environment());
 program.child.stdout.pipe(process.stdout);
 program.child.stderr.pipe(process.stderr);
 

@@ -32,6 +32,15 @@ test('OnceFiltersTheDemoMailboxAndEndsWithStatusZero', async () => {
   removeFolder(folder);
 });
 
+test('WithTlsTheSameHappensOverEncryptedLines', async () => {
+  const { child, folder } = await demo('--once', '--tls');
+  await until(() => child.ended, 'the end of the demo', 40000);
+  assert.deepEqual(child.ended, { code: 0 }, child.said);
+  assert.ok(child.said.includes(`Mail filtered:  ${DEMO_KEPT} msgs.  ${DEMO_SPAM} spam.`), child.said);
+  assert.match(fs.readFileSync(path.join(folder, 'application', 'Vornelle.ini'), 'latin1'), /^POP_SERVER=tls:\/\//m);
+  removeFolder(folder);
+});
+
 test('WithoutItTheDemoTellsTheAddressAndStaysUntilItIsInterrupted', async () => {
   const { child, folder } = await demo();
   const address = await until(() => {

@@ -41,7 +41,7 @@ void Pop3Series::takeDeletions(Commands& commands) {
 Pop3Series::Commands Pop3Series::nextCommands() {
   Commands commands;
   const bool more = next_ < expected_.size();
-  const bool early = messages_ >= 2 && (bytes_ > kWindow / 2 || messages_ > kMostMessages / 2);
+  const bool early = messages_ >= 2 && (bytes_ > kWindow / 4 * 3 || messages_ > kMostMessages / 4 * 3);
   if ((!more || early) && deletions_.size() < kManyDeletions) return commands;
   takeDeletions(commands);
   while (!early && next_ < expected_.size() && messages_ < kMostMessages &&

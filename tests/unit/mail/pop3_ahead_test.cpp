@@ -118,14 +118,14 @@ TEST_F(Pop3AheadTest, OtherQuestionsAreAnsweredInTheMiddleOfASeries) {
 }
 
 TEST_F(Pop3AheadTest, ExpectingAgainTakesThePlaceOfWhatHasNotBeenSentFor) {
-  expectMany(600);
+  expectMany(800);
   EXPECT_TRUE(isRight(1));
   const int sent = mailbox->count("RETR");
-  EXPECT_LT(sent, 600);
-  expect(590, 600);
-  for (int n = 590; n <= 600; ++n) EXPECT_TRUE(isRight(n));
+  EXPECT_LT(sent, 700);
+  expect(790, 800);
+  for (int n = 790; n <= 800; ++n) EXPECT_TRUE(isRight(n));
   EXPECT_EQ(sent + 11, mailbox->count("RETR"));
-  EXPECT_TRUE(isRight(500));
+  EXPECT_TRUE(isRight(700));
 }
 
 TEST_F(Pop3AheadTest, ARefusedDeletionLeavesTheMessageAndBreaksNothing) {
@@ -208,14 +208,14 @@ TEST_F(Pop3AheadTest, AnAnswerThatIsNoneEndsTheSessionWithoutQuit) {
     mail->setPopServer("mail.example");
     mail->setPopAccount("bob");
     mail->setPopPassword("secret");
-    expectMany(300);
+    expectMany(800);
     mailbox->answers[wrong] = "what?\r\n";
     int fetched = 0;
-    for (int n = 1; n <= 300; ++n) {
+    for (int n = 1; n <= 800; ++n) {
       fetched += isRight(n) ? 1 : 0;
       static_cast<void>(mail->popDeleteMessage(idOf(n)));
     }
-    EXPECT_LT(fetched, 300);
+    EXPECT_LT(fetched, 800);
     EXPECT_TRUE(quit().empty());
     EXPECT_EQ(0, mailbox->count("QUIT"));
   }
@@ -380,8 +380,8 @@ TEST_F(SeriesAtADistance, AMessageCostsNoWaitOfItsOwn) {
   EXPECT_EQ(100, deletedOf(100));
   const int few = distance.waits;
   EXPECT_EQ(2000, deletedOf(2000));
-  // 512 KiB hold some 128 of these messages, and half of them are asked for at a time.
-  EXPECT_LE(distance.waits - few, 2 * 1900 / 128 + 3);
+  // 1 MiB holds some 250 of these messages.
+  EXPECT_LE(distance.waits - few, 1900 / 250 + 3);
 }
 
 TEST_F(SeriesAtADistance, AServerThatStopsReadingEndsTheSessionWithoutQuit) {

@@ -51,15 +51,15 @@ TEST_F(Pop3SeriesTest, TwoMessagesAreUnderWayHoweverLargeTheyAre) {
   EXPECT_EQ(1, asked(series.nextCommands()));
 }
 
-TEST_F(Pop3SeriesTest, CommandsGoOutAgainWhenHalfIsAnswered) {
+TEST_F(Pop3SeriesTest, CommandsGoOutAgainWhenAQuarterIsAnswered) {
   expect(1000, 8192);
   const int first = asked(series.nextCommands());
-  for (int n = 1; n < first / 2; ++n) {
+  for (int n = 1; n < first / 4; ++n) {
     series.answered();
     ASSERT_EQ("", series.nextCommands().text) << n;
   }
   series.answered();
-  EXPECT_EQ(first / 2, asked(series.nextCommands()));
+  EXPECT_EQ(first / 4, asked(series.nextCommands()));
 }
 
 TEST_F(Pop3SeriesTest, ADeletionGoesOutWithTheNextCommands) {

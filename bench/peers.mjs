@@ -75,7 +75,6 @@ async function run(name, delay, most) {
       const start = performance.now();
       const line = await app.filterMail({ milliseconds: 900000 });
       const seconds = since(start);
-      if (process.env.VORNELLE_BENCH_SAY) console.log(`${name}: ours ${shown(seconds)}`);
       if (line !== `Mail filtered:  0 msgs.  ${count} spam.` || dovecot.files().length > 0) throw new Error(line);
       return seconds;
     });

@@ -73,4 +73,15 @@ struct Form1 : Request {
 
 extern Form1 form1;
 
+// The main window's unload handler, whoever asks for the end: logs the two closing lines, removes the
+// notification icon, saves the settings and ends the process at once. A duplicate copy saves nothing, and
+// neither does one whose settings file has not been read (the end came in the middle of start-up, or the file
+// could not be read): defaults would replace it, passwords and all.
+[[noreturn]] void Form1_Unload();
+
+// Fetches the address over HTTP and stores the body in the file, as raw bytes. Blocks until the transfer
+// ends, within the bounds of downloadUrl. Never reports failure: a server that cannot be reached leaves an
+// empty file in place of an earlier one.
+void openUrl(const std::string& url, const std::string& path);
+
 }  // namespace vornelle

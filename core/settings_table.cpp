@@ -58,11 +58,6 @@ const std::vector<const Setting*>& settingsInDialog() {
   return rows;
 }
 
-const Setting* findSetting(std::string_view key) {
-  const auto found = std::ranges::find(allSettings(), key, &Setting::key);
-  return found == allSettings().end() ? nullptr : &*found;
-}
-
 std::string settingText(const Setting& setting, const Settings& record) {
   const auto text = [&record](const auto& member) -> std::string {
     const auto& value = record.*member;

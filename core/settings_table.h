@@ -52,9 +52,6 @@ struct Setting {
 [[nodiscard]] const std::vector<const Setting*>& settingsOnPage();
 [[nodiscard]] const std::vector<const Setting*>& settingsInDialog();
 
-// Null for what is no key.
-[[nodiscard]] const Setting* findSetting(std::string_view key);
-
 // The value as it is written: "TRUE" and "FALSE", decimal numbers, texts as they are, passwords in the clear.
 [[nodiscard]] std::string settingText(const Setting& setting, const Settings& record = settings);
 

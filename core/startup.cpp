@@ -9,7 +9,6 @@
 #include "core/form1.h"
 #include "core/random_letters.h"
 #include "core/settings.h"
-#include "core/shutdown.h"
 #include "desktop/main_window.h"
 #include "mail/filter_lists.h"
 #include "mail/schedule.h"

@@ -1,8 +1,8 @@
 #include "desktop/main_window.h"
 
 #include "core/event_log.h"
+#include "core/form1.h"
 #include "core/settings.h"
-#include "core/shutdown.h"
 #include "core/version.h"
 #include "platform/files.h"
 #include "platform/modSpecialFolders.h"

@@ -6,7 +6,6 @@
 #include "core/activity.h"
 #include "core/event_log.h"
 #include "core/form1.h"
-#include "core/shutdown.h"
 #include "mail/filter_lists.h"
 #include "mail/filter_run.h"
 #include "pages/Inbox.h"

@@ -3,7 +3,6 @@
 #include "base/text.h"
 #include "core/event_log.h"
 #include "core/form1.h"
-#include "core/open_url.h"
 #include "core/random_letters.h"
 #include "core/settings.h"
 #include "core/version.h"
@@ -17,14 +16,15 @@ namespace {
 
 constexpr int kSessionIdLength = 64;
 
-// The maker's announcement as a block of table rows, which the page hides while the text is empty; "" where a server
-// has answered with a whole page of its own (an error page, a captive portal).
+// The maker's announcement as a block of table rows, which the page hides while the text is empty; "" where a
+// server has answered with a whole page of its own (an error page, a captive portal).
 std::string announcementBlock() {
   const std::string path = applicationFolder() + "\\message.txt";
   openUrl(VORNELLE_ANNOUNCEMENT_URL, path);
   const std::string text = readWholeFile(path);
   if (containsNoCase(text, "<html>")) return "";
-  return "\r\n<tr><td colspan='2'><p>" + pageText(text) + "</p></td></tr><tr><td colspan='2'>&nbsp;</td></tr>";
+  return "\r\n<tr><td colspan='2'><p>" + pageText(text) +
+         "</p></td></tr><tr><td colspan='2'>&nbsp;</td></tr>";
 }
 
 // The place behind the ">" that closes the first form tag; npos without one.

@@ -1,4 +1,4 @@
-#include "core/open_url.h"
+#include "core/form1.h"
 
 #include "tests/unit/support.h"
 

@@ -1,4 +1,4 @@
-#include "core/shutdown.h"
+#include "core/form1.h"
 
 #include <vector>
 

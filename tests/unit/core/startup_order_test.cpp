@@ -3,8 +3,8 @@
 #include "core/startup.h"
 
 #include "core/event_log.h"
+#include "core/form1.h"
 #include "core/settings.h"
-#include "core/shutdown.h"
 #include "tests/unit/core/startup_test_support.h"
 
 namespace vornelle {

@@ -1,4 +1,4 @@
-#include "desktop/win32/about_window.h"
+#include "desktop/win32/dialogs.h"
 
 #include <memory>
 

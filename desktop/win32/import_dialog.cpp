@@ -1,4 +1,4 @@
-#include "desktop/win32/import_dialog.h"
+#include "desktop/win32/dialogs.h"
 
 #include <windows.h>
 // After windows.h.

@@ -7,10 +7,8 @@
 
 #include "core/form1.h"
 #include "desktop/main_window.h"
-#include "desktop/win32/about_window.h"
-#include "desktop/win32/config_dialog.h"
+#include "desktop/win32/dialogs.h"
 #include "desktop/win32/fonts.h"
-#include "desktop/win32/import_dialog.h"
 #include "desktop/win32/keyboard.h"
 #include "desktop/win32/log_box.h"
 #include "desktop/win32/main_controls.h"

@@ -14,6 +14,7 @@
 
 #include "base/hash.h"
 #include "base/text.h"
+#include "platform/common/reading.h"
 #include "platform/common/temporary_name.h"
 #include "platform/unix/file_hooks.h"
 #include "platform/unix/paths.h"
@@ -90,23 +91,9 @@ std::string parentOf(const std::string& native) {
   return slash == 0 ? "/" : native.substr(0, slash);
 }
 
-// From where the file is read on. nullopt: not to its end, or more than the memory holds.
-std::optional<std::string> contentOf(const File& file, std::size_t expected) try {
-  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
-  // grown.
-  std::string content(expected + 1, '\0');
-  std::size_t length = 0;
-  while (true) {
-    const std::optional<std::size_t> got = file.read(content.data() + length, content.size() - length);
-    if (!got) return std::nullopt;
-    if (*got == 0) break;
-    length += *got;
-    if (length == content.size()) content.resize(content.size() * 2);
-  }
-  content.resize(length);
-  return content;
-} catch (const std::exception&) {
-  return std::nullopt;
+// From where the file is read on.
+std::optional<std::string> contentOf(const File& file, std::size_t expected) {
+  return readToEnd(expected, [&file](char* buffer, std::size_t size) { return file.read(buffer, size); });
 }
 
 bool syncFile(const File& file) {
@@ -234,24 +221,19 @@ std::optional<std::string> readFile(const std::string& path) {
   return file.isOpen() ? contentOf(file, static_cast<std::size_t>(status.st_size)) : std::nullopt;
 }
 
-std::optional<FileStart> readFileStart(const std::string& path, std::size_t most) try {
+std::optional<FileStart> readFileStart(const std::string& path, std::size_t most) {
   struct stat status;
   const File file = openForReading(path, status);
   if (!file.isOpen()) return std::nullopt;
+  const auto length = static_cast<std::uint64_t>(status.st_size);
+  std::optional<std::string> text =
+      readAtMost(static_cast<std::size_t>(std::min<std::uint64_t>(most, length)),
+                 [&file](char* buffer, std::size_t size) { return file.read(buffer, size); });
+  if (!text) return std::nullopt;
   FileStart start;
-  start.length = static_cast<std::uint64_t>(status.st_size);
-  start.text.resize(static_cast<std::size_t>(std::min<std::uint64_t>(most, start.length)));
-  std::size_t length = 0;
-  while (length < start.text.size()) {
-    const std::optional<std::size_t> got = file.read(start.text.data() + length, start.text.size() - length);
-    if (!got) return std::nullopt;
-    if (*got == 0) break;  // it has been cut meanwhile
-    length += *got;
-  }
-  start.text.resize(length);
+  start.text = std::move(*text);
+  start.length = length;
   return start;
-} catch (const std::exception&) {
-  return std::nullopt;
 }
 
 bool writeFile(const std::string& path, std::string_view bytes) {

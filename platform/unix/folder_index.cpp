@@ -17,6 +17,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "base/hash.h"
 #include "base/text.h"
 #include "platform/common/temporary_name.h"
 #include "platform/unix/paths.h"
@@ -31,9 +32,7 @@ std::size_t readCount = 0;
 
 struct HashAnyCase {
   std::size_t operator()(const std::string& name) const {
-    std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
-    for (const char c : name) hash = (hash ^ static_cast<unsigned char>(toLowerChar(c))) * 0x100000001b3;
-    return static_cast<std::size_t>(hash);
+    return static_cast<std::size_t>(fnv1a(std::string_view(name), toLowerChar));
   }
 };
 struct EqualAnyCase {

@@ -57,18 +57,6 @@ Timer::~Timer() {
   std::erase(timers().all, this);
 }
 
-void Timer::setInterval(int milliseconds) {
-  if (milliseconds == interval_) return;
-  interval_ = milliseconds;
-  restart();
-}
-
-void Timer::setEnabled(bool enabled) {
-  if (enabled == enabled_) return;
-  enabled_ = enabled;
-  restart();
-}
-
 void Timer::restart() {
   start(this);
 }

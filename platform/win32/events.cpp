@@ -143,18 +143,6 @@ Timer::~Timer() {
   restart();
 }
 
-void Timer::setInterval(int milliseconds) {
-  if (milliseconds == interval_) return;
-  interval_ = milliseconds;
-  restart();
-}
-
-void Timer::setEnabled(bool enabled) {
-  if (enabled == enabled_) return;
-  enabled_ = enabled;
-  restart();
-}
-
 // Every period gets an id of its own: a tick that is on its way when the timer is stopped or started again is
 // not taken for one of the new period.
 void Timer::restart() {

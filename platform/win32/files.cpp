@@ -7,6 +7,7 @@
 #include <exception>
 
 #include "base/hash.h"
+#include "platform/common/reading.h"
 #include "platform/common/temporary_name.h"
 #include "platform/win32/handle.h"
 #include "platform/win32/paths.h"
@@ -79,25 +80,12 @@ std::optional<std::size_t> readSome(const Handle& file, char* buffer, std::size_
   return got;
 }
 
-// From its start on. nullopt: not to its end, or more than the memory holds.
-std::optional<std::string> contentOf(const Handle& file) try {
+// From where the file is read on.
+std::optional<std::string> contentOf(const Handle& file) {
   LARGE_INTEGER size;
   if (!GetFileSizeEx(file.get(), &size)) return std::nullopt;
-  // One byte more than the length shows the end with the last piece, and the loop goes on where the file has
-  // grown.
-  std::string content(static_cast<std::size_t>(size.QuadPart) + 1, '\0');
-  std::size_t length = 0;
-  for (;;) {
-    const std::optional<std::size_t> got = readSome(file, content.data() + length, content.size() - length);
-    if (!got) return std::nullopt;
-    if (*got == 0) break;
-    length += *got;
-    if (length == content.size()) content.resize(content.size() * 2);
-  }
-  content.resize(length);
-  return content;
-} catch (const std::exception&) {
-  return std::nullopt;
+  return readToEnd(static_cast<std::size_t>(size.QuadPart),
+                   [&file](char* buffer, std::size_t most) { return readSome(file, buffer, most); });
 }
 
 // Beside the file, in the same folder.
@@ -195,26 +183,20 @@ std::optional<std::string> readFile(const std::string& path) {
   return file ? contentOf(file) : std::nullopt;
 }
 
-std::optional<FileStart> readFileStart(const std::string& path, std::size_t most) try {
+std::optional<FileStart> readFileStart(const std::string& path, std::size_t most) {
   if (!fileExists(path)) return std::nullopt;
   const Handle file(openFile(systemPath(path), GENERIC_READ, kShareAll, OPEN_EXISTING));
   LARGE_INTEGER size;
   if (!file || !GetFileSizeEx(file.get(), &size)) return std::nullopt;
+  const auto length = static_cast<std::uint64_t>(size.QuadPart);
+  std::optional<std::string> text =
+      readAtMost(static_cast<std::size_t>(std::min<std::uint64_t>(most, length)),
+                 [&file](char* buffer, std::size_t wanted) { return readSome(file, buffer, wanted); });
+  if (!text) return std::nullopt;
   FileStart start;
-  start.length = static_cast<std::uint64_t>(size.QuadPart);
-  start.text.resize(static_cast<std::size_t>(std::min<std::uint64_t>(most, start.length)));
-  std::size_t length = 0;
-  while (length < start.text.size()) {
-    const std::optional<std::size_t> got =
-        readSome(file, start.text.data() + length, start.text.size() - length);
-    if (!got) return std::nullopt;
-    if (*got == 0) break;  // it has been cut meanwhile
-    length += *got;
-  }
-  start.text.resize(length);
+  start.text = std::move(*text);
+  start.length = length;
   return start;
-} catch (const std::exception&) {
-  return std::nullopt;
 }
 
 bool writeFile(const std::string& path, std::string_view bytes) {

@@ -22,5 +22,10 @@ TEST(Hash, WideCharactersAreOneUnitEach) {
   EXPECT_NE(fnv1a(L"\x0141"sv), fnv1a(L"A"sv));
 }
 
+TEST(Hash, AFormCountsInPlaceOfTheCharacter) {
+  EXPECT_EQ(fnv1a("FooBar"sv, [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }),
+            fnv1a("foobar"sv));
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -12,6 +12,8 @@
 namespace vornelle {
 namespace {
 
+constexpr char kEscape = '\x1B';  // starts the letters of a set with seven bits
+
 struct Word {
   std::string_view charset;
   char encoding;
@@ -28,6 +30,23 @@ bool isCharsetName(std::string_view name) {
   return true;
 }
 
+// Where the text of a Q word ends that starts at `start`. Question marks in it are forgiven, so that its end
+// is the first "?=", but for one that is a question mark and an escape in a word that goes on: "what?=3F?=".
+// Another word ends the search.
+std::size_t endOfQ(std::string_view text, std::size_t start) {
+  const std::size_t nextWord = text.find("=?", start);
+  if (nextWord != std::string_view::npos) text = text.substr(0, nextWord + 1);
+  for (std::size_t end = text.find("?=", start); end != std::string_view::npos;
+       end = text.find("?=", end + 1)) {
+    const bool escape =
+        end + 3 < text.size() && hexDigitValue(text[end + 2]) >= 0 && hexDigitValue(text[end + 3]) >= 0;
+    const std::size_t another = text.find_first_of("? \t", end + 4);
+    const bool goesOn = escape && another != std::string_view::npos && text.substr(another, 2) == "?=";
+    if (!goesOn) return end;
+  }
+  return std::string_view::npos;
+}
+
 // The word at the start of the text, if there is one.
 std::optional<Word> parseWord(std::string_view text) {
   if (!text.starts_with("=?")) return std::nullopt;
@@ -39,7 +58,7 @@ std::optional<Word> parseWord(std::string_view text) {
   if (!isCharsetName(word.charset) || text[charsetEnd + 2] != '?') return std::nullopt;
   if (word.encoding != 'B' && word.encoding != 'Q') return std::nullopt;
   const std::size_t start = charsetEnd + 3;
-  const std::size_t end = text.find('?', start);
+  const std::size_t end = word.encoding == 'B' ? text.find('?', start) : endOfQ(text, start);
   if (end == std::string_view::npos || end + 1 >= text.size() || text[end + 1] != '=') return std::nullopt;
   word.text = text.substr(start, end - start);
   word.length = end + 2;
@@ -47,12 +66,17 @@ std::optional<Word> parseWord(std::string_view text) {
 }
 
 std::optional<std::string> wordBytes(const Word& word) {
-  return word.encoding == 'B' ? base64DecodeStrict(word.text) : qEncodingDecode(word.text);
+  if (word.encoding == 'Q') return qEncodingDecode(word.text);
+  std::string text(word.text);
+  std::erase_if(text, [](char c) { return c == ' ' || c == '\t'; });  // folded in its midst
+  return base64DecodeStrict(text);
 }
 
 class Decoder {
  public:
-  explicit Decoder(std::string_view value) : value_(value), plainIsUtf8_(isUtf8(value)) {}
+  Decoder(std::string_view value, std::string_view rawCharset)
+      : value_(value),
+        rawCharset_(isUtf8(value) && value.find(kEscape) == value.npos ? "utf-8" : rawCharset) {}
 
   std::string decode() {
     std::size_t i = 0;
@@ -96,7 +120,7 @@ class Decoder {
     out_ += blanks_;
     blanks_.clear();
     const std::size_t end = text.find_last_not_of(" \t") + 1;
-    out_ += plainIsUtf8_ ? unlabelledToText(text.substr(0, end)) : std::string(text.substr(0, end));
+    out_ += charsetToText(rawCharset_, text.substr(0, end)).value_or(std::string(text.substr(0, end)));
     blanks_ = text.substr(end);
     afterWord_ = false;
   }
@@ -107,7 +131,7 @@ class Decoder {
   }
 
   std::string_view value_;
-  bool plainIsUtf8_;
+  std::string_view rawCharset_;  // of what is no word
   std::string out_;
   std::string blanks_;        // seen and not put out yet: they go when a word follows a word
   std::string_view charset_;  // of the words that are gathered
@@ -117,8 +141,8 @@ class Decoder {
 
 }  // namespace
 
-std::string decodeEncodedWords(std::string_view value) {
-  return Decoder(value).decode();
+std::string decodeEncodedWords(std::string_view value, std::string_view rawCharset) {
+  return Decoder(value, rawCharset).decode();
 }
 
 }  // namespace vornelle

@@ -5,7 +5,7 @@
 // 3. A word whose character set is not known, or that is broken, stays as it stands.
 //
 // More is forgiven than the standard allows, as other mail programs do: words inside quotes or glued to other
-// text, and blanks inside Q words.
+// text, blanks inside words (they count in Q words only), and question marks inside Q words.
 #pragma once
 
 #include <string>
@@ -13,8 +13,8 @@
 
 namespace vornelle {
 
-// The value of an unfolded header field as Windows-1252 text. Bytes above 127 outside words are UTF-8 where
-// the whole value is valid UTF-8, else Windows-1252.
-[[nodiscard]] std::string decodeEncodedWords(std::string_view value);
+// The value of an unfolded header field as text. Bytes outside words that are not ASCII are UTF-8 where the
+// whole value is valid UTF-8, else in `rawCharset` where that is known, else Windows-1252.
+[[nodiscard]] std::string decodeEncodedWords(std::string_view value, std::string_view rawCharset = "");
 
 }  // namespace vornelle

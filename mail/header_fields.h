@@ -8,6 +8,8 @@
 // - Lines end with CR LF or LF.
 // - A line that is no field and goes on with none is passed over when fields are looked for, so that one
 //   broken line hides nothing. The body starts at the empty line, or else at the first such line.
+// - A line of blanks is an empty line too where neither a field nor a continuation follows; and so is the
+//   boundary of the multipart that the header announces, when the empty line in front of it is missing.
 // - "From " and ">From " lines at the top, as mail files have them, belong to the header.
 #pragma once
 
@@ -35,8 +37,8 @@ class HeaderFields {
   // decoded.
   [[nodiscard]] std::optional<std::string> field(std::string_view name) const;
 
-  // The same as Windows-1252 text: encoded words decoded, control characters (tabs aside) become blanks. ""
-  // without the field.
+  // The same as text: encoded words decoded, control characters (tabs aside) become blanks. "" without the
+  // field. Raw bytes that are no UTF-8 are in the character set of the message's own text.
   [[nodiscard]] std::string fieldText(std::string_view name) const;
 
  private:

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "base/text.h"
 #include "mail/base64.h"
 #include "mail/charset.h"
 #include "mail/header_fields.h"
@@ -15,95 +14,30 @@ namespace {
 constexpr std::size_t kDeepest = 32;
 constexpr std::size_t kLongestText = 64U << 20;
 
-bool isBlank(char c) {
-  return c == ' ' || c == '\t';
-}
-
-// Reads "value; name=value; name="quoted value" (comment)" piece by piece.
-class ParameterReader {
- public:
-  explicit ParameterReader(std::string_view text) : rest_(text) {}
-
-  // The value before the first parameter, lower case, without blanks.
-  std::string value() {
-    std::string result;
-    while (!rest_.empty() && rest_.front() != ';') {
-      skipBlanks();
-      if (rest_.empty() || rest_.front() == ';') break;
-      result.push_back(toLowerChar(rest_.front()));
-      rest_.remove_prefix(1);
-    }
-    return result;
-  }
-
-  struct Parameter {
-    std::string name, value;
-  };
-  std::optional<Parameter> next() {
-    while (!rest_.empty()) {
-      if (rest_.front() != ';') {
-        rest_.remove_prefix(1);
-        continue;
-      }
-      rest_.remove_prefix(1);
-      skipBlanks();
-      Parameter parameter;
-      while (!rest_.empty() && rest_.front() != '=' && rest_.front() != ';') {
-        if (!isBlank(rest_.front())) parameter.name.push_back(toLowerChar(rest_.front()));
-        rest_.remove_prefix(1);
-      }
-      if (rest_.empty() || rest_.front() != '=') continue;
-      rest_.remove_prefix(1);
-      skipBlanks();
-      parameter.value = !rest_.empty() && rest_.front() == '"' ? quoted() : token();
-      return parameter;
-    }
-    return std::nullopt;
-  }
-
- private:
-  void skipBlanks() {
-    int depth = 0;
-    while (!rest_.empty() && (depth > 0 || isBlank(rest_.front()) || rest_.front() == '(')) {
-      if (rest_.front() == '(') ++depth;
-      if (rest_.front() == ')') --depth;
-      rest_.remove_prefix(1);
-    }
-  }
-  std::string quoted() {
-    std::string result;
-    rest_.remove_prefix(1);
-    while (!rest_.empty() && rest_.front() != '"') {
-      if (rest_.front() == '\\' && rest_.size() > 1) rest_.remove_prefix(1);
-      result.push_back(rest_.front());
-      rest_.remove_prefix(1);
-    }
-    return result;
-  }
-  std::string token() {
-    const std::size_t end = std::min(rest_.find_first_of("; \t"), rest_.size());
-    std::string result(rest_.substr(0, end));
-    rest_.remove_prefix(end);
-    return result;
-  }
-
-  std::string_view rest_;
-};
-
 bool isMultipart(const ContentType& type) {
   return type.type.starts_with("multipart/") && !type.boundary.empty();
+}
+
+bool isMessage(const ContentType& type) {
+  return type.type == "message/rfc822" || type.type == "message/global";
 }
 
 bool isAttachment(const HeaderFields& header) {
   const std::optional<std::string> field = header.field("Content-Disposition");
   if (!field) return false;
-  const std::string disposition = ParameterReader(*field).value();
+  const std::string disposition = fieldValue(*field);
   return !disposition.empty() && disposition != "inline";
 }
 
 std::string transferEncoding(const HeaderFields& header) {
   const std::optional<std::string> field = header.field("Content-Transfer-Encoding");
-  return field ? ParameterReader(*field).value() : "";
+  return field ? fieldValue(*field) : "";
+}
+
+// The name of a set in which the meta element itself could be read.
+bool isAsciiCompatible(const std::string& charset) {
+  constexpr std::string_view kMarkup = "<a href=\"~+-\">";
+  return charsetToText(charset, kMarkup) == kMarkup;
 }
 
 class Walker {
@@ -112,6 +46,8 @@ class Walker {
 
   TextParts walk() {
     part("text/plain");
+    if (!found_.plain && !found_.html && !found_.otherText) found_ = std::move(inMessages_);
+    if (!found_.plain && !found_.html && !found_.otherText) found_.otherText = std::move(attached_);
     return std::move(found_);
   }
 
@@ -177,14 +113,23 @@ class Walker {
     BodyPart body;
     body.contentType = parseContentType(field ? field : std::optional<std::string>(defaultType));
     const bool attachment = isAttachment(header);
-    if (isMultipart(body.contentType) && !attachment && boundaries_.size() < kDeepest) {
-      return multipart(body.contentType, bodyStart);
+    if (boundaries_.size() + messages_ < kDeepest) {
+      if (isMultipart(body.contentType) && !attachment) return multipart(body.contentType, bodyStart);
+      if (isMessage(body.contentType)) return message();
     }
     body.transferEncoding = transferEncoding(header);
     std::size_t bodyEnd = bodyStart;
     const End end = skipToBoundary(bodyStart, bodyEnd);
     body.source = source_.substr(bodyStart, bodyEnd - bodyStart);
-    if (!attachment) keep(std::move(body));
+    keep(std::move(body), attachment);
+    return end;
+  }
+
+  // A message as a part of another one, whether attached or not.
+  End message() {
+    ++messages_;
+    const End end = part("text/plain");
+    --messages_;
     return end;
   }
 
@@ -201,37 +146,26 @@ class Walker {
     return end;
   }
 
-  void keep(BodyPart body) {
+  void keep(BodyPart body, bool attachment) {
     const std::string& type = body.contentType.type;
     if (!type.starts_with("text/")) return;
-    std::optional<BodyPart>& place = type == "text/html"    ? found_.html
-                                     : type == "text/plain" ? found_.plain
-                                                            : found_.otherText;
+    TextParts& found = messages_ > 0 ? inMessages_ : found_;
+    std::optional<BodyPart>& place = attachment             ? attached_
+                                     : type == "text/html"  ? found.html
+                                     : type == "text/plain" ? found.plain
+                                                            : found.otherText;
     if (!place) place = std::move(body);
   }
 
   std::string_view source_;
   std::string_view rest_;
   std::vector<std::string> boundaries_;  // of the multiparts around the place that is being read
-  TextParts found_;
+  std::size_t messages_ = 0;             // around that place, but for the one that is the source
+  TextParts found_, inMessages_;
+  std::optional<BodyPart> attached_;  // the first attached text
 };
 
 }  // namespace
-
-ContentType parseContentType(const std::optional<std::string>& field) {
-  ContentType result;
-  result.type = "text/plain";
-  if (!field) return result;
-  ParameterReader reader(*field);
-  const std::string type = reader.value();
-  const std::size_t slash = type.find('/');
-  if (slash != std::string::npos && slash > 0 && slash + 1 < type.size()) result.type = type;
-  while (const auto parameter = reader.next()) {
-    if (parameter->name == "charset" && result.charset.empty()) result.charset = parameter->value;
-    if (parameter->name == "boundary" && result.boundary.empty()) result.boundary = parameter->value;
-  }
-  return result;
-}
 
 std::string BodyPart::text() const {
   const std::string_view bounded = source.substr(0, kLongestText);
@@ -243,10 +177,12 @@ std::string BodyPart::text() const {
   } else {
     bytes = bounded;
   }
-  if (!contentType.charset.empty()) {
-    if (std::optional<std::string> converted = charsetToText(contentType.charset, bytes, kLongestText))
-      return std::move(*converted);
+  std::optional<std::string> converted = charsetToText(contentType.charset, bytes, kLongestText);
+  if (!converted && contentType.type == "text/html") {
+    const std::string named = metaCharset(bytes);
+    if (isAsciiCompatible(named)) converted = charsetToText(named, bytes, kLongestText);
   }
+  if (converted) return std::move(*converted);
   return unlabelledToText(bytes, kLongestText);
 }
 

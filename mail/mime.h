@@ -5,6 +5,8 @@
 // 2. A line "--boundary" of any multipart on the stack ends the part that is being read; "--boundary--" ends
 //    that multipart too. So a part whose end is missing ends where an outer one goes on.
 // 3. The first part of type text/html and the first of type text/plain that are not attachments are the text.
+// 4. Where there is none, the text is that of an attached message, or else an attached text: what a person
+//    would see first.
 //
 // Multiparts nested more deeply than anybody nests them are not looked into.
 #pragma once
@@ -13,18 +15,9 @@
 #include <string>
 #include <string_view>
 
+#include "mail/content_type.h"
+
 namespace vornelle {
-
-class HeaderFields;
-
-struct ContentType {
-  std::string type;      // "text/html", lower case
-  std::string charset;   // "" when none is given
-  std::string boundary;  // "" when none is given
-};
-
-// Without a field, and for one that cannot be read: text/plain.
-[[nodiscard]] ContentType parseContentType(const std::optional<std::string>& field);
 
 // A part's body as it stands in the source, and how to read it.
 struct BodyPart {
@@ -32,7 +25,8 @@ struct BodyPart {
   ContentType contentType;
   std::string transferEncoding;  // lower case
 
-  // Decoded to Windows-1252. What is past 64 MiB is left out: nobody reads it.
+  // Decoded. An HTML text without a character set is in the one that its meta element names. What is past
+  // 64 MiB is left out: nobody reads it.
   [[nodiscard]] std::string text() const;
 };
 

@@ -135,10 +135,10 @@ TEST(Mime, AnAttachedMultipartIsNotLookedInto) {
   EXPECT_EQ("later", plainOf(multipart("mixed", "out", {inner, "\r\nlater"})));
 }
 
-TEST(Mime, AMessageInsideAMessageIsNoText) {
+TEST(Mime, TheTextOfAMessageInsideAMessageCountsWhereThereIsNoOther) {
   const std::string forwarded = "Content-Type: message/rfc822\r\n\r\nFrom: x@y\r\n\r\nforwarded";
   EXPECT_EQ("plain", plainOf(multipart("mixed", "b", {forwarded, kPlain})));
-  EXPECT_EQ("(none)", plainOf(multipart("digest", "b", {"\r\nFrom: x@y\r\n\r\nforwarded"})));
+  EXPECT_EQ("forwarded", plainOf(multipart("digest", "b", {"\r\nFrom: x@y\r\n\r\nforwarded"})));
 }
 
 TEST(Mime, ALineThatOnlyLooksLikeABoundaryIsText) {

@@ -20,8 +20,8 @@ class SystemCodePage {
   [[nodiscard]] std::optional<char16_t> character(std::string_view bytes) const;
 
  private:
-  void* converter_ = nullptr;  // POSIX: of iconv
-  int number_ = 0;             // Windows: 0 when there is no such code page
+  [[maybe_unused]] void* converter_ = nullptr;  // POSIX: of iconv
+  [[maybe_unused]] int number_ = 0;             // Windows: 0 when there is no such code page
 };
 
 }  // namespace vornelle

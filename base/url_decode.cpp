@@ -71,4 +71,34 @@ std::string decodePostedReferences(std::string_view text) {
   }
 }
 
+std::string formDecode(std::string_view text) {
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const int high = text[i] == '%' && i + 2 < text.size() ? hexDigitValue(text[i + 1]) : -1;
+    const int low = high >= 0 ? hexDigitValue(text[i + 2]) : -1;
+    if (low >= 0) {
+      decoded += static_cast<char>(high * 16 + low);
+      i += 2;
+    } else {
+      decoded += text[i] == '+' ? ' ' : text[i];
+    }
+  }
+  return decoded;
+}
+
+std::string formEncode(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : text) {
+    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.';
+    if (plain) {
+      encoded += c;
+    } else {
+      const auto code = static_cast<unsigned char>(c);
+      encoded.append({'%', kDigits[code >> 4], kDigits[code & 15]});
+    }
+  }
+  return encoded;
+}
+
 }  // namespace vornelle

@@ -181,6 +181,18 @@ std::string fieldValue(std::string_view field) {
   return ParameterReader(field).value();
 }
 
+std::string fieldParameter(std::string_view field, std::string_view name) {
+  ParameterReader reader(field);
+  static_cast<void>(reader.value());
+  Value value;
+  while (auto parameter = reader.next()) {
+    const std::size_t star = std::min(parameter->name.find('*'), parameter->name.size());
+    if (std::string_view(parameter->name).substr(0, star) != name) continue;
+    value.take(std::string_view(parameter->name).substr(star), std::move(parameter->value));
+  }
+  return value.whole();
+}
+
 std::string metaCharset(std::string_view html) {
   constexpr std::size_t kNear = 4096;
   constexpr std::string_view kName = "charset";

@@ -1,10 +1,12 @@
 #include "mail/mime.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "mail/base64.h"
 #include "mail/charset.h"
+#include "mail/encoded_words.h"
 #include "mail/header_fields.h"
 #include "mail/quoted_printable.h"
 
@@ -13,6 +15,7 @@ namespace {
 
 constexpr std::size_t kDeepest = 32;
 constexpr std::size_t kLongestText = 64U << 20;
+constexpr std::size_t kLongestName = 300;
 
 bool isMultipart(const ContentType& type) {
   return type.type.starts_with("multipart/") && !type.boundary.empty();
@@ -40,6 +43,26 @@ bool isAsciiCompatible(const std::string& charset) {
   return charsetToText(charset, kMarkup) == kMarkup;
 }
 
+Attachment attachmentOf(const HeaderFields& header, const BodyPart& body) {
+  Attachment attachment;
+  attachment.type = body.contentType.type;
+  for (const auto& [field, parameter] : {std::pair{"Content-Disposition", "filename"}, {"Content-Type", "name"}}) {
+    const std::optional<std::string> value = header.field(field);
+    if (!value || !attachment.name.empty()) continue;
+    const std::string name = fieldParameter(*value, parameter);
+    attachment.name = name.find("=?") == std::string::npos ? unlabelledToText(name, kLongestName)
+                                                           : decodeEncodedWords(name).substr(0, kLongestName);
+  }
+  attachment.name = attachment.name.substr(attachment.name.find_last_of("\\/") + 1);
+  attachment.bytes = body.source.size();
+  if (body.transferEncoding == "base64") {
+    const auto lineEnds = static_cast<std::size_t>(std::count_if(
+        body.source.begin(), body.source.end(), [](char c) { return c == '\r' || c == '\n' || c == '='; }));
+    attachment.bytes = (body.source.size() - lineEnds) / 4 * 3 + (body.source.size() - lineEnds) % 4;
+  }
+  return attachment;
+}
+
 class Walker {
  public:
   explicit Walker(std::string_view source) : source_(source), rest_(source) {}
@@ -48,6 +71,7 @@ class Walker {
     part("text/plain");
     if (!found_.plain && !found_.html && !found_.otherText) found_ = std::move(inMessages_);
     if (!found_.plain && !found_.html && !found_.otherText) found_.otherText = std::move(attached_);
+    found_.attachments = std::move(attachments_);
     return std::move(found_);
   }
 
@@ -121,6 +145,9 @@ class Walker {
     std::size_t bodyEnd = bodyStart;
     const End end = skipToBoundary(bodyStart, bodyEnd);
     body.source = source_.substr(bodyStart, bodyEnd - bodyStart);
+    if ((attachment || !body.contentType.type.starts_with("text/")) && attachments_.size() < kMostAttachments) {
+      attachments_.push_back(attachmentOf(header, body));
+    }
     keep(std::move(body), attachment);
     return end;
   }
@@ -162,6 +189,7 @@ class Walker {
   std::vector<std::string> boundaries_;  // of the multiparts around the place that is being read
   std::size_t messages_ = 0;             // around that place, but for the one that is the source
   TextParts found_, inMessages_;
+  std::vector<Attachment> attachments_;
   std::optional<BodyPart> attached_;  // the first attached text
 };
 

@@ -11,9 +11,11 @@
 // Multiparts nested more deeply than anybody nests them are not looked into.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "mail/content_type.h"
 
@@ -30,9 +32,19 @@ struct BodyPart {
   [[nodiscard]] std::string text() const;
 };
 
+// A part that is no text of the message: a file that comes with it, a picture in it.
+struct Attachment {
+  std::string name;  // Windows-1252, without a folder; "" when it has none
+  std::string type;  // "image/png"
+  std::size_t bytes = 0;  // decoded, within a few
+};
+
+inline constexpr std::size_t kMostAttachments = 1000;  // that are told of
+
 struct TextParts {
   std::optional<BodyPart> plain, html;
   std::optional<BodyPart> otherText;  // the first part of another text type that is no attachment
+  std::vector<Attachment> attachments;
 };
 
 // The source of the whole message, header included.

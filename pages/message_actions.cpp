@@ -193,6 +193,50 @@ bool restoreRow(const CheckedRow& row) {
   return false;
 }
 
+void workThrough(std::vector<CheckedRow> rows, bool inbox) {
+  Activity activity(Task::restoreAndDelete);
+  Tally tally;
+
+  // 1. The Inbox is on the server.
+  if (inbox) {
+    MailComponent& component = newPopComponent();
+    component.setSmtpServer(settings.SMTP_SERVER);
+    if (!component.popConnect()) {
+      outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
+      outcomes.deletion = outcomes.failure;
+      beep();
+      logFailure("**Cannot log onto POP3 server!", lastMailFailures.pop);
+      currentMail.reset();
+      return;
+    }
+  }
+
+  // 2. Row by row. A message that was to be restored and could not be is not deleted behind that.
+  putRestoresFirst(rows);
+  std::vector<std::int32_t> notRestored;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const CheckedRow& row = rows[i];
+    activity.step(static_cast<int>(i), static_cast<int>(rows.size()));
+    doEvents();
+    if (row.restore) {
+      const bool restored = restoreRow(row);
+      ++(restored ? tally.restored : tally.notRestored);
+      if (!restored) notRestored.push_back(row.row);
+    } else if (std::find(notRestored.begin(), notRestored.end(), row.row) != notRestored.end()) {
+      LogWindowAdd("**Not deleted, since it could not be restored: " + row.key + ".txt");
+      ++tally.notDeleted;
+    } else if (inbox) {
+      ++(deleteFromInbox(row) ? tally.deleted : tally.notDeleted);
+    } else {
+      ++(deleteFromSpamBox(row) ? tally.deleted : tally.notDeleted);
+    }
+  }
+
+  // 3. The deletions take effect when the session ends.
+  if (inbox) currentMail.reset();
+  tally.remember();
+}
+
 }  // namespace
 
 std::string showMessage(const std::string& uidl) {
@@ -239,50 +283,15 @@ void deleteChecked(std::string_view box) {
   std::size_t button = findNoCase(request, "SUBMIT3=DELETE&");
   if (button == std::string_view::npos) button = findNoCase(request, "SUBMIT3=RESTORE-DELETE&");
   if (button == std::string_view::npos) return;
-  std::vector<CheckedRow> rows = checkedRows(request.substr(request.find('&', button) + 1));
+  workThrough(checkedRows(request.substr(request.find('&', button) + 1)), box == "INBOX");
+}
 
-  Activity activity(Task::restoreAndDelete);
-  Tally tally;
+void actOnMessage(std::string_view box, const std::string& key, const std::string& sender, MessageAct act) {
+  workThrough({{act == MessageAct::restore, 0, key, sender}}, box == "INBOX");
+}
 
-  // 2. The Inbox is on the server.
-  const bool inbox = box == "INBOX";
-  if (inbox) {
-    MailComponent& component = newPopComponent();
-    component.setSmtpServer(settings.SMTP_SERVER);
-    if (!component.popConnect()) {
-      outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
-      outcomes.deletion = outcomes.failure;
-      beep();
-      logFailure("**Cannot log onto POP3 server!", lastMailFailures.pop);
-      currentMail.reset();
-      return;
-    }
-  }
-
-  // 3. Row by row. A message that was to be restored and could not be is not deleted behind that.
-  putRestoresFirst(rows);
-  std::vector<std::int32_t> notRestored;
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    const CheckedRow& row = rows[i];
-    activity.step(static_cast<int>(i), static_cast<int>(rows.size()));
-    doEvents();
-    if (row.restore) {
-      const bool restored = restoreRow(row);
-      ++(restored ? tally.restored : tally.notRestored);
-      if (!restored) notRestored.push_back(row.row);
-    } else if (std::find(notRestored.begin(), notRestored.end(), row.row) != notRestored.end()) {
-      LogWindowAdd("**Not deleted, since it could not be restored: " + row.key + ".txt");
-      ++tally.notDeleted;
-    } else if (inbox) {
-      ++(deleteFromInbox(row) ? tally.deleted : tally.notDeleted);
-    } else {
-      ++(deleteFromSpamBox(row) ? tally.deleted : tally.notDeleted);
-    }
-  }
-
-  // 4. The deletions take effect when the session ends.
-  if (inbox) currentMail.reset();
-  tally.remember();
+bool isSpamKey(std::string_view key) {
+  return isNameInFolder(key);
 }
 
 bool restoreSpam(const std::string& path) {

@@ -21,6 +21,13 @@ namespace vornelle {
 // keys and senders are those of the page that was built last.
 void deleteChecked(std::string_view box);
 
+// The same for one message that is named by its key, as one checked row. `sender` is for the log line.
+enum class MessageAct { restore, remove };
+void actOnMessage(std::string_view box, const std::string& key, const std::string& sender, MessageAct act);
+
+// Whether a key can be that of a file in the SpamBox: no name that leads out of it.
+[[nodiscard]] bool isSpamKey(std::string_view key);
+
 // Sends a SpamBox file to the user's own address; the file stays. False when it was not sent; the log says
 // why.
 bool restoreSpam(const std::string& path);

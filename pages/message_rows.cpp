@@ -5,6 +5,7 @@
 #include "base/characters.h"
 #include "base/numbers.h"
 #include "base/text.h"
+#include "base/url_decode.h"
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/letter_case.h"
@@ -137,9 +138,12 @@ std::string subjectCell(std::string_view subject, std::string_view address, std:
          (settings.NEW_WINDOW ? "target='_blank'" : "") + ">" + text + "</a>\r\n    </td>\r\n";
 }
 
-std::string keyInAddress(std::string_view key) {
-  if (!form1.requestByGateway) return std::string(key);
-  return replaceAll(replaceAll(key, "&", "%26"), "#", "%23");
+std::string messageAddress(std::string_view plain, std::string_view box, std::string_view key) {
+  return form1.requestByGateway ? previewAddress(box, key) : std::string(plain);
+}
+
+std::string previewAddress(std::string_view box, std::string_view key) {
+  return "preview.htm?b=" + std::string(box) + "&k=" + formEncode(key);
 }
 
 std::string sizeCell(std::string_view sizeText) {

@@ -60,8 +60,11 @@ struct RowPage {
 [[nodiscard]] std::string subjectCell(std::string_view subject, std::string_view address,
                                       std::string_view sizeText);
 
-// A message's key in an address. In a browser's page what would end it there is percent-encoded.
-[[nodiscard]] std::string keyInAddress(std::string_view key);
+// Where a row's link leads. `plain` is what it is over the plain wire; in a browser it is the preview.
+[[nodiscard]] std::string messageAddress(std::string_view plain, std::string_view box, std::string_view key);
+
+// "preview.htm?b=spam&k=KEY" or b=inbox, to which the session is to be added.
+[[nodiscard]] std::string previewAddress(std::string_view box, std::string_view key);
 
 [[nodiscard]] std::string sizeCell(std::string_view sizeText);
 

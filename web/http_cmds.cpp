@@ -22,6 +22,7 @@
 #include "web/config_update.h"
 #include "web/list_actions.h"
 #include "web/listener.h"
+#include "web/preview.h"
 #include "web/request.h"
 #include "web/session.h"
 
@@ -168,9 +169,13 @@ constexpr Row kRowsWithSession[] = {
     {"", unrecognizedPage, {PageKind::unknown, PageWork::files}},
 };
 
+constexpr std::string_view kPreview = "PREVIEW.HTM";
+
 // The plain wire knows none of these.
 constexpr Row kRowsOfGateway[] = {
     {"ACCEPTCERTIFICATE.CGI", acceptCertificatePosted, kAction},
+    {kPreview, previewPage, kPage},  // one of a message on the server takes the mail component
+    {"PREVIEW.CGI", previewAction, kAction},
 };
 
 template <std::size_t size>
@@ -205,6 +210,7 @@ PageTraits pageTraits(std::string_view target) {
   const std::string_view path = withoutSlash(target);
   if (const Row* const row = findRow(kRowsForEverybody, path)) return row->traits;
   if (!holdsSession(path)) return kPage;
+  if (startsWithNoCase(path, kPreview)) return previewTakesMailbox(path) ? kMailPage : kPage;
   const PageTraits& traits = rowWithSession(path, true).traits;
   const bool listing = traits.kind == PageKind::page && traits.work == PageWork::mailbox;
   return listing && firstMessageNumber(path) != -1 ? kPage : traits;

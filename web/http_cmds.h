@@ -28,7 +28,7 @@ struct PageTraits {
   PageWork work = PageWork::files;
 };
 
-// Of the row of the page table that answers this target ("/config.htm?s=..."). Without a live session that is
+// Of the row of the page table that answers this target ("/config.htm?s=...") for the gateway. Without a live session that is
 // the log-in page for most of them.
 [[nodiscard]] PageTraits pageTraits(std::string_view target);
 

@@ -127,6 +127,7 @@
       if (wrong) { event.preventDefault(); wrong.focus(); return; }
     }
     if (attribute(form, 'id') === 'boxes' && !mayDelete(form)) { event.preventDefault(); return; }
+    if (attribute(form, 'data-ask') && !confirm(attribute(form, 'data-ask'))) { event.preventDefault(); return; }
     atWork(form, button);
   }
 

@@ -155,13 +155,25 @@ inEachBrowser((userTest, name) => {
     const asked = lure.requests.length;
     await readMessage(user, 'an HTML offer', async (message) => {
       await message.waitForTimeout(500);
-      assert.match(message.url(), /\/view\.htm\?v=[A-Z]{32}$/);
-      assert.equal(await message.innerText('h1'), 'An offer of gr\xfcne \u20ac 5 sausages');
-      assert.equal(await message.title(), 'Offer');
+      assert.match(message.url(), /\/preview\.htm\?b=inbox&k=hostile&s=/);
+      const frame = message.frameLocator('iframe');
+      assert.equal(await frame.locator('h1').innerText(), 'An offer of gr\xfcne \u20ac 5 sausages');
+      assert.equal(await frame.locator('img').count(), 1, 'the picture that it brings itself');
+      assert.equal(await frame.locator('script, form, iframe, link, style, meta, object, embed, svg').count(), 1, 'our own style');
+      assert.match(await message.innerText('.pictures'), /^\d+ pictures that the message would fetch/);
       await user.picture('html-message');
-      await message.click('#send').catch(() => {});
-      await message.waitForTimeout(300);
-      assert.match(message.url(), /\/view\.htm/);
+      // By itself, as it came: in a sandbox, at an address that tells nothing.
+      const opened = user.context.waitForEvent('page');
+      await message.click('text=Open by itself');
+      const alone = await opened;
+      await alone.waitForLoadState('load');
+      assert.match(alone.url(), /\/view\.htm\?v=[A-Z]{32}$/);
+      assert.equal(await alone.innerText('h1'), 'An offer of gr\xfcne \u20ac 5 sausages');
+      assert.equal(await alone.title(), 'Offer');
+      await alone.click('#send').catch(() => {});
+      await alone.waitForTimeout(300);
+      assert.match(alone.url(), /\/view\.htm/);
+      await alone.close();
     });
     assert.deepEqual(lure.requests.slice(asked), []);
     assert.equal(lure.connections, before);
@@ -174,7 +186,10 @@ inEachBrowser((userTest, name) => {
     await user.login();
     const before = lure.connections;
     await readMessage(user, 'unasked offer', async (message) => {
-      const text = await message.innerText('body');
+      assert.equal(await message.frameLocator('iframe').locator('h1').innerText(), 'An offer of gr\xfcne \u20ac 5 sausages');
+      await message.click('text=Show the source');
+      await message.waitForSelector('text=Show the message');
+      const text = await message.frameLocator('iframe').locator('body').innerText();
       assert.match(text, /^From: Stranger <who@stranger\.example>/);
       assert.ok(text.includes(`<script src="http://127.0.0.1:${lure.port}/script.js"></script>`));
       await user.picture('saved-message');
@@ -186,7 +201,7 @@ inEachBrowser((userTest, name) => {
     await user.login();
     await user.go('inbox');
     await readMessage(user, 'plain words', async (message) => {
-      assert.match(await message.innerText('body'), /Good morning\.\s+<b>not bold<\/b>/);
+      assert.match(await message.frameLocator('iframe').locator('body').innerText(), /Good morning\.\s+<b>not bold<\/b>/);
       await user.picture('plain-message');
     });
   });

@@ -66,5 +66,13 @@ TEST(UrlDecode, AllOtherReferencesStayEncoded) {
     EXPECT_EQ(text, decodePostedReferences(text));
 }
 
+TEST(FormEncoding, GivesBackWhatWentIn) {
+  std::string all;
+  for (int c = 0; c < 256; ++c) all += static_cast<char>(c);
+  EXPECT_EQ(formDecode(formEncode(all)), all);
+  EXPECT_EQ(formEncode("a b&c-.%"), "a%20b%26c-.%25");
+  EXPECT_EQ(formDecode("a+b%26c%2f%2F%4%zz%"), "a b&c//%4%zz%");
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -221,10 +221,11 @@ TEST_F(BrowserRows, ASubjectOfBlanksHasANameToBeOpenedBy) {
   EXPECT_THAT(subjectCell("   ", "a", "1K"), testing::HasSubstr(">&lt;none&gt;</a>"));
 }
 
-TEST_F(BrowserRows, AKeyNeitherEndsItsAddressNorTheAttribute) {
-  EXPECT_EQ(keyInAddress("a&s=x#y'z"), "a%26s=x%23y'z");
-  EXPECT_THAT(subjectCell("Hello", "displayemail.cgi?uidl=" + keyInAddress("a' onclick='b&c"), "1K"),
-              testing::HasSubstr("<a href='displayemail.cgi?uidl=a&#39; onclick=&#39;b%26c&s=SESSION' "));
+TEST_F(BrowserRows, ARowLeadsToThePreviewWhateverItsKeyIs) {
+  EXPECT_EQ(messageAddress("displayemail.cgi?uidl=A1", "inbox", "A1"), "preview.htm?b=inbox&k=A1");
+  EXPECT_EQ(messageAddress("x", "spam", "a&s=x#y'z>%41"), "preview.htm?b=spam&k=a%26s%3Dx%23y%27z%3E%2541");
+  form1.requestByGateway = false;
+  EXPECT_EQ(messageAddress("displayemail.cgi?uidl=A1", "inbox", "A1"), "displayemail.cgi?uidl=A1");
 }
 
 // ---- letters outside the code page ----

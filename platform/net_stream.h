@@ -1,5 +1,5 @@
 // A blocking byte stream to a mail server, every wait bounded. The protocol code above it does not know what carries its
-// bytes; this is the place where TLS will be added.
+// bytes: TLS lies over one as over another (platform/tls.h).
 #pragma once
 
 #include <cstddef>

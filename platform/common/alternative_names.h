@@ -3,7 +3,7 @@
 //
 //   30 len  82 len "mail.example"  87 04 7F 00 00 01  ...
 //
-// It is read here, and not by the system, where a name with a NUL in it would come out cut off there.
+// It is read here, since Windows gives such names as texts that end at a NUL, and a name may have one in it.
 #pragma once
 
 #include <string>

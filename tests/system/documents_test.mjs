@@ -71,7 +71,7 @@ const CHEAP = {
 const hacking = fs.readFileSync(path.join(repository, 'docs', 'hacking.md'), 'utf8');
 const commands = [...hacking.matchAll(/^ {4}(\S.*)$/gm)].map(([, line]) => line.replace(/ {3,}.*$/, ''));
 
-describe('commands', { concurrency: 2 }, () => {
+describe('commands', () => {
   test('there are commands', () => assert.ok(commands.length > 10));
   for (const command of commands) {
     test(command, async () => {

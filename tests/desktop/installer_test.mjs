@@ -43,16 +43,30 @@ const link = async (file) => (await desktop.ask(`link ${windowsPath(file)}`)).ta
 
 test('The checksums are those of the files', () => {
   const lines = fs.readFileSync(path.join(packages, 'SHA256SUMS'), 'utf8').trim().split('\n');
-  assert.equal(lines.length, 3);
+  assert.equal(lines.length, 4);
   for (const line of lines) {
     const [sum, name] = line.split(/\s+/);
     assert.equal(crypto.createHash('sha256').update(fs.readFileSync(path.join(packages, name))).digest('hex'), sum);
   }
 });
 
+test('The symbols of both programs lie beside the packages and tell functions and lines', () => {
+  execFileSync('tar', ['-xzf', named(/symbols\.tar\.gz$/), '-C', desktop.folder]);
+  for (const [program, file, nm, addr2line] of [
+    ['dist/linux/vornelle', 'vornelle.debug', 'nm', 'addr2line'],
+    ['dist/windows/vornelle.exe', 'vornelle.exe.debug', 'x86_64-w64-mingw32-nm', 'x86_64-w64-mingw32-addr2line'],
+  ]) {
+    assert.ok(fs.readFileSync(path.join(repository, program), 'latin1').includes(`${file}\0`), `${program} does not name ${file}`);
+    const symbols = path.join(desktop.folder, file);
+    const names = execFileSync(nm, ['-C', symbols], { encoding: 'utf8', maxBuffer: 1 << 28 });
+    const [, address] = /^([0-9a-f]+) [Tt] vornelle::LogWindowAdd\(/m.exec(names);
+    assert.match(execFileSync(addr2line, ['-e', symbols, address], { encoding: 'utf8' }), /core\/event_log\.cpp:\d+/);
+  }
+});
+
 test('The archives hold one application folder with program, data and documentation', () => {
   const zip = execFileSync('unzip', ['-Z1', named(/\.zip$/)], { encoding: 'utf8' }).trim().split('\n');
-  const tar = execFileSync('tar', ['-tzf', named(/\.tar\.gz$/)], { encoding: 'utf8' }).trim().split('\n');
+  const tar = execFileSync('tar', ['-tzf', named(/linux.*\.tar\.gz$/)], { encoding: 'utf8' }).trim().split('\n');
   for (const name of ['vornelle.exe', 'data/top.inc', 'data/login.htm', 'data/vornelle.ico', 'docs/README.md', 'docs/security.md']) {
     assert.ok(zip.includes(`Vornelle/${name}`), `no ${name} in the zip`);
   }

@@ -424,6 +424,9 @@ TEST_F(TlsStreamTest, WhatAReadCannotSendBreaksTheStreamBehindTheTextThatWasTher
   line.takes = line.sent.size() + 2;
   line.add(madeUpRecord(0x18, "") + madeUpData("text"));
   EXPECT_EQ(readOnce(*stream), "text");
+  // Half of a record has gone out: nothing that the line does now mends that.
+  line.takes = kNoLimit;
+  line.add(madeUpData("more"));
   EXPECT_EQ(readOnce(*stream), "(nothing)");
   EXPECT_FALSE(stream->write("x", 1000));
 }

@@ -7,9 +7,12 @@
 
 #include "base/characters.h"
 #include "base/text.h"
+#include "base/url_decode.h"
 #include "pages/browser_text.h"
+#include "pages/safe_html.h"
 #include "web/gateway_answer.h"
 #include "web/http_request_parser.h"
+#include "web/request_origin.h"
 
 namespace {
 
@@ -67,5 +70,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string shown = vornelle::browserText(text);
   if (shown.find_first_of("<>\"'") != std::string::npos) std::abort();
   if (vornelle::firstCharacters(text, 35).size() > std::size_t{35} * 10) std::abort();
+  // Who has caused a request, on the plain wire: the field that is found is one of the text's.
+  static_cast<void>(vornelle::callerOf([&](std::string_view name) { return vornelle::fieldIn(text, name); }));
+  const auto site = vornelle::fieldIn(text, "Sec-Fetch-Site");
+  if (site && (site->find('\n') != std::string::npos || site->size() > text.size())) std::abort();
+  // What a preview's address and its form say comes back as it was.
+  if (vornelle::formDecode(vornelle::formEncode(text)) != text) std::abort();
+  // A message written anew holds nothing that runs or fetches, and reads the same way a second time.
+  const vornelle::SafeHtml safe = vornelle::safeHtml(text);
+  for (const char* tag : {"<script", "<iframe", "<style", "<form", "<input", "<meta", "<link", "<base", "<object", "<svg",
+                          "href=\"javascript", "<!--"}) {
+    if (vornelle::containsNoCase(safe.html, tag)) std::abort();
+  }
+  if (vornelle::safeHtml(safe.html).picturesLeftOut != 0) std::abort();
   return 0;
 }

@@ -107,6 +107,13 @@ void logBoxAppend(HWND logBox, std::string_view piece) {
   }
 }
 
+void logBoxShowAll() {
+  Waiting& lines = waiting();
+  if (!lines.logBox) return;
+  if (!lines.text.empty()) show();
+  UpdateWindow(lines.logBox);
+}
+
 void logBoxReplace(HWND logBox, const std::string& text) {
   Waiting& lines = waiting();
   lines.logBox = logBox;

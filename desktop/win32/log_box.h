@@ -14,4 +14,7 @@ namespace vornelle::win32 {
 void logBoxAppend(HWND logBox, std::string_view piece);
 void logBoxReplace(HWND logBox, const std::string& text);
 
+// Shows and draws what has been added and not been shown yet, for when the program is about to block.
+void logBoxShowAll();
+
 }  // namespace vornelle::win32

@@ -4,6 +4,7 @@
 #include <windows.h>
 // After windows.h.
 #include <commctrl.h>
+#include <windowsx.h>
 
 #include "core/form1.h"
 #include "desktop/main_window.h"
@@ -14,6 +15,7 @@
 #include "desktop/win32/main_controls.h"
 #include "desktop/win32/resource.h"
 #include "mail/schedule.h"
+#include "platform/before_blocking.h"
 #include "platform/events.h"
 #include "platform/win32/event_loop.h"
 #include "platform/win32/shell_window.h"
@@ -78,6 +80,7 @@ void observeForm1() {
   showCheckBox(form1.ckAutostart, IDC_ckAutostart);
   form1.LogWindow.onAppend = [](std::string_view piece) { win32::logBoxAppend(controls.logBox(), piece); };
   form1.LogWindow.onReplace = [] { win32::logBoxReplace(controls.logBox(), form1.LogWindow.text()); };
+  setBeforeBlocking(win32::logBoxShowAll);
   form1.onWindowChange = showWindowState;
   form1.onRaise = raiseWindow;
 }
@@ -153,10 +156,20 @@ void activated(bool active) {
   }
 }
 
+// A movement comes from the window's own queue, and the pointer stood where it says.
+bool isRealMovement(LPARAM lParam) {
+  if (InSendMessage()) return false;
+  const DWORD place = GetMessagePos();
+  POINT pointer{GET_X_LPARAM(place), GET_Y_LPARAM(place)};
+  ScreenToClient(window, &pointer);
+  return pointer.x == GET_X_LPARAM(lParam) && pointer.y == GET_Y_LPARAM(lParam);
+}
+
 // Both the icon's messages and real movements of the mouse come here. The icon's carry its number and no
-// vertical coordinate.
+// vertical coordinate; so does a movement over the top row with the left button held down.
 void mouseMessage(WPARAM wParam, LPARAM lParam) {
-  if (wParam == win32::kNotifyIconId && HIWORD(lParam) == 0) iconMessage(LOWORD(lParam));
+  if (wParam != win32::kNotifyIconId || HIWORD(lParam) != 0 || isRealMovement(lParam)) return;
+  iconMessage(LOWORD(lParam));
 }
 
 void resolutionChanged(LPARAM lParam) {

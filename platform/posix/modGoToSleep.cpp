@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <ctime>
 
+#include "platform/common/blocking.h"
+
 namespace vornelle {
 namespace {
 
@@ -18,6 +20,7 @@ timespec inMilliseconds(std::int64_t milliseconds) {
 
 void pause(int milliseconds) {
   if (milliseconds <= 0) return;
+  aboutToBlock();
   timespec end{};
   clock_gettime(CLOCK_MONOTONIC, &end);
   const timespec length = inMilliseconds(milliseconds);

@@ -15,6 +15,7 @@
 #include "base/numbers.h"
 #include "base/punycode.h"
 #include "platform/clock.h"
+#include "platform/common/blocking.h"
 #include "platform/common/connecting.h"
 #include "platform/common/left_behind.h"
 #include "platform/posix/descriptor.h"
@@ -24,13 +25,17 @@ namespace {
 
 // False when the time has passed. True also for a broken connection: the next call says so.
 bool waitFor(int descriptor, short events, std::int64_t until) {
-  while (true) {
-    const std::int64_t left = std::max<std::int64_t>(until - monotonicMilliseconds(), 0);
-    pollfd look{descriptor, events, 0};
-    const int count = poll(&look, 1, static_cast<int>(left));
-    if (count > 0) return true;
-    if (count == 0 || errno != EINTR) return false;
-  }
+  const std::int64_t left = std::max<std::int64_t>(until - monotonicMilliseconds(), 0);
+  return waitTold(left, [&](std::int64_t milliseconds) {
+    const std::int64_t end = monotonicMilliseconds() + milliseconds;
+    while (true) {
+      pollfd look{descriptor, events, 0};
+      const std::int64_t rest = std::max<std::int64_t>(end - monotonicMilliseconds(), 0);
+      const int count = poll(&look, 1, static_cast<int>(rest));
+      if (count > 0) return true;
+      if (count == 0 || errno != EINTR) return false;
+    }
+  });
 }
 
 class TcpStream final : public NetStream {
@@ -116,6 +121,19 @@ struct LookUp {
 
   [[nodiscard]] bool finished() const { return gai_error(const_cast<gaicb*>(&request)) != EAI_INPROGRESS; }
 
+  // Whether it has ended within that time.
+  [[nodiscard]] bool ends(std::int64_t milliseconds) const {
+    const std::int64_t end = monotonicMilliseconds() + milliseconds;
+    while (!finished()) {
+      const std::int64_t left = end - monotonicMilliseconds();
+      if (left <= 0) return false;
+      const timespec time{static_cast<time_t>(left / 1000), static_cast<long>(left % 1000 * 1000000)};
+      const gaicb* const waitedFor[] = {&request};
+      gai_suspend(waitedFor, 1, &time);
+    }
+    return true;
+  }
+
   // An address needs no looking up.
   [[nodiscard]] bool isAddress() {
     addrinfo numeric = hints;
@@ -130,17 +148,10 @@ struct LookUp {
     request.ar_request = &hints;
     gaicb* list[] = {&request};
     if (getaddrinfo_a(GAI_NOWAIT, list, 1, nullptr) != 0) return true;  // it brings nothing
-    while (!finished()) {
-      const std::int64_t left = until - monotonicMilliseconds();
-      if (left <= 0) {
-        gai_cancel(&request);
-        return false;
-      }
-      const timespec time{static_cast<time_t>(left / 1000), static_cast<long>(left % 1000 * 1000000)};
-      const gaicb* const waitedFor[] = {&request};
-      gai_suspend(waitedFor, 1, &time);
-    }
-    return true;
+    const std::int64_t all = std::max<std::int64_t>(until - monotonicMilliseconds(), 0);
+    if (waitTold(all, [this](std::int64_t milliseconds) { return ends(milliseconds); })) return true;
+    gai_cancel(&request);
+    return false;
   }
 };
 

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "platform/clock.h"
+#include "platform/common/blocking.h"
 #include "platform/common/left_behind.h"
 
 namespace vornelle {
@@ -92,8 +93,10 @@ class Transfer {
       stepUnderWay_ = false;
       return done ? Step::doneAtOnce : Step::failed;
     }
-    const auto left = static_cast<DWORD>(std::max<std::int64_t>(end - monotonicMilliseconds(), 0));
-    const bool ended = WaitForSingleObject(stepDone_, left) == WAIT_OBJECT_0;
+    const std::int64_t left = std::max<std::int64_t>(end - monotonicMilliseconds(), 0);
+    const bool ended = waitTold(left, [this](std::int64_t milliseconds) {
+      return WaitForSingleObject(stepDone_, static_cast<DWORD>(milliseconds)) == WAIT_OBJECT_0;
+    });
     return ended && result_ != 0 ? Step::doneLater : Step::failed;
   }
 

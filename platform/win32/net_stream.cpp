@@ -6,6 +6,7 @@
 
 #include "base/numbers.h"
 #include "platform/clock.h"
+#include "platform/common/blocking.h"
 #include "platform/common/connecting.h"
 #include "platform/common/left_behind.h"
 #include "platform/win32/text.h"
@@ -38,17 +39,19 @@ enum class For { reading, writing };
 // False on time-out or a failed connection attempt.
 bool waitSocket(SOCKET socket, For purpose, const Deadline& deadline) {
   fd_set wanted;
-  fd_set failed;
-  FD_ZERO(&wanted);
-  FD_ZERO(&failed);
-  FD_SET(socket, &wanted);
-  FD_SET(socket, &failed);
-  const long left = deadline.left();
-  timeval time{left / 1000, left % 1000 * 1000};
   const bool reads = purpose == For::reading;
-  const int ready =
-      select(0, reads ? &wanted : nullptr, reads ? nullptr : &wanted, reads ? nullptr : &failed, &time);
-  return ready > 0 && FD_ISSET(socket, &wanted);
+  const bool ready = waitTold(deadline.left(), [&](std::int64_t milliseconds) {
+    fd_set failed;
+    FD_ZERO(&wanted);
+    FD_ZERO(&failed);
+    FD_SET(socket, &wanted);
+    FD_SET(socket, &failed);
+    const auto left = static_cast<long>(milliseconds);
+    timeval time{left / 1000, left % 1000 * 1000};
+    return select(0, reads ? &wanted : nullptr, reads ? nullptr : &wanted, reads ? nullptr : &failed, &time) >
+           0;
+  });
+  return ready && FD_ISSET(socket, &wanted);
 }
 
 class SocketStream : public NetStream {
@@ -111,7 +114,10 @@ class LookUp {
       SetEvent(overlapped_.hEvent);
       return true;
     }
-    if (WaitForSingleObject(overlapped_.hEvent, static_cast<DWORD>(deadline.left())) == WAIT_OBJECT_0) {
+    const auto ends = [this](std::int64_t milliseconds) {
+      return WaitForSingleObject(overlapped_.hEvent, static_cast<DWORD>(milliseconds)) == WAIT_OBJECT_0;
+    };
+    if (waitTold(deadline.left(), ends)) {
       failed_ = GetAddrInfoExOverlappedResult(&overlapped_) != 0;
       return true;
     }

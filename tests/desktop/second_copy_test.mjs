@@ -7,6 +7,7 @@ import path from 'node:path';
 import { after, before, test } from 'node:test';
 import { promisify } from 'node:util';
 
+import { MailServer } from '../support/mailserver.mjs';
 import { until } from '../support/tools.mjs';
 import { Desktop } from './wine.mjs';
 
@@ -53,4 +54,28 @@ test('The warning of a second copy can be read in its window while it waits', as
   app.child = child;
   app.ended = null;
   child.once('exit', (code, signal) => { app.ended = { code, signal }; });
+});
+
+test('What has been logged is in the log box while a silent mail server holds the program up', async () => {
+  const server = await MailServer.start({ pop: { faults: [{ verb: 'GREETING', stall: true }] } });
+  const app = await desktop.install({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}` } });
+  let run;
+  try {
+    await desktop.run(app);
+    const log = desktop.control(await desktop.main({ visible: true }), 107).rect;
+    await app.login();
+    // More lines in a moment than are shown one by one.
+    for (let i = 0; i < 3; i++) await app.get('/quick.htm?s={s}');
+    run = app.get('/MAILFILTER.CGI?s={s}', { milliseconds: 60000 }).catch(() => {});
+    await app.event('Filter mail (user request)');
+    // The banner has taken the place of the line before it, and has two.
+    const expected = app.events().length + 1;
+    // The first character of each line: further on the one line's descenders touch the next one's ascenders.
+    const area = [log[0] + 3, log[1] + 3, log[0] + 9, log[3] - 40];
+    let seen;
+    await until(async () => (seen = await textLines(area)) >= expected, () => `${expected} lines, not ${seen}`, 4000);
+  } finally {
+    await server.stop();
+    await run;
+  }
 });

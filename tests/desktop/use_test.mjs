@@ -177,6 +177,28 @@ test('A click on the icon gives a maximised window its normal size again, hidden
   }
 });
 
+test('The mouse that is dragged along the top of the window is not taken for the icon', async () => {
+  await desktop.moveAside();
+  const width = ([left, , right]) => right - left;
+  const normal = width((await desktop.main()).rect);
+  await desktop.insist(async () => {
+    const [left, top, right] = (await desktop.main()).rect;
+    await desktop.xdotool('mousemove', Math.round((left + right) / 2), top + 8, 'click', '--repeat', 2, '--delay', 40, 1);
+  }, async () => width((await desktop.main()).rect) > 1200, 'the maximised window');
+  // Every point with the icon's numbers across that the top row of the window's inside can have.
+  const main = await desktop.main();
+  const [left] = main.rect;
+  const top = Math.min(...main.children.map((child) => child.rect[1]));
+  const moves = [];
+  for (let y = top - 1; y > top - 30; y--) {
+    for (let x = left + 508; x < left + 528; x++) moves.push('mousemove', x, y, 'sleep', '0.004');
+  }
+  await desktop.xdotool('mousemove', left + 500, top - 1, 'mousedown', 1, ...moves, 'mouseup', 1);
+  assert.ok(width((await desktop.main()).rect) > 1200, 'still maximised');
+  await desktop.insist(() => desktop.clickIcon(),
+    async () => width((await desktop.main()).rect) === normal, 'the normal window');
+});
+
 test('A NUL in a line does not hide what is logged after it', async () => {
   const before = (await desktop.logText()).length;
   await app.post('/login.cgi', { POP_ACCOUNT: 'odd\0name', POP_PASSWORD: 'odd', SUBMIT: 'Login' });

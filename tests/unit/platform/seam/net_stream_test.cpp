@@ -1,4 +1,6 @@
 #include "platform/net_stream.h"
+#include "platform/before_blocking.h"
+#include "platform/modGoToSleep.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -141,6 +143,29 @@ TEST(NetStreamTest, NobodyThereIsNoStream) {
   EXPECT_FALSE(openNetStream("127.0.0.1", 0, 5000));
   EXPECT_FALSE(openNetStream("127.0.0.1", 65536, 5000));
   EXPECT_FALSE(openNetStream(std::string("localhost\0x", 11), 110, 5000));
+}
+
+TEST(NetStreamTest, TheProgramIsToldBeforeAServerBlocksItAndNotForAnAnswerThatIsThere) {
+  ScriptServer server([](native::Socket connection) {
+    sendAll(connection, "hello");
+    readUntil(connection, "nothing");
+  });
+  const auto stream = openNetStream("localhost", server.port, 5000);
+  ASSERT_TRUE(stream);
+  int told = 0;
+  char buffer[5];
+  std::size_t got = 0;
+  while (got < 5) got += stream->read(buffer, 5 - got, 5000).value_or(5);
+  setBeforeBlocking([&told] { ++told; });
+  EXPECT_EQ(stream->read(buffer, 5, 10), std::nullopt);
+  EXPECT_EQ(told, 0);
+  EXPECT_EQ(stream->read(buffer, 5, 200), std::nullopt);
+  EXPECT_EQ(told, 1);
+  pause(1);
+  EXPECT_EQ(told, 2);
+  pause(0);
+  EXPECT_EQ(told, 2);
+  setBeforeBlocking(nullptr);
 }
 
 // The look-ups go on by themselves; what they write to must still be there.

@@ -196,5 +196,30 @@ TEST(Mime, HostileStructureTakesLinearTime) {
       findTextParts("Content-Type: multipart/mixed; boundary=" + longBoundary + "\r\n\r\n--" + longBoundary));
 }
 
+TEST(Attachments, AreToldByNameTypeAndSize) {
+  const std::string source =
+      "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n\r\nwords\r\n"
+      "--b\r\nContent-Type: application/pdf\r\nContent-Transfer-Encoding: base64\r\n"
+      "Content-Disposition: attachment; filename=\"C:\\\\x\\\\bill.pdf\"\r\n\r\nQUJD\r\nREVG\r\n"
+      "--b\r\nContent-Type: image/png; name*=UTF-8''na%C3%AFve.png\r\n\r\nabcd\r\n"
+      "--b\r\nContent-Type: application/zip; name=\"=?utf-8?q?=C3=BCber.zip?=\"\r\n\r\n\r\n"
+      "--b\r\nContent-Type: application/x-nameless\r\n\r\nx\r\n--b--\r\n";
+  const TextParts parts = findTextParts(source);
+  ASSERT_TRUE(parts.plain);
+  ASSERT_EQ(parts.attachments.size(), 4u);
+  EXPECT_EQ(parts.attachments[0].name, "bill.pdf");
+  EXPECT_EQ(parts.attachments[0].type, "application/pdf");
+  EXPECT_EQ(parts.attachments[0].bytes, 6u);
+  EXPECT_EQ(parts.attachments[1].name, "na\xEFve.png");
+  EXPECT_EQ(parts.attachments[1].bytes, 4u);
+  EXPECT_EQ(parts.attachments[2].name, "\xFC" "ber.zip");
+  EXPECT_EQ(parts.attachments[3].name, "");
+  EXPECT_EQ(parts.attachments[3].type, "application/x-nameless");
+}
+
+TEST(Attachments, OfAMessageWithoutAnyAreNone) {
+  EXPECT_TRUE(findTextParts("Subject: x\r\n\r\nwords\r\n").attachments.empty());
+}
+
 }  // namespace
 }  // namespace vornelle

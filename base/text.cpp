@@ -87,7 +87,8 @@ std::size_t findNoCase(std::string_view text, std::string_view find, std::size_t
   if (find.size() > text.size() - from) return std::string_view::npos;
   const std::size_t last = text.size() - find.size();
   const char first = toLowerChar(find[0]);
-  // What has no letter case, as the "<" that every marker begins with, is found by the fastest means there is.
+  // What has no letter case, as the "<" that every marker begins with, is found by the fastest means there
+  // is.
   const bool hasCase = first != toUpperChar(find[0]);
   for (std::size_t at = from; at <= last; ++at) {
     if (hasCase) {

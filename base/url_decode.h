@@ -16,8 +16,8 @@ namespace vornelle {
 // outside Windows-1252 only, are put back; everything else stays encoded.
 [[nodiscard]] std::string decodePostedReferences(std::string_view text);
 
-// The encoding of forms as browsers have it, and back: "a b&c" and "a+b%26c". Everything but letters, digits, "-"
-// and "." of ASCII is encoded; either hexadecimal letter case is decoded.
+// The encoding of forms as browsers have it, and back: "a b&c" and "a+b%26c". Everything but letters, digits,
+// "-" and "." of ASCII is encoded; either hexadecimal letter case is decoded.
 [[nodiscard]] std::string formEncode(std::string_view text);
 [[nodiscard]] std::string formDecode(std::string_view text);
 

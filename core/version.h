@@ -5,7 +5,8 @@
 
 namespace vornelle {
 
-// "1.0.0". CMakeLists.txt has the number; the build makes the source file of this function from version.cpp.in.
+// "1.0.0". CMakeLists.txt has the number; the build makes the source file of this function from
+// version.cpp.in.
 [[nodiscard]] std::string versionText();
 
 // The host name under which the program shows its web interface.

@@ -1,5 +1,5 @@
-// Any bytes in any character set: no more characters than bytes, text that is read back as it was written, and
-// no ASCII character swallowed by a broken sequence.
+// Any bytes in any character set: no more characters than bytes, text that is read back as it was written,
+// and no ASCII character swallowed by a broken sequence.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -15,9 +15,9 @@
 namespace {
 
 constexpr const char* kCharsets[] = {
-    "utf-8",        "utf-16",     "utf-16le", "utf-32",  "utf-7", "us-ascii", "windows-1251", "iso-8859-16",
-    "windows-1252", "shift_jis",  "euc-jp",   "gb18030", "big5",  "euc-kr",   "iso-2022-jp",  "iso-2022-kr",
-    "hz-gb-2312",   "iso-8859-7", "koi8-r",   "cp874"};
+    "utf-8",       "utf-16",       "utf-16le",   "utf-32",     "utf-7",   "us-ascii", "windows-1251",
+    "iso-8859-16", "windows-1252", "shift_jis",  "euc-jp",     "gb18030", "big5",     "euc-kr",
+    "iso-2022-jp", "iso-2022-kr",  "hz-gb-2312", "iso-8859-7", "koi8-r",  "cp874"};
 // Those in which a byte below 64 is never a part of a longer character, but for the digits of GB 18030.
 constexpr std::string_view kPlain[] = {"utf-8", "shift_jis", "euc-jp", "gb18030", "big5", "euc-kr"};
 

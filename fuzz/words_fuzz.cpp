@@ -1,5 +1,5 @@
-// Any text as the value of a header field: what comes out is no longer than references can make it, and a text
-// without words and beyond ASCII comes out as it went in.
+// Any text as the value of a header field: what comes out is no longer than references can make it, and a
+// text without words and beyond ASCII comes out as it went in.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -24,8 +24,8 @@ struct ContentType {
 // What stands in front of the parameters of any such field: lower case, without blanks and comments.
 [[nodiscard]] std::string fieldValue(std::string_view field);
 
-// The value of one of its parameters, "" without it. What RFC 2231 encodes is decoded and stays in its character
-// set.
+// The value of one of its parameters, "" without it. What RFC 2231 encodes is decoded and stays in its
+// character set.
 [[nodiscard]] std::string fieldParameter(std::string_view field, std::string_view name);
 
 // The character set that a meta element near the start of an HTML text names; "" for none.

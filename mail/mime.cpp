@@ -46,7 +46,8 @@ bool isAsciiCompatible(const std::string& charset) {
 Attachment attachmentOf(const HeaderFields& header, const BodyPart& body) {
   Attachment attachment;
   attachment.type = body.contentType.type;
-  for (const auto& [field, parameter] : {std::pair{"Content-Disposition", "filename"}, {"Content-Type", "name"}}) {
+  for (const auto& [field, parameter] :
+       {std::pair{"Content-Disposition", "filename"}, {"Content-Type", "name"}}) {
     const std::optional<std::string> value = header.field(field);
     if (!value || !attachment.name.empty()) continue;
     const std::string name = fieldParameter(*value, parameter);
@@ -145,7 +146,8 @@ class Walker {
     std::size_t bodyEnd = bodyStart;
     const End end = skipToBoundary(bodyStart, bodyEnd);
     body.source = source_.substr(bodyStart, bodyEnd - bodyStart);
-    if ((attachment || !body.contentType.type.starts_with("text/")) && attachments_.size() < kMostAttachments) {
+    if ((attachment || !body.contentType.type.starts_with("text/")) &&
+        attachments_.size() < kMostAttachments) {
       attachments_.push_back(attachmentOf(header, body));
     }
     keep(std::move(body), attachment);

@@ -34,8 +34,8 @@ struct BodyPart {
 
 // A part that is no text of the message: a file that comes with it, a picture in it.
 struct Attachment {
-  std::string name;  // Windows-1252, without a folder; "" when it has none
-  std::string type;  // "image/png"
+  std::string name;       // Windows-1252, without a folder; "" when it has none
+  std::string type;       // "image/png"
   std::size_t bytes = 0;  // decoded, within a few
 };
 

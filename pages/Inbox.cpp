@@ -106,7 +106,8 @@ std::string inboxRow(std::int16_t i) {
   form1.rowSender[static_cast<std::size_t>(i)] = cleanSender(from);
   const std::string sizeText = sizeTextOf(*inboxSize(i));
   return "<tr class='tableBGcolor'>\r\n" + senderCell(from, "") + dateCell(*inboxDate(i)) +
-         subjectCell(*inboxSubject(i), messageAddress("displayemail.cgi?uidl=" + *uidl, "inbox", *uidl), sizeText) +
+         subjectCell(*inboxSubject(i), messageAddress("displayemail.cgi?uidl=" + *uidl, "inbox", *uidl),
+                     sizeText) +
          sizeCell(sizeText) + boxCellStart("delete") + rowBox(settings.deletePrefix, i) +
          "\r\n    </td>\r\n" + "  </tr>\r\n";
 }

@@ -109,7 +109,8 @@ std::string spamboxRow(std::int16_t i) {
   const std::string sizeText = sizeTextOf(*spamboxSize(i));
   const std::string restoreBox = settings.restorePrefix + std::to_string(i);
   return "<tr class='tableBGcolor2'>\r\n" + senderCell(from, restoreBox) + dateCell(*spamboxDate(i)) +
-         subjectCell(*spamboxSubject(i), messageAddress("displayspam.cgi?fn=" + *key + ".txt", "spam", *key), sizeText) +
+         subjectCell(*spamboxSubject(i), messageAddress("displayspam.cgi?fn=" + *key + ".txt", "spam", *key),
+                     sizeText) +
          sizeCell(sizeText) + boxCellStart("restore") + rowBox(settings.restorePrefix, i) + "</td>\r\n" +
          boxCellStart("delete") + rowBox(settings.deletePrefix, i) + "</td>\r\n" + "  </tr>\r\n";
 }

@@ -1,11 +1,12 @@
 // Text that strangers or the user have written, as it goes into a page that is being built.
 //
-// Over the plain wire it stands there as it is. In a browser nothing in it may be markup: a sender, a subject, a
-// key, a list entry or a search text could otherwise bring a link, hide a row, or take a box that is not its own.
-// So it is made into text where the page is built, for a request that came through the gateway.
+// Over the plain wire it stands there as it is. In a browser nothing in it may be markup: a sender, a
+// subject, a key, a list entry or a search text could otherwise bring a link, hide a row, or take a box that
+// is not its own. So it is made into text where the page is built, for a request that came through the
+// gateway.
 //
-// Characters outside Windows-1252 are held as decimal character references ("&#1087;", base/characters.h): those
-// stay, and the browser shows the letter.
+// Characters outside Windows-1252 are held as decimal character references ("&#1087;", base/characters.h):
+// those stay, and the browser shows the letter.
 #pragma once
 
 #include <string>

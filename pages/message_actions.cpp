@@ -142,15 +142,16 @@ struct Tally {
       std::string text = std::to_string(restored) + " restored";
       if (notRestored > 0) {
         const std::string reason = failureText(lastMailFailures.smtp);
-        text += ", " + std::to_string(notRestored) + " could not be: " +
-                (reason.empty() ? "the event log tells why" : reason);
+        text += ", " + std::to_string(notRestored) +
+                " could not be: " + (reason.empty() ? "the event log tells why" : reason);
       }
       outcomes.restore = outcome(notRestored == 0, text);
       if (notRestored > 0) outcomes.failure = outcomes.restore;
     }
     if (deleted + notDeleted > 0) {
       std::string text = std::to_string(deleted) + " deleted";
-      if (notDeleted > 0) text += ", " + std::to_string(notDeleted) + " could not be: the event log tells why";
+      if (notDeleted > 0)
+        text += ", " + std::to_string(notDeleted) + " could not be: the event log tells why";
       outcomes.deletion = outcome(notDeleted == 0, text);
     }
   }

@@ -45,12 +45,13 @@ struct RowPage {
 // The sender without apostrophes and double quotes: what the row table keeps and the add-to-list field gets.
 [[nodiscard]] std::string cleanSender(std::string_view from);
 
-// The cells. Through the gateway what stands in them is text, cut by letters, and each names its column by its
-// class and what the page's script needs by data attributes; over the plain wire it is what it always was.
+// The cells. Through the gateway what stands in them is text, cut by letters, and each names its column by
+// its class and what the page's script needs by data attributes; over the plain wire it is what it always
+// was.
 
 // The sender's cell: a link that puts the clean sender into the page's add-to-list field and ticks the box of
-// that name ("R3"; "" for none); "<none>" where the clean sender is empty. What is shown is cut to 25 characters,
-// over the plain wire after escaping, so that an entity may be split there.
+// that name ("R3"; "" for none); "<none>" where the clean sender is empty. What is shown is cut to 25
+// characters, over the plain wire after escaping, so that an entity may be split there.
 [[nodiscard]] std::string senderCell(std::string_view from, std::string_view tickedBox);
 
 [[nodiscard]] std::string dateCell(std::string_view date);
@@ -68,8 +69,8 @@ struct RowPage {
 
 [[nodiscard]] std::string sizeCell(std::string_view sizeText);
 
-// A cell for a row's box, up to the box: "<td align='center' style='background-color:red'>". `column` is "delete"
-// or "restore".
+// A cell for a row's box, up to the box: "<td align='center' style='background-color:red'>". `column` is
+// "delete" or "restore".
 [[nodiscard]] std::string boxCellStart(std::string_view column);
 
 // The size for display of a byte count in decimal.

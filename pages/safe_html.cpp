@@ -10,20 +10,22 @@ namespace vornelle {
 namespace {
 
 constexpr std::string_view kElements[] = {
-    "a",      "abbr",    "address", "article",    "b",      "big",     "blockquote", "br",    "caption", "center",
-    "cite",   "code",    "col",     "colgroup",   "dd",     "del",     "div",        "dl",    "dt",      "em",
-    "figure", "figcaption", "font", "footer",     "h1",     "h2",      "h3",         "h4",    "h5",      "h6",
-    "header", "hr",      "i",       "ins",        "kbd",    "li",      "main",       "ol",    "p",       "pre",
-    "q",      "s",       "samp",    "section",    "small",  "span",    "strike",     "strong", "sub",    "sup",
-    "table",  "tbody",   "td",      "tfoot",      "th",     "thead",   "tr",         "tt",    "u",       "ul"};
+    "a",      "abbr",   "address", "article",    "b",        "big",    "blockquote", "br",      "caption",
+    "center", "cite",   "code",    "col",        "colgroup", "dd",     "del",        "div",     "dl",
+    "dt",     "em",     "figure",  "figcaption", "font",     "footer", "h1",         "h2",      "h3",
+    "h4",     "h5",     "h6",      "header",     "hr",       "i",      "ins",        "kbd",     "li",
+    "main",   "ol",     "p",       "pre",        "q",        "s",      "samp",       "section", "small",
+    "span",   "strike", "strong",  "sub",        "sup",      "table",  "tbody",      "td",      "tfoot",
+    "th",     "thead",  "tr",      "tt",         "u",        "ul"};
 constexpr std::string_view kEmptyElements[] = {"br", "col", "hr"};
 // What is in them is no text for people.
-constexpr std::string_view kLeftOutWhole[] = {"script", "style",    "title",  "template", "noscript", "iframe",
-                                              "object", "svg",      "math",   "select",   "textarea", "xmp",
-                                              "noembed", "noframes", "video", "audio",    "canvas",   "button"};
-constexpr std::string_view kAttributes[] = {
-    "align",   "bgcolor", "border", "cellpadding", "cellspacing", "color", "colspan", "dir",  "face", "height",
-    "lang",    "rowspan", "size",   "span",        "start",       "title", "type",    "valign", "width"};
+constexpr std::string_view kLeftOutWhole[] = {
+    "script", "style",    "title", "template", "noscript", "iframe", "object", "svg",    "math",
+    "select", "textarea", "xmp",   "noembed",  "noframes", "video",  "audio",  "canvas", "button"};
+constexpr std::string_view kAttributes[] = {"align", "bgcolor", "border", "cellpadding", "cellspacing",
+                                            "color", "colspan", "dir",    "face",        "height",
+                                            "lang",  "rowspan", "size",   "span",        "start",
+                                            "title", "type",    "valign", "width"};
 
 template <std::size_t size>
 bool isOneOf(std::string_view name, const std::string_view (&names)[size]) {
@@ -175,7 +177,8 @@ class Writer {
     }
     result_.html += "<" + tag.name;
     for (const Attribute& one : tag.attributes) {
-      if (isOneOf(one.name, kAttributes) || (one.name == "style" && isHarmlessStyle(one.value))) add(one.name, one.value);
+      if (isOneOf(one.name, kAttributes) || (one.name == "style" && isHarmlessStyle(one.value)))
+        add(one.name, one.value);
     }
     if (tag.name == "a") link(tag.value("href"));
     result_.html += ">";
@@ -199,8 +202,9 @@ class Writer {
   void picture(const Tag& tag) {
     const std::string_view address = tag.value("src");
     const std::string_view words = tag.value("alt");
-    for (const std::string_view own : {"data:image/png;base64,", "data:image/gif;base64,", "data:image/jpeg;base64,",
-                                       "data:image/jpg;base64,", "data:image/webp;base64,"}) {
+    for (const std::string_view own :
+         {"data:image/png;base64,", "data:image/gif;base64,", "data:image/jpeg;base64,",
+          "data:image/jpg;base64,", "data:image/webp;base64,"}) {
       if (!startsWithNoCase(address, own)) continue;
       result_.html += "<img";
       add("src", address);
@@ -218,7 +222,8 @@ class Writer {
 
   // Nothing that names an address, and nothing that could spell one in another way.
   static bool isHarmlessStyle(std::string_view style) {
-    for (const std::string_view word : {"url", "image", "src", "@", "\\", "&", "/*", "expression", "position"}) {
+    for (const std::string_view word :
+         {"url", "image", "src", "@", "\\", "&", "/*", "expression", "position"}) {
       if (containsNoCase(style, word)) return false;
     }
     return true;

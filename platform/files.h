@@ -1,7 +1,7 @@
-// Files and folders. Paths are the application's own: the application folder plus names with "\" between them, on every
-// system. Every name below the application folder is matched without regard to letter case; a name that does not exist
-// yet is created as it is spelled. File names are 8-bit text (Windows-1252); on POSIX systems the bytes are used as they
-// are.
+// Files and folders. Paths are the application's own: the application folder plus names with "\" between
+// them, on every system. Every name below the application folder is matched without regard to letter case; a
+// name that does not exist yet is created as it is spelled. File names are 8-bit text (Windows-1252); on
+// POSIX systems the bytes are used as they are.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,8 @@ namespace vornelle {
 [[nodiscard]] bool createFolder(const std::string& path);
 [[nodiscard]] std::optional<std::uint64_t> fileLength(const std::string& path);
 
-// The name of the file or folder at the path as it is spelled on the disk: its letter case, and on Windows the long name
-// where the path has the short one. nullopt when there is none.
+// The name of the file or folder at the path as it is spelled on the disk: its letter case, and on Windows
+// the long name where the path has the short one. nullopt when there is none.
 [[nodiscard]] std::optional<std::string> nameOnDisk(const std::string& path);
 
 // The whole content; nullopt when the file is missing or cannot be read to its end.
@@ -34,33 +34,34 @@ struct FileStart {
 // At most the first `most` bytes of the file; fewer only where it has no more. nullopt as above.
 [[nodiscard]] std::optional<FileStart> readFileStart(const std::string& path, std::size_t most);
 
-// Replaces the file's content so that a crash leaves the old content or the new one: written to a temporary file beside
-// it, flushed to the disk, renamed over it. Where the system refuses that (another program holds the file open, the
-// folder takes no new file) and lets the file itself be written, it is written in place: then a crash in the middle
-// leaves a part. False when it could not be written whole; the old file then stands as it was, and where there was none
-// there is none.
+// Replaces the file's content so that a crash leaves the old content or the new one: written to a temporary
+// file beside it, flushed to the disk, renamed over it. Where the system refuses that (another program holds
+// the file open, the folder takes no new file) and lets the file itself be written, it is written in place:
+// then a crash in the middle leaves a part. False when it could not be written whole; the old file then
+// stands as it was, and where there was none there is none.
 [[nodiscard]] bool writeFile(const std::string& path, std::string_view bytes);
 
-// The same without waiting for the disk, where flushing many files at once is cheaper: until flushFiles() a loss of power
-// can take the new content away, or the old one with it.
+// The same without waiting for the disk, where flushing many files at once is cheaper: until flushFiles() a
+// loss of power can take the new content away, or the old one with it.
 [[nodiscard]] bool writeFileUnflushed(const std::string& path, std::string_view bytes);
 
-// Flushes files to the disk and then the folders that they are in; a line of the result for each path. True: the file and
-// its name last through a loss of power. False: they may not, or there is no such file any more.
+// Flushes files to the disk and then the folders that they are in; a line of the result for each path. True:
+// the file and its name last through a loss of power. False: they may not, or there is no such file any more.
 [[nodiscard]] std::vector<bool> flushFiles(const std::vector<std::string>& paths);
 
-// Opens for appending, writes, closes; creates the file when it is missing (an empty `bytes` just creates it).
+// Opens for appending, writes, closes; creates the file when it is missing (an empty `bytes` just creates
+// it).
 [[nodiscard]] bool appendFile(const std::string& path, std::string_view bytes);
 
 [[nodiscard]] bool deleteFile(const std::string& path);
 
 struct FolderEntry {
-  std::string name;                    // as spelled on the disk
+  std::string name;                   // as spelled on the disk
   std::int64_t modifiedMilliseconds;  // since 1970-01-01 UTC
 };
 
-// The ordinary files of the folder whose names end in `ending` (letter case ignored), in the order the folder returns
-// them. A missing folder has none.
+// The ordinary files of the folder whose names end in `ending` (letter case ignored), in the order the folder
+// returns them. A missing folder has none.
 [[nodiscard]] std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view ending);
 
 }  // namespace vornelle

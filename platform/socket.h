@@ -1,5 +1,5 @@
-// Event-driven TCP sockets on the loopback interface, in the shape of a socket control: operations that never block,
-// and events that the event loop delivers.
+// Event-driven TCP sockets on the loopback interface, in the shape of a socket control: operations that never
+// block, and events that the event loop delivers.
 //
 // Order of events for each socket: ConnectionRequest (a listener), Connect (an outgoing one), DataArrival,
 // SendComplete, Close.
@@ -25,33 +25,36 @@ class SocketControl {
   SocketControl(const SocketControl&) = delete;
   SocketControl& operator=(const SocketControl&) = delete;
 
-  // Listens on the address and port (1 to 65535, others fail). False when the port cannot be had. On POSIX systems the
-  // port is taken with SO_REUSEADDR, so that a restart gets its port back; on Windows exclusively.
+  // Listens on the address and port (1 to 65535, others fail). False when the port cannot be had. On POSIX
+  // systems the port is taken with SO_REUSEADDR, so that a restart gets its port back; on Windows
+  // exclusively.
   [[nodiscard]] bool listen(LoopbackAddress address, int port);
 
-  // Takes over the connection that a ConnectionRequest event announced. Only valid inside that event's handler; a
-  // request that nobody has accepted when the handler returns is dropped.
+  // Takes over the connection that a ConnectionRequest event announced. Only valid inside that event's
+  // handler; a request that nobody has accepted when the handler returns is dropped.
   [[nodiscard]] bool accept(RequestId request);
 
-  // Starts a connection. Connect follows when it stands, Close when it could not be made. False: failed at once.
+  // Starts a connection. Connect follows when it stands, Close when it could not be made. False: failed at
+  // once.
   [[nodiscard]] bool connect(LoopbackAddress address, int port);
 
-  // Everything that has arrived, at most 16 MiB at once: a request that was sent in one piece is to be read in one piece.
-  // DataArrival comes again while more is waiting. On Windows a socket whose data is not read hears of nothing that comes
-  // behind it, neither more data nor the orderly end, until it is read.
+  // Everything that has arrived, at most 16 MiB at once: a request that was sent in one piece is to be read
+  // in one piece. DataArrival comes again while more is waiting. On Windows a socket whose data is not read
+  // hears of nothing that comes behind it, neither more data nor the orderly end, until it is read.
   [[nodiscard]] std::string getData();
 
-  // Queues the bytes for sending. True when the socket is connected (also when the other side has gone meanwhile);
-  // then exactly one SendComplete follows: when the last byte has been handed to the operating system, or when the
-  // connection is lost. An answer that fits the send buffer is handed over in this call, and its SendComplete is then
-  // served by the next doEvents() or waitEvents().
+  // Queues the bytes for sending. True when the socket is connected (also when the other side has gone
+  // meanwhile); then exactly one SendComplete follows: when the last byte has been handed to the operating
+  // system, or when the connection is lost. An answer that fits the send buffer is handed over in this call,
+  // and its SendComplete is then served by the next doEvents() or waitEvents().
   [[nodiscard]] bool sendData(std::string_view bytes);
 
-  // Graceful close: what was sent arrives, even where the other side had sent more than was read. No event follows.
+  // Graceful close: what was sent arrives, even where the other side had sent more than was read. No event
+  // follows.
   void close();
 
-  // The peer closed or the connection broke; Close has been or will be served. The socket can still send to a peer
-  // that has only finished sending.
+  // The peer closed or the connection broke; Close has been or will be served. The socket can still send to a
+  // peer that has only finished sending.
   [[nodiscard]] bool peerClosed() const;
   [[nodiscard]] bool isOpen() const;
   [[nodiscard]] int localPort() const;  // 0 when not open

@@ -1,5 +1,5 @@
-// The hourglass: while one of these lives, the pointer over the program's windows says that the thread waits for a mail
-// server. They may nest. Only the Windows program has a pointer; elsewhere it does nothing.
+// The hourglass: while one of these lives, the pointer over the program's windows says that the thread waits
+// for a mail server. They may nest. Only the Windows program has a pointer; elsewhere it does nothing.
 #pragma once
 
 namespace vornelle {

@@ -50,9 +50,9 @@ std::string testConnections() {
     reasons += (reasons.empty() ? "" : " ") + failureText(lastMailFailures.smtp);
   }
   currentMail.reset();
-  outcomes.settingsTest =
-      reasons.empty() ? outcome(true, "Saved. The mail servers that are entered can be logged onto.")
-                      : outcome(false, "Saved. " + reasons);
+  outcomes.settingsTest = reasons.empty()
+                              ? outcome(true, "Saved. The mail servers that are entered can be logged onto.")
+                              : outcome(false, "Saved. " + reasons);
   if (!reasons.empty()) outcomes.failure = outcome(false, reasons);
   // There is no log line for a failed test but the one that tells why a connection could not be encrypted.
   const LastMailFailures failures = lastMailFailures;

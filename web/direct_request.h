@@ -1,4 +1,5 @@
-// A request dispatched as a value: its text goes in, its answer comes out, and no connection is needed for it.
+// A request dispatched as a value: its text goes in, its answer comes out, and no connection is needed for
+// it.
 #pragma once
 
 #include <optional>
@@ -7,8 +8,8 @@
 namespace vornelle {
 
 // Reads and dispatches the request's text with the code of the plain listener, as if it had come there in one
-// piece, and logs its end as it would there. nullopt where the plain listener would not answer: the text holds
-// no request line. What stood in form1's request before stands there again afterwards.
+// piece, and logs its end as it would there. nullopt where the plain listener would not answer: the text
+// holds no request line. What stood in form1's request before stands there again afterwards.
 [[nodiscard]] std::optional<std::string> answerDirectly(std::string text);
 
 }  // namespace vornelle

@@ -8,7 +8,8 @@
 //
 // While something is under way (a filter run, an action, a fetch) that yields:
 //   - a page made of files and of what is held already is served in the middle of it;
-//   - a page that would take the mail component away waits a moment, and then gets a page that shows how far it
+//   - a page that would take the mail component away waits a moment, and then gets a page that shows how far
+//   it
 //     is and turns into the wanted one;
 //   - an action waits for its end, in the order of arrival.
 // "/status.json" and a message view are answered at any time, and never logged.

@@ -15,14 +15,17 @@ constexpr std::string_view kSealed = "base-uri 'none'; frame-ancestors 'none'; "
 
 constexpr std::string_view kHtml = "text/html; charset=windows-1252";
 
-// No script, no remote picture, no form: a message cannot tell its sender that it has been read. Its links work
-// when the user follows them; they lead away from its own page, since what it opens could reach back to it.
+// No script, no remote picture, no form: a message cannot tell its sender that it has been read. Its links
+// work when the user follows them; they lead away from its own page, since what it opens could reach back to
+// it.
 constexpr std::string_view kMessagePolicy =
-    "sandbox; default-src 'none'; style-src 'unsafe-inline'; img-src data:; form-action 'none'; base-uri 'none'; "
+    "sandbox; default-src 'none'; style-src 'unsafe-inline'; img-src data:; form-action 'none'; base-uri "
+    "'none'; "
     "frame-ancestors 'none'";
 // In the preview its links are written by us: they open a window that knows nothing of this one.
 constexpr std::string_view kFramedPolicy =
-    "sandbox allow-popups allow-popups-to-escape-sandbox; default-src 'none'; style-src 'unsafe-inline'; img-src "
+    "sandbox allow-popups allow-popups-to-escape-sandbox; default-src 'none'; style-src 'unsafe-inline'; "
+    "img-src "
     "data:; form-action 'none'; base-uri 'none'; frame-ancestors 'self'";
 
 std::string contentSecurityPolicy(PageKind kind) {
@@ -129,8 +132,7 @@ std::string errorAnswer(int status, const AnswerOptions& options) {
   std::string_view further;
   if (status == 405) further = "\r\nAllow: GET, HEAD, POST";
   if (status == 503) further = "\r\nRetry-After: 5";
-  return assemble(statusLine, kHtml, contentSecurityPolicy(PageKind::unknown),
-                  further, body, options);
+  return assemble(statusLine, kHtml, contentSecurityPolicy(PageKind::unknown), further, body, options);
 }
 
 // Whether a tag is open at that place, as far as "<" and ">" tell.

@@ -27,19 +27,21 @@ struct AnswerOptions {
 // Status 303: the browser goes to that address.
 [[nodiscard]] std::string redirectAnswer(std::string_view address, const AnswerOptions& options);
 
-// One of the two pages that are shown where a message cannot be. Their "Go Back" is a script, which the policy
-// of the message views forbids. A message that spells out exactly such a page does no more than the page does.
+// One of the two pages that are shown where a message cannot be. Their "Go Back" is a script, which the
+// policy of the message views forbids. A message that spells out exactly such a page does no more than the
+// page does.
 [[nodiscard]] bool isErrorPage(std::string_view body);
 
-// An error answer with a short page. Status 400, 403, 404, 405, 408, 411, 413, 414, 417, 421, 431, 502, 503, 505.
+// An error answer with a short page. Status 400, 403, 404, 405, 408, 411, 413, 414, 417, 421, 431, 502, 503,
+// 505.
 [[nodiscard]] std::string errorAnswer(int status, const AnswerOptions& options);
 
 // Takes out of a message what makes a browser connect to somebody's server, or tell it where it comes from,
 // whatever the policy says: Chromium connects for a frame that the policy refuses to load; hints such as
-// <link rel=preconnect> are no loads at all; a link's or a meta element's referrer policy overrides ours; what a
-// link opens under a target's name could reach back. The connection alone would tell a sender that the message is
-// being looked at. Such elements and attributes become unknown ones of the same length. The character set is the
-// answer's, not the message's.
+// <link rel=preconnect> are no loads at all; a link's or a meta element's referrer policy overrides ours;
+// what a link opens under a target's name could reach back. The connection alone would tell a sender that the
+// message is being looked at. Such elements and attributes become unknown ones of the same length. The
+// character set is the answer's, not the message's.
 [[nodiscard]] std::string withoutConnections(std::string message);
 
 }  // namespace vornelle

@@ -28,8 +28,8 @@ struct PageTraits {
   PageWork work = PageWork::files;
 };
 
-// Of the row of the page table that answers this target ("/config.htm?s=...") for the gateway. Without a live session that is
-// the log-in page for most of them.
+// Of the row of the page table that answers this target ("/config.htm?s=...") for the gateway. Without a live
+// session that is the log-in page for most of them.
 [[nodiscard]] PageTraits pageTraits(std::string_view target);
 
 // Chooses what the path in requestPath asks for, does it, and returns the whole answer; nullopt when there is

@@ -157,7 +157,8 @@ void answerRequest() {
   }
 }
 
-// The index of a connection that was refused is free again: otherwise a page of another site could use them all up.
+// The index of a connection that was refused is free again: otherwise a page of another site could use them
+// all up.
 void takeBackIndex(std::int32_t index) {
   const Element* const left = element(index);
   if (!left || !left->refused || webServer.socketIndex != index) return;

@@ -34,7 +34,8 @@ std::size_t bytesHeld() {
 
 void dropOld() {
   const std::int64_t limit = monotonicMilliseconds() - std::int64_t{kMessageViewMinutes} * 60000;
-  std::erase_if(views, [&](const Kept& kept) { return kept.since < limit || kept.sessionId != form1.sessionId; });
+  std::erase_if(views,
+                [&](const Kept& kept) { return kept.since < limit || kept.sessionId != form1.sessionId; });
 }
 
 }  // namespace
@@ -42,7 +43,8 @@ void dropOld() {
 std::string keepMessageView(MessageView view) {
   dropOld();
   const std::size_t bytes = view.body.size();
-  while (!views.empty() && (views.size() >= kMostMessageViews || bytesHeld() + bytes > kMostMessageViewBytes)) {
+  while (!views.empty() &&
+         (views.size() >= kMostMessageViews || bytesHeld() + bytes > kMostMessageViewBytes)) {
     views.pop_front();
   }
   std::string name = randomLetters(kNameLength);

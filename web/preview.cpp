@@ -42,18 +42,19 @@ std::string queryValue(std::string_view path, std::string_view name) {
     const std::string_view pair = rest.substr(0, rest.find('&'));
     rest.remove_prefix(pair.size());
     const std::size_t equals = pair.find('=');
-    if (equals != std::string_view::npos && pair.substr(0, equals) == name) return formDecode(pair.substr(equals + 1));
+    if (equals != std::string_view::npos && pair.substr(0, equals) == name)
+      return formDecode(pair.substr(equals + 1));
   }
   return "";
 }
 
 // The list that a message stands in.
 struct Box {
-  std::string_view name;      // as addresses have it
-  std::string_view title;     // as pages have it
+  std::string_view name;   // as addresses have it
+  std::string_view title;  // as pages have it
   std::string_view listPage;
-  std::string_view ownView;   // the page that shows the message by itself, up to the key
-  std::string_view keyEnd;    // behind the key there
+  std::string_view ownView;  // the page that shows the message by itself, up to the key
+  std::string_view keyEnd;   // behind the key there
   std::int16_t (*count)();
   std::optional<std::string> (*key)(std::int16_t);
 };
@@ -132,15 +133,19 @@ std::string attachmentItems(const std::vector<Attachment>& attachments) {
 
 std::string picturesNote(int count) {
   if (count == 0) return "";
-  return count == 1 ? "1 picture that the message would fetch from elsewhere is left out: fetching it would tell the sender that "
+  return count == 1 ? "1 picture that the message would fetch from elsewhere is left out: fetching it would "
+                      "tell the sender that "
                       "you read this."
-                    : std::to_string(count) + " pictures that the message would fetch from elsewhere are left out: fetching them "
-                                              "would tell the sender that you read this.";
+                    : std::to_string(count) +
+                          " pictures that the message would fetch from elsewhere are left out: fetching them "
+                          "would tell the sender that you read this.";
 }
 
 constexpr std::string_view kViewStyle =
-    "<style>body { margin: 1rem; font: 1rem/1.5 'Segoe UI', system-ui, sans-serif; overflow-wrap: anywhere; background: #fff; "
-    "color: #1b2524; } pre, .text { white-space: pre-wrap; font-family: inherit; } img { max-width: 100%; height: auto; }</style>";
+    "<style>body { margin: 1rem; font: 1rem/1.5 'Segoe UI', system-ui, sans-serif; overflow-wrap: anywhere; "
+    "background: #fff; "
+    "color: #1b2524; } pre, .text { white-space: pre-wrap; font-family: inherit; } img { max-width: 100%; "
+    "height: auto; }</style>";
 
 struct Shown {
   std::string document;  // what stands in the frame
@@ -148,7 +153,8 @@ struct Shown {
 };
 
 Shown shownBody(const MailMessage& message, bool source) {
-  const std::string start = "<!DOCTYPE html><html><head><title>Message</title>" + std::string(kViewStyle) + "</head><body>";
+  const std::string start =
+      "<!DOCTYPE html><html><head><title>Message</title>" + std::string(kViewStyle) + "</head><body>";
   if (!source && message.hasHtmlBody()) {
     SafeHtml safe = safeHtml(message.getHtmlBody());
     return {start + safe.html + "</body></html>", safe.picturesLeftOut};
@@ -162,7 +168,8 @@ Shown shownBody(const MailMessage& message, bool source) {
 std::string neighbour(const Box& box, int place, std::string_view words) {
   const std::optional<std::string> key = place < 0 ? std::nullopt : keyAt(box, place);
   if (!key) return "<span>" + std::string(words) + "</span>";
-  return "<a href=\"" + browserText(withSession(previewAddress(box.name, *key))) + "\">" + std::string(words) + "</a>";
+  return "<a href=\"" + browserText(withSession(previewAddress(box.name, *key))) + "\">" +
+         std::string(words) + "</a>";
 }
 
 }  // namespace
@@ -206,9 +213,9 @@ std::string previewPage() {
        {"<!--SSFRAME-->", view},
        {"<!--SSSWITCH-->", "<a href=\"" + browserText(source ? here : here + "&v=source") + "\">" +
                                (source ? "Show the message" : "Show the source") + "</a>"},
-       {"<!--SSOWNVIEW-->",
-        browserText(withSession(std::string(box.ownView) + replaceAll(replaceAll(key, "&", "%26"), "#", "%23") +
-                                 std::string(box.keyEnd)))},
+       {"<!--SSOWNVIEW-->", browserText(withSession(std::string(box.ownView) +
+                                                    replaceAll(replaceAll(key, "&", "%26"), "#", "%23") +
+                                                    std::string(box.keyEnd)))},
        {"<!--SSPREV-->", place < 0 ? neighbour(box, -1, "Previous") : neighbour(box, place - 1, "Previous")},
        {"<!--SSNEXT-->", place < 0 ? neighbour(box, -1, "Next") : neighbour(box, place + 1, "Next")}});
 }
@@ -225,8 +232,8 @@ std::string previewAction() {
   if (restore && box.name == "spam") {
     actOnMessage("SPAMBOX", key, formDecode(requestParam("sender").value_or("")), MessageAct::restore);
   } else if (act == "delete") {
-    actOnMessage(box.name == "spam" ? "SPAMBOX" : "INBOX", key, formDecode(requestParam("sender").value_or("")),
-                 MessageAct::remove);
+    actOnMessage(box.name == "spam" ? "SPAMBOX" : "INBOX", key,
+                 formDecode(requestParam("sender").value_or("")), MessageAct::remove);
   }
   const std::string address = restore ? previewAddress(box.name, key)
                               : next  ? previewAddress(box.name, *next)

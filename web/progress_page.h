@@ -5,8 +5,8 @@
 
 namespace vornelle {
 
-// Shows what is under way and how far it is, asks again and again, and loads the page that was asked for, which
-// has the same address, once it is done. From the template "progress.htm"; lets no events in.
+// Shows what is under way and how far it is, asks again and again, and loads the page that was asked for,
+// which has the same address, once it is done. From the template "progress.htm"; lets no events in.
 [[nodiscard]] std::string progressPage();
 
 }  // namespace vornelle

@@ -17,9 +17,9 @@
 namespace vornelle {
 
 // Stores what a receive has brought in requestText, replacing the text before it. A text that begins with
-// "GET" or "POST" also sets requestPath to the target, exactly as sent, and counts requestNumber up, so that an
-// answer can be told to belong to the path that stands there now or to an earlier one. Any other text leaves
-// requestPath as it is, and so does a line whose target is followed by no blank.
+// "GET" or "POST" also sets requestPath to the target, exactly as sent, and counts requestNumber up, so that
+// an answer can be told to belong to the path that stands there now or to an earlier one. Any other text
+// leaves requestPath as it is, and so does a line whose target is followed by no blank.
 void readRequest(std::string received);
 
 // The value of the parameter in requestText, as sent: the text between the first `name` followed by "="

@@ -12,7 +12,7 @@ enum class Caller {
   taken,        // our own page, an address that the user has typed, or no browser
   anotherSite,  // a link, form, picture or script of another site, or of a frame that is of no site
   ahead,        // a browser on a guess: nobody has asked yet
-  upgrade,      // somebody who wants to speak another protocol, as web sockets do: it stands above those rules
+  upgrade,  // somebody who wants to speak another protocol, as web sockets do: it stands above those rules
 };
 
 // The value of the request's field of that name.
@@ -20,8 +20,8 @@ using FieldOf = std::function<std::optional<std::string_view>(std::string_view n
 
 [[nodiscard]] Caller callerOf(const FieldOf& field);
 
-// A field in the header of a request's text as it came; nullopt where it has none such. What stands behind the
-// first empty line is no header.
+// A field in the header of a request's text as it came; nullopt where it has none such. What stands behind
+// the first empty line is no header.
 [[nodiscard]] std::optional<std::string_view> fieldIn(std::string_view text, std::string_view name);
 
 }  // namespace vornelle

@@ -1,9 +1,9 @@
 // Whose request stands in form1: the plain listener's, or one that the gateway dispatches.
 //
-// There is one requestText and one requestPath, and all connections of the plain listener share them. A request
-// of the gateway is read and dispatched by the same code and needs the same place, in the middle of whatever
-// lets events in. So for its turn the plain listener's request is put aside, and an event of the plain
-// listener that comes in the meantime takes its own back for as long as its handler runs:
+// There is one requestText and one requestPath, and all connections of the plain listener share them. A
+// request of the gateway is read and dispatched by the same code and needs the same place, in the middle of
+// whatever lets events in. So for its turn the plain listener's request is put aside, and an event of the
+// plain listener that comes in the meantime takes its own back for as long as its handler runs:
 //
 //   plain listener waits for a request line              form1 holds the plain request
 //     a browser's request is dispatched (GatewayTurn)    form1 holds the browser's; the plain one is aside

@@ -9,7 +9,8 @@ namespace vornelle {
 //
 //   {"underWay": {"task": "filterRun", "text": "Filtering: 120 of 500", "done": 120, "total": 500} or null,
 //    "results": {"filterRun": {"time": 1795312800, "good": true, "text": "Mail filtered:  2 msgs.  1 spam."},
-//                "failure": ..., "restore": ..., "delete": ..., "add": ..., "remove": ..., "settingsTest": ...},
+//                "failure": ..., "restore": ..., "delete": ..., "add": ..., "remove": ..., "settingsTest":
+//                ...},
 //    "removed": null or {"list": "FriendList", "entries": ["bob@example.org"]}, what can be put back,
 //    "pop": null or {"reason": "refused", "step": "connecting", "host": "mail.example", "port": 110,
 //                    "words": "", "text": "..."},

@@ -88,7 +88,8 @@ bool CodePage::load() {
       const char both[2] = {static_cast<char>(byte), static_cast<char>(trail)};
       const char32_t of = ask({both, 2});
       if (of == kNoCharacter) continue;
-      pairs_[static_cast<std::size_t>(byte - 0x80) * 256 + static_cast<std::size_t>(trail)] = static_cast<char16_t>(of);
+      pairs_[static_cast<std::size_t>(byte - 0x80) * 256 + static_cast<std::size_t>(trail)] =
+          static_cast<char16_t>(of);
     }
   }
   for (const Settled& one : kSettled) {

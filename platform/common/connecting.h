@@ -1,5 +1,5 @@
-// The way to a server, as every real platform goes it once the name has been looked up: its addresses are tried in turn,
-// all within one time-out.
+// The way to a server, as every real platform goes it once the name has been looked up: its addresses are
+// tried in turn, all within one time-out.
 #pragma once
 
 #include <algorithm>
@@ -9,8 +9,9 @@
 
 namespace vornelle {
 
-// Tries the addresses of a list (linked by ai_next) until `connect` (address, time it has to be done by) brings
-// something. Each address gets its share of the time that is left, so that a dead one does not use up the others'.
+// Tries the addresses of a list (linked by ai_next) until `connect` (address, time it has to be done by)
+// brings something. Each address gets its share of the time that is left, so that a dead one does not use up
+// the others'.
 template <typename Address, typename Connect>
 auto connectInTurn(const Address* first, std::int64_t end, Connect connect)
     -> decltype(connect(*first, end)) {

@@ -16,9 +16,10 @@
 
 namespace vornelle {
 
-// Does work that the system sets no bound to and has no asynchronous form of: true when it is done before the time (of
-// monotonicMilliseconds()) has come. It is done on a thread of its own, which is left to end by itself where it takes
-// longer; so the work may touch nothing but what it shares with its caller by a counted reference.
+// Does work that the system sets no bound to and has no asynchronous form of: true when it is done before the
+// time (of monotonicMilliseconds()) has come. It is done on a thread of its own, which is left to end by
+// itself where it takes longer; so the work may touch nothing but what it shares with its caller by a counted
+// reference.
 inline bool doneInTime(std::function<void()> work, std::int64_t until) {
   struct Progress {
     std::mutex mutex;

@@ -1,5 +1,5 @@
-// Requests that the system was given and had not finished when their time was over. What such a request still writes
-// to has to live until the system is through with it.
+// Requests that the system was given and had not finished when their time was over. What such a request still
+// writes to has to live until the system is through with it.
 #pragma once
 
 #include <memory>
@@ -18,7 +18,8 @@ class LeftBehind {
     std::erase_if(requests_, [](const std::shared_ptr<Request>& one) { return one->finished(); });
   }
 
-  // The one for this kind of request. It outlives everything, since some may be under way when the program ends.
+  // The one for this kind of request. It outlives everything, since some may be under way when the program
+  // ends.
   static LeftBehind& instance() {
     static LeftBehind& instance = *new LeftBehind;
     return instance;

@@ -1,9 +1,10 @@
-// The simulated platform, as a test sees it: a virtual clock, an in-memory network and an in-memory shell. Files are real
-// ones, in a temporary application folder.
+// The simulated platform, as a test sees it: a virtual clock, an in-memory network and an in-memory shell.
+// Files are real ones, in a temporary application folder.
 //
-// Time passes only when the program waits: waitEvents() with nothing ready moves the clock to the next timer or to the
-// next scripted step; pause() moves it by its length; a NetStream wait that times out moves it by the time-out. A wait
-// that nothing can ever end throws sim::Deadlock, so that a test fails instead of hanging.
+// Time passes only when the program waits: waitEvents() with nothing ready moves the clock to the next timer
+// or to the next scripted step; pause() moves it by its length; a NetStream wait that times out moves it by
+// the time-out. A wait that nothing can ever end throws sim::Deadlock, so that a test fails instead of
+// hanging.
 #pragma once
 
 #include <cstdint>
@@ -29,9 +30,9 @@ struct Deadlock : std::logic_error {
   using std::logic_error::logic_error;
 };
 
-// Puts the whole simulated platform back to its first state: clock at 2026-11-15 01:55:00 local time (UTC in this
-// world), no connections, no servers, no scripted steps, empty shell record; a fresh, empty application folder with an
-// empty "data" folder in it. Timers that exist stay registered; their periods start again.
+// Puts the whole simulated platform back to its first state: clock at 2026-11-15 01:55:00 local time (UTC in
+// this world), no connections, no servers, no scripted steps, empty shell record; a fresh, empty application
+// folder with an empty "data" folder in it. Timers that exist stay registered; their periods start again.
 void reset();
 
 // ---- clock ----
@@ -47,9 +48,9 @@ class Client {
  public:
   bool connect(LoopbackAddress address, int port);  // false: nobody listens there
   void send(std::string_view bytes);
-  void finishSending();   // half close
-  void disconnect();      // full close
-  void reset();           // connection reset
+  void finishSending();  // half close
+  void disconnect();     // full close
+  void reset();          // connection reset
   const std::string& received() const;
   bool closedByServer() const;
   // How many bytes the connection takes until the client reads; unlimited at first. takeMore() raises it.
@@ -71,8 +72,8 @@ void refuseAddress(LoopbackAddress address);  // as on a machine without IPv6
 int listeningPort(LoopbackAddress address);   // the lowest one that is listened on; 0: none
 
 // ---- mail servers behind NetStream ----
-// What a scripted server does when the program starts TLS with it. A fault of the certificate is passed over where the
-// program accepts the fingerprint, as on every system.
+// What a scripted server does when the program starts TLS with it. A fault of the certificate is passed over
+// where the program accepts the fingerprint, as on every system.
 struct TlsAnswer {
   TlsProblem problem = TlsProblem::none;
   int takes = 0;  // milliseconds; longer than the program's time-out: timedOut, once that has passed
@@ -88,8 +89,9 @@ class Server {  // one instance for each connection
   // Both append what the server sends to `out`. close(): the stream ends after what has been sent.
   virtual void onConnect(std::string& out) = 0;
   virtual void onData(std::string_view bytes, std::string& out) = 0;
-  // The program starts TLS; not called while bytes of the server wait unread (they are taken for TLS, which they are
-  // not). What the server says first on the secured line goes to `out`. Where all is well `secured` is set then.
+  // The program starts TLS; not called while bytes of the server wait unread (they are taken for TLS, which
+  // they are not). What the server says first on the secured line goes to `out`. Where all is well `secured`
+  // is set then.
   virtual TlsAnswer onTls(const TlsPeer& /*peer*/, std::string& /*out*/) {
     TlsAnswer answer;
     answer.problem = TlsProblem::notTls;
@@ -97,9 +99,9 @@ class Server {  // one instance for each connection
   }
   bool secured = false;     // everything in onData() from here on came over TLS
   bool saysTlsEnds = true;  // set by the server: its secured stream ends when closed; else it breaks off
-  bool closed = false;    // set by the server: end of stream once `out` has been read
-  bool stalled = false;   // set by the server: every further wait times out
-  bool broken = false;    // set by the server: reads and writes fail at once
+  bool closed = false;      // set by the server: end of stream once `out` has been read
+  bool stalled = false;     // set by the server: every further wait times out
+  bool broken = false;      // set by the server: reads and writes fail at once
 };
 // Connections to host:port go to a server that the factory makes (null: refused). Replaces an earlier one.
 void addServer(const std::string& host, int port, std::function<std::unique_ptr<Server>()> factory);
@@ -110,10 +112,10 @@ int connectionsMade();
 struct Shell {
   int beeps = 0;
   std::vector<std::string> messageBoxes;
-  std::vector<MessageIcon> messageIcons;  // of the same boxes
+  std::vector<MessageIcon> messageIcons;                 // of the same boxes
   std::function<void(const std::string&)> onMessageBox;  // run while the box is open; may serve events
   bool previousInstance = false;
-  std::string startupFolder;                     // "" : getSpecialFolder fails
+  std::string startupFolder;                               // "" : getSpecialFolder fails
   std::vector<std::pair<std::string, std::string>> links;  // name, target; the .lnk file is created too
   std::vector<std::string> openedAddresses;
   bool launchesBrowser = true;
@@ -121,8 +123,8 @@ struct Shell {
   std::vector<std::string> downloadedUrls;
   int iconAdds = 0, iconDeletes = 0;
   bool iconShown = false;
-  std::vector<std::string> iconTips;             // tip of the add, then of each modification
-  int waitCursors = 0, waitCursorsShown = 0;     // hourglasses now, and in all
+  std::vector<std::string> iconTips;          // tip of the add, then of each modification
+  int waitCursors = 0, waitCursorsShown = 0;  // hourglasses now, and in all
   std::string amDesignator = "AM", pmDesignator = "PM";
   std::string localCharset = "windows-1252";
 };
@@ -131,7 +133,8 @@ Shell& shell();
 void requestTermination();
 
 // ---- files ----
-// Writing (writeFile and appendFile) to a path that contains the text fails while it is set; "" : nothing fails.
+// Writing (writeFile and appendFile) to a path that contains the text fails while it is set; "" : nothing
+// fails.
 void failWritesTo(const std::string& part);
 // The same for what writeFileUnflushed() has written, when it is flushed.
 void failFlushesOf(const std::string& part);

@@ -64,7 +64,8 @@ void messageBox(const std::string& text, MessageIcon icon) {
   const HWND owner = messageBoxOwner();
   const UINT modality = owner ? MB_APPLMODAL : MB_TASKMODAL;
   const UINT picture = icon == MessageIcon::information ? MB_ICONINFORMATION : 0;
-  MessageBoxW(owner, win32::shownText(text).c_str(), L"Vornelle", MB_OK | MB_SETFOREGROUND | modality | picture);
+  MessageBoxW(owner, win32::shownText(text).c_str(), L"Vornelle",
+              MB_OK | MB_SETFOREGROUND | modality | picture);
 }
 
 bool previousInstanceRunning() {

@@ -64,10 +64,11 @@ TEST_F(SettingsDialog, TellsWhatAServerFieldTakesAndThenWhyAServerCouldNotBeLogg
   typed["txtPOP_SERVER"].text = "nowhere.example";
   typed["txtSMTP_SERVER"].text = "smtp.example:26";
   EXPECT_FALSE(SaveButtonClick(typed).close);
-  EXPECT_EQ(dlgConfigNotes(),
-            "POP3: There is no server named nowhere.example. Check how it is spelled, and whether this computer "
-            "is online.\nSMTP: smtp.example (port 26) takes no connections at that port. Check the port: "
-            "encrypted SMTP is usually at 465 or 587.");
+  EXPECT_EQ(
+      dlgConfigNotes(),
+      "POP3: There is no server named nowhere.example. Check how it is spelled, and whether this computer "
+      "is online.\nSMTP: smtp.example (port 26) takes no connections at that port. Check the port: "
+      "encrypted SMTP is usually at 465 or 587.");
   typed["txtPOP_SERVER"].text = "localhost";
   sim::addServer("localhost", 110, [] { return std::unique_ptr<sim::Server>(); });
   typed["txtSMTP_SERVER"].text = "";

@@ -1,9 +1,9 @@
 #include "pages/browser_text.h"
 
+#include "core/settings.h"
 #include "pages/find_page.h"
 #include "pages/list_page.h"
 #include "pages/settings_page.h"
-#include "core/settings.h"
 #include "tests/unit/pages/pages_test_support.h"
 
 namespace vornelle {

@@ -26,9 +26,10 @@ TEST(SafeHtml, LeavesOutWhatRunsLoadsOrAsks) {
 }
 
 TEST(SafeHtml, ALinkLeadsToTheWebAndKnowsNothingOfThePage) {
-  EXPECT_EQ(safe("<a href='https://x.example/?a=\"' target=y rel=opener referrerpolicy=unsafe-url ping=z>l</a>"),
-            "<a href=\"https://x.example/?a=&quot;\" target=\"_blank\" rel=\"noopener noreferrer\" "
-            "referrerpolicy=\"no-referrer\">l</a>");
+  EXPECT_EQ(
+      safe("<a href='https://x.example/?a=\"' target=y rel=opener referrerpolicy=unsafe-url ping=z>l</a>"),
+      "<a href=\"https://x.example/?a=&quot;\" target=\"_blank\" rel=\"noopener noreferrer\" "
+      "referrerpolicy=\"no-referrer\">l</a>");
   for (const char* address : {"javascript:x", "&#106;avascript:x", "//x.example", "/logout.cgi", "logout.cgi",
                               "data:text/html,x", "http&colon;//x", "vbscript:x"}) {
     EXPECT_EQ(safe("<a href=\"" + std::string(address) + "\">l</a>"), "<a>l</a>") << address;
@@ -36,23 +37,24 @@ TEST(SafeHtml, ALinkLeadsToTheWebAndKnowsNothingOfThePage) {
 }
 
 TEST(SafeHtml, RemotePicturesAreLeftOutAndCounted) {
-  const SafeHtml page = safeHtml("<img src=http://x/1 alt='a <b>'><IMG SRC=//x/2><img src=rel.gif><table background=x>"
-                                 "<img src='cid:1'><img src='data:image/gif;base64,R0lG' width=1 onerror=x>"
-                                 "<img src='data:image/svg+xml,x'>");
+  const SafeHtml page = safeHtml(
+      "<img src=http://x/1 alt='a <b>'><IMG SRC=//x/2><img src=rel.gif><table background=x>"
+      "<img src='cid:1'><img src='data:image/gif;base64,R0lG' width=1 onerror=x>"
+      "<img src='data:image/svg+xml,x'>");
   EXPECT_EQ(page.picturesLeftOut, 5);
   EXPECT_EQ(page.html, "[a &lt;b&gt;]<table><img src=\"data:image/gif;base64,R0lG\" alt=\"\" width=\"1\">");
 }
 
 TEST(SafeHtml, AStyleNamesNoAddress) {
-  for (const char* style : {"background:url(x)", "background:u\\72l(x)", "x:ur&#108;(x)", "list-style-image:x",
-                            "position:fixed", "a:u/**/rl(x)"}) {
+  for (const char* style : {"background:url(x)", "background:u\\72l(x)", "x:ur&#108;(x)",
+                            "list-style-image:x", "position:fixed", "a:u/**/rl(x)"}) {
     EXPECT_EQ(safe("<p style=\"" + std::string(style) + "\">"), "<p>") << style;
   }
 }
 
 TEST(SafeHtml, OddTagsEndSomewhere) {
-  for (const char* source : {"<", "</", "<a", "<a href", "<a href=", "<a href='x", "<!--", "<!", "<script", "<p/=x/>",
-                             "<a\0b>", "<p a=b c='d", "<<b>>", "</p x='", "<script>never"}) {
+  for (const char* source : {"<", "</", "<a", "<a href", "<a href=", "<a href='x", "<!--", "<!", "<script",
+                             "<p/=x/>", "<a\0b>", "<p a=b c='d", "<<b>>", "</p x='", "<script>never"}) {
     const std::string html = safe(source);
     EXPECT_EQ(html.find("<script"), std::string::npos) << source;
   }

@@ -44,7 +44,8 @@ TEST(WithoutConnections, FramesLinksAndMetaElementsBecomeUnknownOnes) {
 }
 
 TEST(WithoutConnections, ALinkTellsNobodyWhereItStandsAndOpensNothingThatReachesBack) {
-  EXPECT_EQ(withoutConnections("<a\nTarget=x rel=opener ReferrerPolicy=unsafe-url ping='y' href=z>target = ping</a>"),
+  EXPECT_EQ(withoutConnections(
+                "<a\nTarget=x rel=opener ReferrerPolicy=unsafe-url ping='y' href=z>target = ping</a>"),
             "<a\nxarget=x rel=opener xeferrerPolicy=unsafe-url xing='y' href=z>target = ping</a>");
 }
 
@@ -86,7 +87,6 @@ TEST(ErrorAnswer, SaysWhatIsAllowedAndWhenToComeAgain) {
 TEST(ErrorAnswer, ToHeadIsTheHeaderAlone) {
   EXPECT_THAT(errorAnswer(403, {false, true}), EndsWith("\r\nConnection: close\r\n\r\n"));
 }
-
 
 }  // namespace
 }  // namespace vornelle

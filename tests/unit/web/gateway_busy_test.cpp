@@ -1,4 +1,5 @@
-// The gateway while something is under way: what is served in the middle of it, what waits, what shows how far it is.
+// The gateway while something is under way: what is served in the middle of it, what waits, what shows how
+// far it is.
 #include <memory>
 
 #include "core/activity.h"
@@ -33,7 +34,8 @@ TEST_F(BusyGateway, PagesOfFilesAreServedInTheMiddleOfAnAction) {
     icon = ask(get("/vornelle.ico"));
   };
   const std::string action = ask(live("mailfilter.cgi"));
-  for (const std::string& answer : {list, settingsPage, held, icon}) EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
+  for (const std::string& answer : {list, settingsPage, held, icon})
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 200"));
   EXPECT_THAT(source, StartsWith("HTTP/1.1 303"));
   EXPECT_EQ(body(list), "<p>GET /displayfriendlist.htm?s=SESSION</p>\r\n");
   EXPECT_EQ(body(action), "<p>GET /mailfilter.cgi?s=SESSION</p>\r\n");
@@ -134,8 +136,10 @@ TEST_F(BusyGateway, TheStatusIsToldAtAnyTimeAndAsksNothingOfTheProgram) {
 TEST_F(BusyGateway, TheStatusTakesTheLiveSessionAndOurOwnPages) {
   EXPECT_THAT(ask(get("/status.json")), StartsWith("HTTP/1.1 403"));
   EXPECT_THAT(ask(get("/status.json?s=OLD")), StartsWith("HTTP/1.1 403"));
-  EXPECT_THAT(ask(get("/status.json?s=SESSION", "Sec-Fetch-Site: cross-site\r\n")), StartsWith("HTTP/1.1 403"));
-  EXPECT_THAT(ask(get("/status.json?s=SESSION", "Sec-Fetch-Site: same-origin\r\n")), StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(ask(get("/status.json?s=SESSION", "Sec-Fetch-Site: cross-site\r\n")),
+              StartsWith("HTTP/1.1 403"));
+  EXPECT_THAT(ask(get("/status.json?s=SESSION", "Sec-Fetch-Site: same-origin\r\n")),
+              StartsWith("HTTP/1.1 200"));
 }
 
 }  // namespace

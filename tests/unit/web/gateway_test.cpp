@@ -224,7 +224,8 @@ TEST_F(GatewayTest, WhatAnotherSiteCausesIsRefusedButForTheStartPage) {
 
 TEST_F(GatewayTest, WhereABrowserDoesNotSayTheSiteItsOriginCounts) {
   // "null": a frame that is of no site.
-  for (const char* origin : {"http://evil.example", "https://localhost:7000", "http://localhost:8000", "null"}) {
+  for (const char* origin :
+       {"http://evil.example", "https://localhost:7000", "http://localhost:8000", "null"}) {
     const std::string field = std::string("Origin: ") + origin + "\r\n";
     EXPECT_THAT(ask(post("/login.cgi", "x", field)), StartsWith("HTTP/1.1 403")) << origin;
   }
@@ -383,7 +384,7 @@ TEST_F(GatewayTest, AMessageIsShownInASandboxAtAnAddressOfItsOwn) {
     EXPECT_THAT(view, HasSubstr("\r\nReferrer-Policy: no-referrer\r\n"));
     EXPECT_THAT(view, Not(HasSubstr("allow-")));
     EXPECT_EQ(body(view), *answer_);
-    EXPECT_EQ(taken_.size(), taken);  // nothing is asked of the program for it, or logged
+    EXPECT_EQ(taken_.size(), taken);               // nothing is asked of the program for it, or logged
     EXPECT_EQ(body(ask(get(address))), *answer_);  // a reload
   }
 }

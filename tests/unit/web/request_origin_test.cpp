@@ -42,9 +42,10 @@ class ForeignRequest : public ListenerTest {
 TEST_F(ForeignRequest, IsClosedWithoutAnAnswerAndTouchesNothing) {
   form1.requestText = "before";
   form1.requestNumber = 5;
-  for (const char* field : {"Sec-Fetch-Site: cross-site", "Sec-Fetch-Site: same-site", "Sec-Purpose: prefetch",
-                            "Upgrade: websocket", "Origin: null"}) {
-    const sim::Client client = send("GET /UNLOADME HTTP/1.1\r\nHost: 127.0.0.1\r\n" + std::string(field) + "\r\n\r\n");
+  for (const char* field : {"Sec-Fetch-Site: cross-site", "Sec-Fetch-Site: same-site",
+                            "Sec-Purpose: prefetch", "Upgrade: websocket", "Origin: null"}) {
+    const sim::Client client =
+        send("GET /UNLOADME HTTP/1.1\r\nHost: 127.0.0.1\r\n" + std::string(field) + "\r\n\r\n");
     EXPECT_TRUE(client.closedByServer()) << field;
     EXPECT_EQ(client.received(), "") << field;
   }
@@ -72,7 +73,8 @@ TEST_F(ForeignRequest, UsesUpNoConnection) {
 
 TEST_F(ForeignRequest, AnyOtherClientSeesNoDifference) {
   EXPECT_EQ(answerTo("GET /logout.cgi HTTP/1.1\r\nSec-Fetch-Site: none\r\n\r\n"), kLogoutAnswer);
-  EXPECT_EQ(answerTo("POST /logout.cgi HTTP/1.1\r\nHost: x\r\n\r\nSec-Fetch-Site: cross-site\r\n"), kLogoutAnswer);
+  EXPECT_EQ(answerTo("POST /logout.cgi HTTP/1.1\r\nHost: x\r\n\r\nSec-Fetch-Site: cross-site\r\n"),
+            kLogoutAnswer);
 }
 
 }  // namespace

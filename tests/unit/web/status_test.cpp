@@ -19,7 +19,9 @@ TEST_F(Status, OfAProgramThatHasDoneNothing) {
   settings.SESSION_MIN = 30;
   form1.sessionMinutesUsed = 3;
   const std::string status = statusJson();
-  EXPECT_THAT(status, HasSubstr("{\"underWay\": null, \"results\": {}, \"removed\": null, \"pop\": null, \"smtp\": null, "));
+  EXPECT_THAT(
+      status,
+      HasSubstr("{\"underWay\": null, \"results\": {}, \"removed\": null, \"pop\": null, \"smtp\": null, "));
   EXPECT_THAT(status, HasSubstr("\"testMode\": false, \"active\": false, \"minutesLeft\": 27, "));
   EXPECT_THAT(status, HasSubstr("\"inbox\": {\"fresh\": false, \"fetched\": 0, \"count\": 0}}"));
 }
@@ -30,7 +32,8 @@ TEST_F(Status, TellsTheResultsThatThereHaveBeen) {
   outcomes.addition = outcome(false, "Not \"added\" <b>\\ \xE9 &#1087;\r\n");
   const std::string status = statusJson();
   EXPECT_THAT(status, HasSubstr("\"results\": {\"filterRun\": {\"time\": "));
-  EXPECT_THAT(status, HasSubstr("\"good\": true, \"text\": \"Mail filtered:  2 msgs.  1 spam.\"}, \"add\": {"));
+  EXPECT_THAT(status,
+              HasSubstr("\"good\": true, \"text\": \"Mail filtered:  2 msgs.  1 spam.\"}, \"add\": {"));
   EXPECT_THAT(status, HasSubstr("\"Not \\\"added\\\" \\u003cb>\\\\ \xC3\xA9 \xD0\xBF\\u000d\\u000a\""));
   EXPECT_THAT(status, HasSubstr("\"testMode\": true"));
 }
@@ -46,8 +49,9 @@ TEST_F(Status, TellsWhyAServerCouldNotBeUsed) {
   lastMailFailures.pop.step = MailStep::connecting;
   lastMailFailures.pop.host = "mail.example";
   lastMailFailures.pop.port = 110;
-  EXPECT_THAT(statusJson(), HasSubstr("\"pop\": {\"reason\": \"refused\", \"step\": \"connecting\", \"host\": "
-                                      "\"mail.example\", \"port\": 110, \"words\": \"\", \"text\": \""));
+  EXPECT_THAT(statusJson(),
+              HasSubstr("\"pop\": {\"reason\": \"refused\", \"step\": \"connecting\", \"host\": "
+                        "\"mail.example\", \"port\": 110, \"words\": \"\", \"text\": \""));
 }
 
 TEST_F(Status, TheTaskThatBeganLastIsUnderWay) {

@@ -212,7 +212,9 @@ TEST(Attachments, AreToldByNameTypeAndSize) {
   EXPECT_EQ(parts.attachments[0].bytes, 6u);
   EXPECT_EQ(parts.attachments[1].name, "na\xEFve.png");
   EXPECT_EQ(parts.attachments[1].bytes, 4u);
-  EXPECT_EQ(parts.attachments[2].name, "\xFC" "ber.zip");
+  EXPECT_EQ(parts.attachments[2].name,
+            "\xFC"
+            "ber.zip");
   EXPECT_EQ(parts.attachments[3].name, "");
   EXPECT_EQ(parts.attachments[3].type, "application/x-nameless");
 }

@@ -8,12 +8,16 @@
 namespace vornelle {
 
 Outcomes outcomes;
+LastRemoval lastRemoval;
 
 namespace {
 
 Activity* innermost = nullptr;
 
-const ModuleState outcomesState([] { outcomes = Outcomes{}; });
+const ModuleState outcomesState([] {
+  outcomes = Outcomes{};
+  lastRemoval = LastRemoval{};
+});
 
 }  // namespace
 

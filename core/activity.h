@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vornelle {
 
@@ -53,6 +54,13 @@ struct Outcomes {
   Outcome filterRun, failure, restore, deletion, addition, removal, settingsTest;
 };
 extern Outcomes outcomes;
+
+// What the last removal by texts took out of which list, so that it can be put back. No list: nothing.
+struct LastRemoval {
+  std::string list;
+  std::vector<std::string> entries;
+};
+extern LastRemoval lastRemoval;
 
 // Now, as a value of the above.
 [[nodiscard]] Outcome outcome(bool good, std::string text);

@@ -49,6 +49,9 @@ inline constexpr std::size_t kListCapacity = 10001;
 inline constexpr std::size_t kImportCapacity = 20001;
 inline constexpr std::size_t kFilterCapacity = 10000;
 
+// In bytes. A FriendList shorter than any address would make everything spam: nothing is filtered by it.
+inline constexpr std::uint64_t kShortestFriendList = 8;
+
 // The list with that name in any letter case; null when there is none.
 [[nodiscard]] const FilterListInfo* findList(std::string_view name);
 

@@ -28,9 +28,6 @@
 namespace vornelle {
 namespace {
 
-// A FriendList shorter than any address would make everything spam.
-constexpr std::uint64_t kShortestFriendList = 8;
-
 class FilterList {
  public:
   explicit FilterList(std::string_view name) : FilterList(listForFilter(name)) {}

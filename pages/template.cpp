@@ -6,6 +6,7 @@
 #include "core/form1.h"
 #include "core/settings.h"
 #include "core/version.h"
+#include "pages/status.h"
 #include "platform/events.h"
 #include "platform/files.h"
 
@@ -35,7 +36,13 @@ std::string& pageTitleUpdate(std::string& page) {
 
 std::string readTemplate(std::string_view templateName) {
   const std::string page = readWholeFile(applicationFolder() + "\\data\\" + std::string(templateName));
-  return replaceAllNoCase(page, "<!--SSTOP-->", readWholeFile(applicationFolder() + "\\data\\top.inc"));
+  std::string whole =
+      replaceAllNoCase(page, "<!--SSTOP-->", readWholeFile(applicationFolder() + "\\data\\top.inc"));
+  // Only the gateway tells the status.
+  const bool tells = form1.requestByGateway;
+  whole =
+      replaceAllNoCase(whole, "<!--SSSTATUS-->", tells ? "status.json?s=" + form1.sessionId : std::string());
+  return replaceAllNoCase(whole, "<!--SSNOW-->", tells ? statusAttribute() : std::string());
 }
 
 std::string fillPage(std::string page, const std::vector<Marker>& pageMarkers,

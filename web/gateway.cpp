@@ -23,7 +23,7 @@
 #include "web/progress_page.h"
 #include "web/request_origin.h"
 #include "web/session.h"
-#include "web/status.h"
+#include "pages/status.h"
 
 namespace vornelle {
 namespace {

@@ -4,8 +4,9 @@
 #include <charconv>
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
-#include "base/module_state.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "base/url_decode.h"
@@ -16,11 +17,7 @@
 
 namespace vornelle {
 
-LastRemoval lastRemoval;
-
 namespace {
-
-const ModuleState lastRemovalState([] { lastRemoval = LastRemoval{}; });
 
 // The field's value where the request has it behind an "&": another name that ends alike is another field.
 std::optional<std::string> ownField(const std::string& name) {

@@ -1,9 +1,7 @@
 // The actions that change the lists: what they take from the request, and what they remember of the result.
 #pragma once
 
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace vornelle {
 
@@ -19,12 +17,5 @@ void addToListAction(std::string_view list);
 // among those that the page shows, ":" and its text, encoded and joined as above. Where that field is there
 // it alone counts.
 void deleteFromListAction();
-
-// What the last removal by texts took out of which list, so that it can be put back. No list: nothing.
-struct LastRemoval {
-  std::string list;
-  std::vector<std::string> entries;
-};
-extern LastRemoval lastRemoval;
 
 }  // namespace vornelle

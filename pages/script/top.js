@@ -262,6 +262,25 @@
     });
   }
 
+  // Entries are removed by their texts: numbers go stale, and count lines that the page does not show.
+  function listPage(list) {
+    var form = list.form, button = first('button', form), name = button.textContent, texts = make('input');
+    function chosen() { return Array.prototype.slice.call(list.selectedOptions); }
+    function show() {
+      var n = chosen().length;
+      if (!working) button.textContent = n > 1 ? 'Remove the ' + n + ' selected entries' : name;
+      texts.value = chosen().map(function (option) {
+        return option.value + ':' + option.textContent.replace(/[%&\r\n]/g, encodeURIComponent);
+      }).join('%0A');
+    }
+    texts.type = 'hidden';
+    texts.name = 'removeentries';
+    // Over the plain wire an entry is markup, and its text is not what the file holds.
+    if (attribute(byId('strip'), 'data-status')) list.after(texts);
+    listen(list, 'change', show);
+    show();
+  }
+
   // The page loads itself anew when the session is over; what was typed and not sent would be lost without a word.
   function sessionEnd() {
     var reload = first('meta[http-equiv="refresh"]'), seconds = reload ? parseInt(reload.content, 10) : 0;
@@ -296,6 +315,7 @@
     if (boxes) messagePage(boxes);
     all('select#entries').forEach(function (list) {
       var n = list.options.length;
+      listPage(list);
       byId('count').textContent = n === 0 ? 'No entries yet' : n === 1 ? '1 entry' : n + ' entries';
     });
     var inbox = first('nav a[data-for="inbox"]');

@@ -11,6 +11,7 @@ namespace vornelle {
 //    "results": {"filterRun": {"time": 1795312800, "good": true, "text": "Mail filtered:  2 msgs.  1 spam."},
 //                "failure": ..., "restore": ..., "delete": ..., "add": ..., "remove": ..., "settingsTest":
 //                ...},
+//    "setup": {"mailbox": true, "friends": true, "run": false}, the first steps that have been done,
 //    "removed": null or {"list": "FriendList", "entries": ["bob@example.org"]}, what can be put back,
 //    "pop": null or {"reason": "refused", "step": "connecting", "host": "mail.example", "port": 110,
 //                    "words": "", "text": "..."},
@@ -18,5 +19,8 @@ namespace vornelle {
 //    "testMode": true, "active": false, "minutesLeft": 27, "now": 1795312860,
 //    "inbox": {"fresh": true, "fetched": 1795312800 (0: never), "count": 12}}
 [[nodiscard]] std::string statusJson();
+
+// The same as the value of an attribute of a page, between double quotes.
+[[nodiscard]] std::string statusAttribute();
 
 }  // namespace vornelle

@@ -1,11 +1,10 @@
-#include "web/status.h"
+#include "pages/status.h"
 
 #include "core/activity.h"
 #include "core/form1.h"
 #include "core/settings.h"
 #include "mail/mail_failure.h"
 #include "tests/unit/support.h"
-#include "web/list_actions.h"
 
 namespace vornelle {
 namespace {
@@ -63,6 +62,13 @@ TEST_F(Status, TheTaskThatBeganLastIsUnderWay) {
     EXPECT_EQ(progressText(*underWay()), "Reading the Inbox: 1 of 2");
   }
   EXPECT_EQ(progressText(*underWay()), "Filtering");
+}
+
+TEST_F(Status, AsAnAttributeItEndsNoAttributeAndHoldsNoMarkup) {
+  outcomes.addition = outcome(false, "\"<b>' & \xE9 &#1087;");
+  const std::string text = statusAttribute();
+  EXPECT_THAT(text, Not(testing::ContainsRegex("[<\"]")));
+  EXPECT_THAT(text, HasSubstr("\\&quot;\\u003cb>' &amp; \xE9 &#1087;&quot;"));
 }
 
 }  // namespace

@@ -1,15 +1,17 @@
-#include "web/status.h"
+#include "pages/status.h"
 
 #include <cstdio>
 
 #include "base/characters.h"
+#include "base/unicode.h"
 #include "core/activity.h"
 #include "core/form1.h"
 #include "core/settings.h"
+#include "mail/filter_lists.h"
 #include "mail/mail_failure.h"
+#include "mail/spambox_store.h"
 #include "pages/Inbox.h"
 #include "platform/clock.h"
-#include "web/list_actions.h"
 
 namespace vornelle {
 namespace {
@@ -72,6 +74,12 @@ std::string removedJson() {
   return json + "]}";
 }
 
+std::string setupJson() {
+  const bool friends = listLength(kFriendList) >= kShortestFriendList;
+  return "{\"mailbox\": " + truth(!settings.POP_SERVER.empty()) + ", \"friends\": " + truth(friends) +
+         ", \"run\": " + truth(outcomes.filterRun.time != 0 || countSpam() > 0) + "}";
+}
+
 std::string failureJson(const MailFailure& failure) {
   if (!failure) return "null";
   return "{\"reason\": " + quoted(reasonName(failure.reason)) +
@@ -86,13 +94,29 @@ std::string statusJson() {
   const ListingAge inbox = inboxAge();
   return "{\"underWay\": " + underWayJson() + ", \"results\": " + resultsJson() +
          ", \"removed\": " + removedJson() + ", \"pop\": " + failureJson(lastMailFailures.pop) +
-         ", \"smtp\": " + failureJson(lastMailFailures.smtp) +
+         ", \"smtp\": " + failureJson(lastMailFailures.smtp) + ", \"setup\": " + setupJson() +
          ", \"testMode\": " + truth(form1.ckTestMode.checked()) +
          ", \"active\": " + truth(form1.ckActive.checked()) +
          ", \"minutesLeft\": " + std::to_string(settings.SESSION_MIN - form1.sessionMinutesUsed) +
          ", \"now\": " + std::to_string(utcNow()) + ", \"inbox\": {\"fresh\": " + truth(inbox.fresh) +
          ", \"fetched\": " + std::to_string(inbox.fetched) + ", \"count\": " + std::to_string(inboxCount()) +
          "}}\r\n";
+}
+
+std::string statusAttribute() {
+  std::string text;
+  for (const char32_t code : fromUtf8(statusJson())) {
+    if (code == '"') {
+      text += "&quot;";
+    } else if (code == '&') {
+      text += "&amp;";
+    } else if (code < 0x80) {
+      text += static_cast<char>(code);
+    } else {
+      appendCharacter(text, code);
+    }
+  }
+  return text;
 }
 
 }  // namespace vornelle

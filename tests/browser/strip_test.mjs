@@ -1,0 +1,87 @@
+// The strip at the top of every page: what happened, what is switched off, what is still to be done; and entries that are
+// removed by their texts.
+
+import assert from 'node:assert/strict';
+import { after, before, beforeEach } from 'node:test';
+
+import { inEachBrowser } from '../support/browsers.mjs';
+import { SlowApplication } from '../support/slow_application.mjs';
+
+let slow;
+let app;
+before(async () => {
+  slow = await SlowApplication.start();
+  ({ app } = slow);
+});
+after(() => slow?.stop());
+beforeEach(() => slow.reset());
+
+const FRIENDS = 'data/friendlist.txt';
+
+inEachBrowser((userTest) => {
+  const strip = async (user, text) => {
+    await user.page.waitForFunction((wanted) => document.querySelector('#strip').textContent.includes(wanted), text);
+  };
+  const remove = async (user, ...labels) => {
+    await user.page.selectOption('#entries', labels.map((label) => ({ label })));
+    await user.page.click('form[action^="deletefromlist"] button');
+  };
+
+  userTest('TheStripTellsWhatWasAddedAndWhatIsSwitchedOff', () => app, async (user) => {
+    await user.login();
+    await strip(user, 'Automatic filtering is off.');
+    await user.go('friendlist');
+    await user.page.fill('#addinput', 'bob@x.example');
+    await user.page.click('form[action^="addtolist"] button');
+    await strip(user, 'Added "bob@x.example" to the FriendList.');
+    await user.picture('strip-added');
+    await user.page.click('#strip button.quiet');
+    await user.page.waitForFunction(() => !document.querySelector('#strip').textContent.includes('Added'));
+    await user.go('friendlist');
+    await strip(user, 'Automatic filtering is off.');
+    assert.ok(!(await user.page.textContent('#strip')).includes('Added'), 'what was closed stays closed');
+  });
+
+  userTest('AnEntryBehindABlankLineIsRemovedAndNoOtherAndCanBePutBack', () => app, async (user) => {
+    app.write(FRIENDS, 'ada@x.example\r\n\r\nbob & co 100%\r\neve@x.example\r\n');
+    await user.login();
+    await user.go('friendlist');
+    await remove(user, 'bob & co 100%');
+    await strip(user, 'Removed "bob & co 100%" from the FriendList.');
+    assert.equal(app.read(FRIENDS), 'ada@x.example\r\n\r\neve@x.example\r\n');
+    await user.picture('strip-removed');
+    await user.page.click('#strip form button');
+    await strip(user, 'Added "bob & co 100%" to the FriendList.');
+    assert.equal(app.read(FRIENDS), 'ada@x.example\r\nbob & co 100%\r\neve@x.example\r\n');
+  });
+
+  userTest('SeveralEntriesAreRemovedAtOnceInAnyAlphabet', () => app, async (user) => {
+    app.write(FRIENDS, 'ada@x.example\r\n&#1080;&#1074;&#1072;&#1085;\r\neve@x.example\r\n');
+    await user.login();
+    await user.go('friendlist');
+    await user.page.selectOption('#entries', [{ label: 'иван' }, { label: 'eve@x.example' }]);
+    assert.equal(await user.text('form[action^="deletefromlist"] button'), 'Remove the 2 selected entries');
+    await user.page.click('form[action^="deletefromlist"] button');
+    await strip(user, 'Removed 2 entries from the FriendList.');
+    assert.equal(app.read(FRIENDS), 'ada@x.example\r\n');
+  });
+
+  userTest('AnEntryThatAnotherTabHasRemovedTakesNoOtherWithIt', () => app, async (user) => {
+    app.write(FRIENDS, 'ada@x.example\r\nbob@x.example\r\neve@x.example\r\n');
+    await user.login();
+    await user.go('friendlist');
+    app.write(FRIENDS, 'bob@x.example\r\neve@x.example\r\n');
+    await remove(user, 'ada@x.example');
+    await strip(user, 'Not in the FriendList any more: "ada@x.example".');
+    assert.equal(app.read(FRIENDS), 'bob@x.example\r\neve@x.example\r\n');
+  });
+
+  userTest('TheStripTellsHowFarAFilterRunIsAndWhatCameOfIt', () => app, async (user) => {
+    const names = Array.from({ length: 40 }, (_, n) => `spam-${n}`);
+    slow.addSpam(...names);
+    await user.login();
+    await user.page.click('form[action^="mailfilter"] button');
+    await strip(user, 'Filtering');
+    await strip(user, 'Filtered: 2 messages stay in your mailbox, 40 messages lie in the SpamBox.');
+  });
+});

@@ -76,12 +76,11 @@ inEachBrowser((userTest) => {
     assert.equal(app.read(FRIENDS), 'bob@x.example\r\neve@x.example\r\n');
   });
 
-  userTest('TheStripTellsHowFarAFilterRunIsAndWhatCameOfIt', () => app, async (user) => {
+  userTest('TheStripTellsWhatCameOfAFilterRun', () => app, async (user) => {
     const names = Array.from({ length: 40 }, (_, n) => `spam-${n}`);
     slow.addSpam(...names);
     await user.login();
     await user.page.click('form[action^="mailfilter"] button');
-    await strip(user, 'Filtering');
     await strip(user, 'Filtered: 2 messages stay in your mailbox, 40 messages lie in the SpamBox.');
   });
 });

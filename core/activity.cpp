@@ -23,24 +23,36 @@ const ModuleState outcomesState([] {
 
 std::string_view taskName(Task task) {
   switch (task) {
-    case Task::filterRun: return "filterRun";
-    case Task::inboxFetch: return "inboxFetch";
-    case Task::spamBoxScan: return "spamBoxScan";
-    case Task::messageFetch: return "messageFetch";
-    case Task::restoreAndDelete: return "restoreAndDelete";
-    case Task::settingsTest: return "settingsTest";
+    case Task::filterRun:
+      return "filterRun";
+    case Task::inboxFetch:
+      return "inboxFetch";
+    case Task::spamBoxScan:
+      return "spamBoxScan";
+    case Task::messageFetch:
+      return "messageFetch";
+    case Task::restoreAndDelete:
+      return "restoreAndDelete";
+    case Task::settingsTest:
+      return "settingsTest";
   }
   return "";
 }
 
 std::string_view taskText(Task task) {
   switch (task) {
-    case Task::filterRun: return "Filtering";
-    case Task::inboxFetch: return "Reading the Inbox";
-    case Task::spamBoxScan: return "Reading the SpamBox";
-    case Task::messageFetch: return "Fetching a message";
-    case Task::restoreAndDelete: return "Restoring and deleting";
-    case Task::settingsTest: return "Trying the mail servers";
+    case Task::filterRun:
+      return "Filtering";
+    case Task::inboxFetch:
+      return "Reading the Inbox";
+    case Task::spamBoxScan:
+      return "Reading the SpamBox";
+    case Task::messageFetch:
+      return "Fetching a message";
+    case Task::restoreAndDelete:
+      return "Restoring and deleting";
+    case Task::settingsTest:
+      return "Trying the mail servers";
   }
   return "";
 }
@@ -63,7 +75,8 @@ std::optional<Progress> underWay() {
 
 std::string progressText(const Progress& progress) {
   std::string text(taskText(progress.task));
-  if (progress.total > 0) text += ": " + std::to_string(progress.done) + " of " + std::to_string(progress.total);
+  if (progress.total > 0)
+    text += ": " + std::to_string(progress.done) + " of " + std::to_string(progress.total);
   return text;
 }
 

@@ -6,10 +6,11 @@
 // script/bench does this; VORNELLE_PROGRAM names the program. Without names all of them are taken. The files lie where
 // TMPDIR says. VORNELLE_BENCH_OUT names a file that gets the figures as JSON.
 
-import { execFileSync, spawnSync } from 'node:child_process';
+import { execFile, execFileSync, spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
 import { performance } from 'node:perf_hooks';
+import { promisify } from 'node:util';
 
 import { DelayProxy } from '../tests/support/delay_proxy.mjs';
 import { Dovecot } from '../tests/support/dovecot.mjs';
@@ -119,9 +120,10 @@ async function page() {
 }
 
 // Requests a second on four connections that stay open.
-function load(url, host) {
+async function load(url, host) {
   const seconds = 3;
-  const said = execFileSync('wrk', ['-t', '1', '-c', '4', '-d', `${seconds}s`, '-H', `Host: ${host}`, url], { encoding: 'utf8' });
+  // Not execFileSync: what the program says has to be read, or it waits with that.
+  const { stdout: said } = await promisify(execFile)('wrk', ['-t', '1', '-c', '4', '-d', `${seconds}s`, '-H', `Host: ${host}`, url]);
   if (/Non-2xx|Socket errors/.test(said)) throw new Error(said);
   return Number(/Requests\/sec:\s+([\d.]+)/.exec(said)[1]);
 }
@@ -139,8 +141,8 @@ async function gateway() {
     nginx = await Nginx.start({ 'page.htm': body });
     const rates = { peer: [], ours: [] };
     for (let n = 0; n < TIMES; n++) {
-      rates.peer.push(load(`http://127.0.0.1:${nginx.port}/page.htm`, 'localhost'));
-      rates.ours.push(load(`http://[::1]:${app.port}${target}`, host));
+      rates.peer.push(await load(`http://127.0.0.1:${nginx.port}/page.htm`, 'localhost'));
+      rates.ours.push(await load(`http://[::1]:${app.port}${target}`, host));
     }
     const [peer, ours] = [Math.max(...rates.peer), Math.max(...rates.ours)];
     report({ work: `a list page of ${(body.length / 1024).toFixed(0)} KB through the gateway, four connections`, peer: 'nginx',

@@ -157,6 +157,13 @@ test('Servers that let nobody in are reported in turn, the settings stay saved, 
     assert.equal(await desktop.answerBox(30000), 'Cannot log onto SMTP Server!');
     assert.equal(await desktop.answerBox(), 'Settings updated');
     assert.equal(app.settings().POP_SERVER, `127.0.0.1:${server.popPort}`);
+    // Why, in a line of its own above the buttons.
+    const notes = await until(async () => {
+      const text = (await desktop.dialog('Config')).children.find((child) => child.id === 290)?.text ?? '';
+      return /^POP3: While logging on/.test(text) && text;
+    }, 'the reasons');
+    assert.match(notes, /^POP3: While logging on, 127\.0\.0\.1 \(port \d+\) said: "-ERR [^"]*"/);
+    assert.match(notes, /\nSMTP: While logging on, 127\.0\.0\.1 \(port \d+\) said: "535 [^"]*"/);
     const open = await desktop.dialog('Config');
     await desktop.fill(box(open, ROW.password), 'right');
     await desktop.fill(box(open, ROW.smtpPassword), 'right');

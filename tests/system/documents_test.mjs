@@ -63,6 +63,11 @@ const CHEAP = {
   'build/linux/tests/unit/': aTestPassed,
   'node tests/desktop/emulator.mjs': aTestPassed,
   'node --test': aTestPassed,
+  // A whole file of tests: ctest runs it.
+  'node tests/': async (command) => {
+    const [, ring, name] = /^node tests\/(\w+)\/(\w+)\.mjs$/.exec(command);
+    assert.ok((await works('ctest --preset all -N')).includes(`: ${ring}/${name}\n`), `ctest does not know ${ring}/${name}`);
+  },
   'export WINEPREFIX': () => works('test -d $(mktemp -d)'),
   'Xvfb': () => isInstalled('Xvfb', 'openbox'),
   'wine': () => isThere('dist/windows/vornelle.exe'),

@@ -41,7 +41,7 @@ std::string reference(std::string_view text, std::size_t& length) {
   if (!take(rest, "#", "%23")) return "";
   const std::size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
   if (digits > kMostDigits) return "";
-  const std::string found = "&#" + std::string(rest.substr(0, digits)) + ";";
+  std::string found = "&#" + std::string(rest.substr(0, digits)) + ";";
   rest.remove_prefix(digits);
   if (!take(rest, ";", "%3B") || textCharacter(found).length == 1) return "";
   length = text.size() - rest.size();

@@ -358,6 +358,7 @@ std::string tlsLogLine(const MailFailure& failure) {
   return line;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void logFailure(std::string_view line, MailFailure failure) {
   const std::string further = tlsLogLine(failure);
   LogWindowAdd(line);

@@ -122,6 +122,7 @@ bool saveSpamUnflushed(std::string_view key, std::string rawText) {
 
 std::vector<bool> flushSpam(const std::vector<std::string>& keys) {
   std::vector<std::string> paths;
+  paths.reserve(keys.size());
   for (const std::string& key : keys) paths.push_back(spamPath(key));
   return flushFiles(paths);
 }

@@ -35,8 +35,12 @@ std::string serverNotesHtml() {
     const std::string note = serverNote(protocol);
     if (note.empty()) continue;
     const std::string name = protocol == MailProtocol::pop3 ? "POP3" : "SMTP";
-    html += "<div class=\"note\" id=\"" + name + "-note\" role=\"status\">\r\n<p><b>" + name + ":</b> " +
-            browserText(note) + "</p>\r\n" + certificateOffer(protocol) + "</div>\r\n";
+    html.append("<div class=\"note\" id=\"")
+        .append(name)
+        .append("-note\" role=\"status\">\r\n<p><b>")
+        .append(name);
+    html.append(":</b> ").append(browserText(note)).append("</p>\r\n");
+    html.append(certificateOffer(protocol)).append("</div>\r\n");
   }
   return html;
 }

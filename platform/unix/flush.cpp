@@ -50,6 +50,7 @@ void inThreads(std::size_t count, const std::function<void()>& work) {
 
 std::vector<bool> flushFiles(const std::vector<std::string>& paths) {
   std::vector<std::string> natives;
+  natives.reserve(paths.size());
   for (const std::string& path : paths)
     natives.push_back(files::flushingFails(path) ? "" : files::nativePath(path).value_or(""));
 

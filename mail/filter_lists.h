@@ -99,16 +99,16 @@ struct ListAdditions {
 // out.
 void listRemoveLine(std::string_view type, std::string_view lineNumber);
 
-// An entry as the list's page showed it: its place among the entries, counted from 0 without the blank lines, and
-// its text.
+// An entry as the list's page showed it: its place among the entries, counted from 0 without the blank lines,
+// and its text.
 struct ShownEntry {
   std::size_t place = 0;
   std::string text;
 };
 
-// Removes entries by their texts, since places go stale: of several lines with one text the one nearest to the
-// place. The other lines stay as they are, blank ones too. A list with more lines than can be kept is left alone
-// as a whole.
+// Removes entries by their texts, since places go stale: of several lines with one text the one nearest to
+// the place. The other lines stay as they are, blank ones too. A list with more lines than can be kept is
+// left alone as a whole.
 struct ListRemovals {
   enum class Result { done, noSuchList, cannotRead, tooLong, cannotWrite };
   Result result = Result::done;  // nothing has been removed unless it is `done`

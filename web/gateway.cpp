@@ -13,6 +13,7 @@
 #include "base/text.h"
 #include "core/activity.h"
 #include "core/settings.h"
+#include "pages/status.h"
 #include "platform/clock.h"
 #include "platform/events.h"
 #include "platform/socket.h"
@@ -23,7 +24,6 @@
 #include "web/progress_page.h"
 #include "web/request_origin.h"
 #include "web/session.h"
-#include "pages/status.h"
 
 namespace vornelle {
 namespace {
@@ -52,7 +52,7 @@ struct Gateway {
   std::deque<std::uint64_t> queue;
   std::vector<PageWork> serving;  // what is being served, one in the middle of the other
   AnswerRequest answer;
-  Timer retry{50, false};  // runs while requests wait for what is under way
+  Timer retry{50, false};    // runs while requests wait for what is under way
   Timer clock{1000, false};  // runs only while a request is being read
   int port = 0;
 };
@@ -199,15 +199,15 @@ bool answerAtOnce(Connection& connection) {
   }
   if (startsWithNoCase(target, "/VIEW.HTM")) {
     const MessageView* const view = findMessageView(target);
-    sendAnswer(connection, view ? viewAnswer(*view, optionsFor(connection))
-                                : errorAnswer(404, optionsFor(connection)));
+    sendAnswer(connection,
+               view ? viewAnswer(*view, optionsFor(connection)) : errorAnswer(404, optionsFor(connection)));
     return true;
   }
   return false;
 }
 
-// A message is shown at an address of its own, without the session id; the pages in place of one that cannot be
-// had are pages of the program.
+// A message is shown at an address of its own, without the session id; the pages in place of one that cannot
+// be had are pages of the program.
 std::string answerFor(PageKind kind, std::string body, const AnswerOptions& options) {
   if (kind != PageKind::message) return pageAnswer(kind, body, options);
   if (isErrorPage(body)) return pageAnswer(PageKind::page, body, options);
@@ -252,13 +252,15 @@ Turn turnOf(const Connection& connection) {
   if (serving.empty() && !isBusy()) return Turn::serve;
   if (!serving.empty() && (serving.size() > 1 || serving.back() == PageWork::files)) return Turn::wait;
   switch (traitsOf(connection).work) {
-    case PageWork::files: return Turn::serve;
+    case PageWork::files:
+      return Turn::serve;
     case PageWork::mailbox:
       return connection.request.method != "POST" &&
                      monotonicMilliseconds() - connection.lastActivity >= kGatewayProgressMilliseconds
                  ? Turn::progress
                  : Turn::wait;
-    case PageWork::action: return Turn::wait;
+    case PageWork::action:
+      return Turn::wait;
   }
   return Turn::wait;
 }
@@ -284,8 +286,8 @@ bool serveNext() {
   return false;
 }
 
-// What waits now, and what comes while it is served, has its turn. In the middle of something that goes on only
-// when this returns no more is served than waits now.
+// What waits now, and what comes while it is served, has its turn. In the middle of something that goes on
+// only when this returns no more is served than waits now.
 void serveQueue() {
   std::size_t most = gateway->queue.size();
   while (gateway && (most > 0 || (gateway->serving.empty() && !isBusy())) && serveNext()) {

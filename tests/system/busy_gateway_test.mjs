@@ -157,7 +157,7 @@ describe('the status', () => {
     const now = (await status()).results;
     assert.equal(now.restore.text, '1 restored');
     assert.equal(now.delete.text, '1 deleted');
-    await ask('/configupdate.cgi?s={s}', { method: 'POST', body: 'END=1&' });
+    await ask('/configupdate.cgi?s={s}', { method: 'POST', body: 'END=1' });
     assert.match((await status()).results.settingsTest.text, /^Saved\. /);
     app.write('data/enemylist.txt', '');
   });

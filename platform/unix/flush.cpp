@@ -1,17 +1,15 @@
 // Flushing many files at once. A disk takes as long for one flush as for several that are asked for at the
-// same time, so they are asked for from several threads. These touch nothing but the descriptors of the
-// files.
+// same time, so the system is asked for all of them with its asynchronous calls (POSIX aio_fsync) and they
+// are waited for together.
+#include <aio.h>
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
-#include <functional>
+#include <deque>
 #include <map>
-#include <system_error>
-#include <thread>
+#include <memory>
 #include <utility>
 
 #include "platform/files.h"
@@ -20,9 +18,6 @@
 
 namespace vornelle {
 namespace {
-
-// Four are as fast as sixty-four.
-constexpr std::size_t kThreads = 4;
 
 // Opens, flushes and closes.
 bool flushPath(const std::string& native, int flags) {
@@ -34,17 +29,42 @@ bool flushPath(const std::string& native, int flags) {
   return close(descriptor) == 0 && flushed;
 }
 
-// Runs `work` in every thread that can be had, the calling one among them.
-void inThreads(std::size_t count, const std::function<void()>& work) {
-  std::vector<std::thread> threads;
-  try {
-    while (threads.size() + 1 < count) threads.emplace_back(work);
-  } catch (const std::system_error&) {
-    // Then with fewer.
+// A file that is being flushed.
+class Flush {
+ public:
+  // "" and what cannot be opened: a flush that fails.
+  explicit Flush(const std::string& native)
+      : descriptor_(native.empty() ? -1 : open(native.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
+    if (descriptor_ < 0 || !files::flushesToDisk()) return;
+    request_->aio_fildes = descriptor_;
+    request_->aio_sigevent.sigev_notify = SIGEV_NONE;
+    // Where the system takes no more requests the file is flushed at once.
+    asked_ = aio_fsync(O_SYNC, request_.get()) == 0;
+    if (!asked_) flushed_ = fsync(descriptor_) == 0;
   }
-  work();
-  for (std::thread& thread : threads) thread.join();
-}
+  Flush(const Flush&) = delete;
+  Flush& operator=(const Flush&) = delete;
+  ~Flush() { static_cast<void>(done()); }
+
+  // Waits for its end; whether the file is on the disk.
+  [[nodiscard]] bool done() {
+    if (descriptor_ < 0) return false;
+    if (asked_) {
+      const aiocb* const waited[] = {request_.get()};
+      while (aio_error(request_.get()) == EINPROGRESS) aio_suspend(waited, 1, nullptr);
+      flushed_ = aio_return(request_.get()) == 0;
+      asked_ = false;
+    }
+    const bool closed = close(std::exchange(descriptor_, -1)) == 0;
+    return closed && flushed_;
+  }
+
+ private:
+  int descriptor_;
+  bool asked_ = false;
+  bool flushed_ = true;
+  std::unique_ptr<aiocb> request_ = std::make_unique<aiocb>();  // the system fills it meanwhile
+};
 
 }  // namespace
 
@@ -54,19 +74,16 @@ std::vector<bool> flushFiles(const std::vector<std::string>& paths) {
   for (const std::string& path : paths)
     natives.push_back(files::flushingFails(path) ? "" : files::nativePath(path).value_or(""));
 
-  std::vector<char> flushed(paths.size(), 0);  // no bits, which threads would share
-  std::atomic<std::size_t> next = 0;
-  inThreads(std::min(kThreads, paths.size()), [&] {
-    for (std::size_t at = next++; at < natives.size(); at = next++)
-      flushed[at] = !natives[at].empty() && flushPath(natives[at], 0) ? 1 : 0;
-  });
+  std::deque<Flush> flushes;  // each stays where it is
+  for (const std::string& native : natives) flushes.emplace_back(native);
 
   std::map<std::string, bool> folders;
   std::vector<bool> result;
   for (std::size_t at = 0; at < natives.size(); ++at) {
     const std::string folder = natives[at].substr(0, natives[at].rfind('/') + 1);
-    if (flushed[at] != 0 && !folders.contains(folder)) folders[folder] = flushPath(folder, O_DIRECTORY);
-    result.push_back(flushed[at] != 0 && folders[folder]);
+    const bool flushed = flushes[at].done();
+    if (flushed && !folders.contains(folder)) folders[folder] = flushPath(folder, O_DIRECTORY);
+    result.push_back(flushed && folders[folder]);
   }
   return result;
 }

@@ -259,7 +259,7 @@ TEST(Charset, HostileBytesTakeLinearTime) {
       EXPECT_LE(charsetToUnicode(charset, bytes).value_or(U"").size(), bytes.size()) << charset;
   }
   // Quadratic work would take minutes.
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
 
 }  // namespace

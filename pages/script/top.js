@@ -311,6 +311,10 @@
       if (page === 'spambox') { location.replace(first('nav a[data-for="config"]').href); return; }
     }
     if ('FormDataEvent' in window) all('form[data-send]').forEach(sendAsTyped);
+    // The second click of a double click may come to the next page, where it would send an empty form.
+    listen(document, 'click', function (event) {
+      if (event.detail > 1 && event.target.closest('button')) event.preventDefault();
+    });
     listen(document, 'submit', onSubmit);
     if (boxes) messagePage(boxes);
     all('select#entries').forEach(function (list) {

@@ -7,6 +7,7 @@ import { after, before } from 'node:test';
 import { inEachBrowser } from '../support/browsers.mjs';
 import { Application } from '../support/harness.mjs';
 import { MailServer } from '../support/mailserver.mjs';
+import { until } from '../support/tools.mjs';
 
 const b64 = (text, charset = 'utf-8') => `=?${charset}?B?${Buffer.from(text).toString('base64')}?=`;
 
@@ -117,8 +118,8 @@ inEachBrowser((userTest) => {
     for (const [subject, text] of [['Καλημέρα σας', PLAIN.trim()], ['Привет из Москвы', 'Привет, 世界 😀']]) {
       await user.go('inbox');
       await user.page.click(`#boxes a:text-is("${subject}")`);
-      await user.page.waitForFunction((wanted) => [document, ...[...document.querySelectorAll('iframe')].map((frame) => frame.contentDocument)]
-        .some((one) => one?.body?.innerText.includes(wanted)), text);
+      const body = user.page.frameLocator('iframe').locator('body');
+      await until(async () => (await body.innerText()).includes(text), `a body that says "${text}"`);
       await user.picture(`alphabets-message-${subject === 'Καλημέρα σας' ? 'plain' : 'html'}`);
       await user.page.goBack();
       await user.shows('inbox');

@@ -164,6 +164,8 @@ export function tlsRing({ engine, newest, start }) {
           const through = await lineTo(port, { upTo: at, then });
           const answer = await probe.open(through.port);
           through.close();
+          // A line that is reset at once may never have been one.
+          if (then === 'reset' && at === 0 && answer.problem === 'no connection') continue;
           assert.equal(answer.problem, 'closed', `${then} behind ${at} of ${length}: ${JSON.stringify(answer)}`);
         }
       }

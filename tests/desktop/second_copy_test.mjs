@@ -66,8 +66,13 @@ test('What has been logged is in the log box while a silent mail server holds th
     await app.login();
     // More lines in a moment than are shown one by one.
     for (let i = 0; i < 3; i++) await app.get('/quick.htm?s={s}');
-    run = app.get('/MAILFILTER.CGI?s={s}', { milliseconds: 60000 }).catch(() => {});
-    await app.event('Filter mail (user request)');
+    // A connection that comes before the last answer is off gets that request's answer once more: then it is asked again.
+    const asked = () => app.events().includes('Filter mail (user request)');
+    for (let tries = 0; tries < 5 && !asked(); tries++) {
+      run = app.get('/MAILFILTER.CGI?s={s}', { milliseconds: 60000 }).catch(() => {});
+      await app.event('Filter mail (user request)', 3000).catch(() => {});
+    }
+    assert.ok(asked(), 'the run was asked for');
     // The banner has taken the place of the line before it, and has two.
     const expected = app.events().length + 1;
     // The first character of each line: further on the one line's descenders touch the next one's ascenders.

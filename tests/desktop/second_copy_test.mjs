@@ -54,6 +54,8 @@ test('The warning of a second copy can be read in its window while it waits', as
   app.child = child;
   app.ended = null;
   child.once('exit', (code, signal) => { app.ended = { code, signal }; });
+  // The next test looks for its window by its name.
+  await app.stop();
 });
 
 test('What has been logged is in the log box while a silent mail server holds the program up', async () => {
@@ -72,7 +74,7 @@ test('What has been logged is in the log box while a silent mail server holds th
       run = app.get('/MAILFILTER.CGI?s={s}', { milliseconds: 60000 }).catch(() => {});
       await app.event('Filter mail (user request)', 3000).catch(() => {});
     }
-    assert.ok(asked(), 'the run was asked for');
+    assert.ok(asked(), `the run was asked for: ${app.events().join('; ')}`);
     // The banner has taken the place of the line before it, and has two.
     const expected = app.events().length + 1;
     // The first character of each line: further on the one line's descenders touch the next one's ascenders.

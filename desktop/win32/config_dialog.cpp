@@ -26,14 +26,14 @@ constexpr int CancelButton = IDCANCEL;
 constexpr int kLinesPerColumn = 9;
 constexpr int kLineHeight = 17;
 constexpr int kTop = 8;
-constexpr int kWidth = 446;
+constexpr int kWidth = 460;
 struct Column {
   int labelLeft, labelWidth, boxLeft;
 };
-constexpr Column kColumns[] = {{8, 74, 84}, {216, 80, 298}};
-constexpr int kTextWidth = 120, kNumberWidth = 36, kTextHeight = 13, kLabelHeight = 9;
-constexpr int kUnitWidth = 60, kTickWidth = 12, kCaptionWidth = 40, kTickHeight = 11;
-constexpr int kBesideLeft = 102;  // of a box beside the row above, from that row's box on
+constexpr Column kColumns[] = {{8, 88, 98}, {206, 92, 300}};
+constexpr int kTextWidth = 100, kNumberWidth = 36, kTextHeight = 13, kLabelHeight = 9;
+constexpr int kUnitWidth = 68, kTickWidth = 12, kCaptionWidth = 42, kTickHeight = 11;
+constexpr int kBesideLeft = 112;  // of a box beside the row above, from that row's box on
 constexpr int kButtonWidth = 54, kButtonHeight = 15;
 constexpr int kNotesHeight = 50;  // above the buttons; two notes of some 250 characters
 

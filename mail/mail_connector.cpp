@@ -168,7 +168,13 @@ MailConnector::Secured ServerConnector::startTlsOver(std::unique_ptr<NetStream> 
   failure.acceptedFingerprint = peer.acceptedFingerprint;
   if (failure.reason == MailReason::none) failure.reason = MailReason::tlsFailed;
   const bool again = result.newestMayDo && !newest_;
-  if (again) newest_ = true;
+  if (again) {
+    newest_ = true;
+    firstReason_ = failure.reason;
+  } else if (newest_ && failure.reason == MailReason::tlsVersion) {
+    // The system that cannot offer the newest version says so; the server has said the other.
+    failure.reason = firstReason_;
+  }
   return {nullptr, again};
 }
 

@@ -75,6 +75,7 @@ class ServerConnector final : public MailConnector {
   int left_ = 0;         // of the time-out, in milliseconds
   bool again_ = false;   // the next connection is for the handshake that has just failed
   bool newest_ = false;  // handshakes offer the newest TLS alone
+  MailReason firstReason_ = MailReason::none;  // why the handshake before that one failed
 };
 
 }  // namespace vornelle

@@ -199,6 +199,19 @@ TEST_F(Pop3TlsTest, AServerThatKnowsOnlyTheNewestTlsGetsASecondConnectionWithinT
   }
 }
 
+TEST_F(Pop3TlsTest, AServerThatHangsUpIsToldAsThatWhereTheSystemHasNoNewerTls) {
+  for (const bool atOnce : {false, true}) {
+    if (atOnce) encryptAtOnce();
+    mailbox->tls->problem = TlsProblem::closed;
+    mailbox->tls->newestMayDo = true;
+    mailbox->onHandshake = [this] {
+      if (mailbox->peers.back().versions == TlsVersions::newest) mailbox->tls->problem = TlsProblem::version;
+    };
+    EXPECT_FALSE(mail->popConnect());
+    EXPECT_EQ(mail->failure().reason, MailReason::closed);
+  }
+}
+
 TEST_F(Pop3TlsTest, TheSecondConnectionGoesTheWholeWayAgainAndThenLogsOn) {
   for (const bool atOnce : {false, true}) {
     if (atOnce) encryptAtOnce();

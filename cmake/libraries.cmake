@@ -23,10 +23,11 @@ function(platform_library name)
 endfunction()
 
 if(WIN32)
-  # What only encrypted connections need is loaded with the first of them: it would hold up every start. A function that
-  # is used for the first time is added to the list of its library, or the program does not link.
+  # What only encrypted connections, the announcement or a file dialog need is loaded with the first of them: it would
+  # hold up every start. A function that is used for the first time is added to the list of its library, or the program
+  # does not link.
   set(delayed_libraries)
-  foreach(name secur32 crypt32)
+  foreach(name secur32 crypt32 wininet comdlg32)
     set(definition ${PROJECT_SOURCE_DIR}/cmake/delayed/${name}.def)
     set(library ${PROJECT_BINARY_DIR}/lib${name}_delayed.a)
     execute_process(COMMAND ${CMAKE_DLLTOOL} -d ${definition} -D ${name}.dll -y ${library} COMMAND_ERROR_IS_FATAL ANY)
@@ -34,8 +35,8 @@ if(WIN32)
     list(APPEND delayed_libraries ${library})
   endforeach()
   platform_library(vornelle_platform win32)
-  target_link_libraries(vornelle_platform INTERFACE ws2_32 wininet bcrypt ole32 oleaut32 uuid shell32 comctl32
-    comdlg32 advapi32 user32 gdi32 shlwapi
+  target_link_libraries(vornelle_platform INTERFACE ws2_32 bcrypt ole32 oleaut32 uuid shell32 comctl32
+    advapi32 user32 gdi32 shlwapi
     ${delayed_libraries} delayimp)
 else()
   # TLS is the system's OpenSSL, where it is there; the console program does without.

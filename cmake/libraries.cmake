@@ -73,17 +73,23 @@ target_compile_definitions(vornelle_web PRIVATE VORNELLE_ANNOUNCEMENT_URL="${VOR
 add_library(vornelle_portable INTERFACE)
 target_link_libraries(vornelle_portable INTERFACE vornelle_startup)
 
-# What runs once a connection, and says why there is none, is built for size: a tenth of the program would be the
-# sentences' concatenations otherwise.
-set_source_files_properties(
-  ${PROJECT_SOURCE_DIR}/base/host_name.cpp
-  ${PROJECT_SOURCE_DIR}/base/punycode.cpp
-  ${PROJECT_SOURCE_DIR}/mail/mail_connector.cpp
-  ${PROJECT_SOURCE_DIR}/mail/mail_failure.cpp
-  ${PROJECT_SOURCE_DIR}/mail/server_address.cpp
-  ${PROJECT_SOURCE_DIR}/mail/tls_certificates.cpp
-  ${PROJECT_SOURCE_DIR}/platform/common/alternative_names.cpp
-  ${PROJECT_SOURCE_DIR}/platform/common/tls_stream.cpp
-  ${PROJECT_SOURCE_DIR}/platform/win32/certificate.cpp
-  ${PROJECT_SOURCE_DIR}/platform/win32/schannel.cpp
-  PROPERTIES COMPILE_OPTIONS -Os)
+# What goes over every byte of a mailbox is built for speed in a program that is built for size.
+if(WIN32)
+  set_source_files_properties(
+    ${PROJECT_SOURCE_DIR}/base/text.cpp
+    ${PROJECT_SOURCE_DIR}/base/unicode.cpp
+    ${PROJECT_SOURCE_DIR}/core/letter_case.cpp
+    ${PROJECT_SOURCE_DIR}/mail/base64.cpp
+    ${PROJECT_SOURCE_DIR}/mail/charset.cpp
+    ${PROJECT_SOURCE_DIR}/mail/encoded_words.cpp
+    ${PROJECT_SOURCE_DIR}/mail/header_fields.cpp
+    ${PROJECT_SOURCE_DIR}/mail/line_stream.cpp
+    ${PROJECT_SOURCE_DIR}/mail/list_matcher.cpp
+    ${PROJECT_SOURCE_DIR}/mail/message_parser.cpp
+    ${PROJECT_SOURCE_DIR}/mail/mime.cpp
+    ${PROJECT_SOURCE_DIR}/mail/quoted_printable.cpp
+    ${PROJECT_SOURCE_DIR}/platform/common/charset.cpp
+    ${PROJECT_SOURCE_DIR}/platform/common/code_page.cpp
+    ${PROJECT_SOURCE_DIR}/platform/common/tls_stream.cpp
+    PROPERTIES COMPILE_OPTIONS -O2)
+endif()

@@ -26,6 +26,12 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release")
   # Lines for stack traces, the same in every checkout.
   add_compile_options(-g1 -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
 endif()
+# Most of the program waits for somebody: what is small is loaded soon. What counts in loops is named in libraries.cmake.
+if(WIN32)
+  set(CMAKE_CXX_FLAGS_RELEASE "-Os -DNDEBUG")
+else()
+  set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+endif()
 if(WIN32)
   # One program file, no DLL beside it.
   add_link_options(-static -Wl,--gc-sections)

@@ -12,8 +12,8 @@ import { Dovecot } from '../support/dovecot.mjs';
 import { repository } from '../support/launcher.mjs';
 import { MailServer } from '../support/mailserver.mjs';
 import { friendly, smallMailbox, spam } from '../support/mails.mjs';
-import { keepChild, listening, until } from '../support/tools.mjs';
-import { Desktop, processorTicks, PROGRAM_FOLDER, wineProgram } from './wine.mjs';
+import { keepChild, until } from '../support/tools.mjs';
+import { Desktop, processorTicks, wineProgram } from './wine.mjs';
 
 const ID = { filter: 104, log: 107 };
 let desktop;
@@ -141,41 +141,4 @@ test('At rest the program takes no processor time, and its memory stays small af
     await desktop.ask(`end ${(await desktop.window({ class: 'VornelleBare' })).pid}`);
     await server.stop();
   }
-});
-
-test('The program file is below 2 MB, and listens soon after its start', async () => {
-  const size = fs.statSync(path.join(PROGRAM_FOLDER, 'vornelle.exe')).size;
-  console.log(`figure: program file ${(size / 1024).toFixed(0)} KB`);
-  assert.ok(size < 2 * 1024 * 1024);
-
-  const bareStart = async () => {
-    const start = Date.now();
-    const bare = keepChild(spawn(wineProgram, [path.join(repository, 'build', 'windows', 'tests', 'desktop', 'desktop_bare.exe')],
-      { env: desktop.env, stdio: 'ignore' }));
-    await until(async () => await desktop.xdotool('search', '--onlyvisible', '--name', '^Bare$').catch(() => ''),
-      'the bare window');
-    const took = Date.now() - start;
-    await desktop.ask(`end ${(await desktop.window({ class: 'VornelleBare' })).pid}`);
-    await until(() => bare.exitCode !== null, 'the end of the bare program');
-    return took;
-  };
-  const programStart = async () => {
-    const app = await desktop.install();
-    const start = Date.now();
-    app.launch();
-    await listening(app.wantedPort, 'the listener');
-    const took = Date.now() - start;
-    await app.stop();
-    return took;
-  };
-  // The quickest start of each counts: everything slower is other work of the machine's. A busy machine gets more tries.
-  const times = { bare: [], program: [] };
-  const best = (list) => Math.min(...list);
-  const isQuick = () => best(times.program) < 1.5 * best(times.bare);
-  for (let i = 0; i < 15 && (i < 3 || !isQuick()); i++) {
-    times.bare.push(await bareStart());
-    times.program.push(await programStart());
-  }
-  console.log(`figure: start to listening ${times.program.join(', ')} ms; a bare window ${times.bare.join(', ')} ms`);
-  assert.ok(isQuick(), `${best(times.program)} ms against ${best(times.bare)} ms`);
 });

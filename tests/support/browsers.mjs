@@ -1,5 +1,4 @@
-// Browsers for tests, both from Debian and both through playwright-core: Chromium over its own protocol, Firefox over
-// WebDriver BiDi. Each one has an address of its own for the gateway, so that both ways to it are walked.
+// People at browsers, for tests. Under ctest the files share the browsers of one keeper (browser_keeper.mjs).
 //
 //   inEachBrowser((userTest) => {
 //     userTest('WhatPeopleSee', () => app, async (user) => {
@@ -15,48 +14,35 @@ import fs from 'node:fs';
 import path from 'node:path';
 import { after, before, describe, test } from 'node:test';
 
-import { chromium, firefox } from 'playwright-core';
-
+import { sharedBrowser } from './browser_keeper.mjs';
+import { KINDS } from './browser_kinds.mjs';
 import { repository } from './launcher.mjs';
-import { isRoot, until } from './tools.mjs';
+import { until } from './tools.mjs';
 
 const BROWSERS = (process.env.VORNELLE_BROWSERS ?? 'chromium,firefox').split(',');
 
-const KINDS = {
-  chromium: {
-    type: chromium,
-    host: 'localhost',
-    // Root's Chromium runs only without its sandbox.
-    options: { executablePath: '/usr/bin/chromium', args: isRoot() ? ['--no-sandbox'] : [] },
-  },
-  // The channel's name makes it BiDi: the other protocol is for a Firefox that was patched for it.
-  firefox: { type: firefox, host: '[::1]', options: { executablePath: '/usr/bin/firefox-esr', channel: 'moz-firefox' } },
-};
-
-// A browser that prefers dark pages. Firefox takes that at its start only.
-const DARK = {
-  chromium: {},
-  firefox: { firefoxUserPrefs: { 'layout.css.prefers-color-scheme.content-override': 0 } },
-};
+// Each one has an address of its own for the gateway, so that both ways to it are walked.
+const HOSTS = { chromium: 'localhost', firefox: '[::1]' };
 
 const PATIENCE = 30000;  // milliseconds until something that never comes is given up
 
 const screenshots = path.join(repository, 'build', 'screenshots');
 
 class Browser {
-  // options: dark
+  // options: dark, a browser that prefers dark pages
   static async open(name, { dark = false } = {}) {
     const browser = new Browser();
     browser.name = name;
-    browser.kind = KINDS[name];
     browser.look = dark ? { colorScheme: 'dark' } : {};
-    browser.process = await browser.kind.type.launch({ ...browser.kind.options, ...(dark ? DARK[name] : {}), headless: true, timeout: 60000 });
+    const kind = KINDS[`${name} dark`] && dark ? `${name} dark` : name;
+    browser.process = await sharedBrowser(kind)
+      ?? await KINDS[kind].type.launch({ ...KINDS[kind].options, headless: true, timeout: 60000 });
     return browser;
   }
 
   // Somebody with a window of their own who knows nothing of other windows (no shared storage).
   // options: host (instead of the browser's own), and what playwright's newContext takes
-  async user(app, { host = this.kind.host, ...options } = {}) {
+  async user(app, { host = HOSTS[this.name], ...options } = {}) {
     const context = await this.process.newContext({ viewport: { width: 1280, height: 900 }, ...this.look, ...options });
     context.setDefaultTimeout(PATIENCE);
     context.setDefaultNavigationTimeout(PATIENCE);

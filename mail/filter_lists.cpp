@@ -122,6 +122,12 @@ std::optional<std::vector<std::string>> listForFilter(std::string_view listName)
   return lines;
 }
 
+std::optional<std::vector<std::string>> listLines(std::string_view listName) {
+  std::optional<Lines> lines = readLines(listName);
+  if (lines && lines->size() > kFilterCapacity) lines->resize(kFilterCapacity);
+  return lines;
+}
+
 void listAdd(std::string_view listName, std::string_view entry) {
   const std::string name(listName);
   // A letter that the page's code page lacks is posted as a reference: it is that letter from here on.
@@ -170,6 +176,13 @@ ListAdditions listAddMany(std::string_view listName, const std::vector<std::stri
                  " entries, the filter uses the first " + std::to_string(kFilterCapacity));
   }
   return additions;
+}
+
+void logAdditions(std::string_view listName, const std::vector<std::string>& entries) {
+  constexpr std::size_t kMostLines = 50;
+  const std::string start = std::string(listName) + " add: ";
+  if (entries.size() > kMostLines) return LogWindowAdd(start + std::to_string(entries.size()) + " entries");
+  for (const std::string& entry : entries) LogWindowAdd(start + entry);
 }
 
 void listRemoveLine(std::string_view type, std::string_view lineNumber) {

@@ -75,6 +75,9 @@ void createMissingLists();
 // read.
 [[nodiscard]] std::optional<std::vector<std::string>> listForFilter(std::string_view listName);
 
+// The same without a word in the log: for what is told about messages, and not done with them.
+[[nodiscard]] std::optional<std::vector<std::string>> listLines(std::string_view listName);
+
 // Adds the entry, in its form encoding, to the list: in small letters, without blanks around it, decoded when
 // it is stored. An entry that the list holds already, as it was posted, changes nothing. The file comes out
 // in small letters, without blank lines, sorted. A full list, or one that cannot be read, is left as it is,
@@ -91,6 +94,9 @@ struct ListAdditions {
   std::size_t skipped = 0;
 };
 [[nodiscard]] ListAdditions listAddMany(std::string_view listName, const std::vector<std::string>& entries);
+
+// The log lines of such an addition: one an entry, or one for all where they are many.
+void logAdditions(std::string_view listName, const std::vector<std::string>& entries);
 
 // Removes the line whose number, counted from 0 over all lines of the file, blank ones too, is the value of
 // the text as val() reads it, and writes the other lines back, each with its CR LF, also where no line has

@@ -16,23 +16,6 @@
 namespace vornelle {
 namespace {
 
-// "<" is written as an escape too, so that the text cannot end a script that it is put into.
-std::string quoted(std::string_view text) {
-  std::string json = "\"";
-  for (const char c : toUtf8(text)) {
-    if (c == '"' || c == '\\') {
-      json.append({'\\', c});
-    } else if (static_cast<unsigned char>(c) < 0x20 || c == '<' || c == 0x7F) {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
-      json += escape;
-    } else {
-      json += c;
-    }
-  }
-  return json + "\"";
-}
-
 std::string truth(bool value) {
   return value ? "true" : "false";
 }
@@ -40,7 +23,8 @@ std::string truth(bool value) {
 std::string underWayJson() {
   const std::optional<Progress> progress = underWay();
   if (!progress) return "null";
-  return "{\"task\": " + quoted(taskName(progress->task)) + ", \"text\": " + quoted(progressText(*progress)) +
+  return "{\"task\": " + quotedJson(taskName(progress->task)) +
+         ", \"text\": " + quotedJson(progressText(*progress)) +
          ", \"done\": " + std::to_string(progress->done) + ", \"total\": " + std::to_string(progress->total) +
          "}";
 }
@@ -48,8 +32,8 @@ std::string underWayJson() {
 void addOutcome(std::string& json, std::string_view name, const Outcome& one) {
   if (one.time == 0) return;
   if (json.back() != '{') json += ", ";
-  json += quoted(name) + ": {\"time\": " + std::to_string(one.time) + ", \"good\": " + truth(one.good) +
-          ", \"text\": " + quoted(one.text) + "}";
+  json += quotedJson(name) + ": {\"time\": " + std::to_string(one.time) + ", \"good\": " + truth(one.good) +
+          ", \"text\": " + quotedJson(one.text) + "}";
 }
 
 std::string resultsJson() {
@@ -66,10 +50,10 @@ std::string resultsJson() {
 
 std::string removedJson() {
   if (lastRemoval.list.empty()) return "null";
-  std::string json = "{\"list\": " + quoted(lastRemoval.list) + ", \"entries\": [";
+  std::string json = "{\"list\": " + quotedJson(lastRemoval.list) + ", \"entries\": [";
   for (const std::string& entry : lastRemoval.entries) {
     if (json.back() != '[') json += ", ";
-    json += quoted(entry);
+    json += quotedJson(entry);
   }
   return json + "]}";
 }
@@ -82,13 +66,30 @@ std::string setupJson() {
 
 std::string failureJson(const MailFailure& failure) {
   if (!failure) return "null";
-  return "{\"reason\": " + quoted(reasonName(failure.reason)) +
-         ", \"step\": " + quoted(stepName(failure.step)) + ", \"host\": " + quoted(failure.host) +
-         ", \"port\": " + std::to_string(failure.port) + ", \"words\": " + quoted(failure.words) +
-         ", \"text\": " + quoted(failureText(failure)) + "}";
+  return "{\"reason\": " + quotedJson(reasonName(failure.reason)) +
+         ", \"step\": " + quotedJson(stepName(failure.step)) + ", \"host\": " + quotedJson(failure.host) +
+         ", \"port\": " + std::to_string(failure.port) + ", \"words\": " + quotedJson(failure.words) +
+         ", \"text\": " + quotedJson(failureText(failure)) + "}";
 }
 
 }  // namespace
+
+// "<" is written as an escape too, so that the text cannot end a script that it is put into.
+std::string quotedJson(std::string_view text) {
+  std::string json = "\"";
+  for (const char c : toUtf8(text)) {
+    if (c == '"' || c == '\\') {
+      json.append({'\\', c});
+    } else if (static_cast<unsigned char>(c) < 0x20 || c == '<' || c == 0x7F) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+      json += escape;
+    } else {
+      json += c;
+    }
+  }
+  return json + "\"";
+}
 
 std::string statusJson() {
   const ListingAge inbox = inboxAge();

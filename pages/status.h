@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace vornelle {
 
@@ -19,6 +20,9 @@ namespace vornelle {
 //    "testMode": true, "active": false, "minutesLeft": 27, "now": 1795312860,
 //    "inbox": {"fresh": true, "fetched": 1795312800 (0: never), "count": 12}}
 [[nodiscard]] std::string statusJson();
+
+// The text as a JSON string in UTF-8, which may stand in a script.
+[[nodiscard]] std::string quotedJson(std::string_view text);
 
 // The same as the value of an attribute of a page, between double quotes.
 [[nodiscard]] std::string statusAttribute();

@@ -17,6 +17,7 @@
 #include "platform/clock.h"
 #include "platform/events.h"
 #include "platform/socket.h"
+#include "web/entry_check.h"
 #include "web/gateway_answer.h"
 #include "web/http_cmds.h"
 #include "web/http_request_parser.h"
@@ -195,6 +196,12 @@ bool answerAtOnce(Connection& connection) {
   if (startsWithNoCase(target, "/STATUS.JSON")) {
     sendAnswer(connection, holdsSession(target) ? statusAnswer(statusJson(), optionsFor(connection))
                                                 : errorAnswer(403, optionsFor(connection)));
+    return true;
+  }
+  if (startsWithNoCase(target, "/ENTRIES.JSON")) {
+    sendAnswer(connection, holdsSession(target)
+                               ? statusAnswer(entryCheckJson(connection.request.body), optionsFor(connection))
+                               : errorAnswer(403, optionsFor(connection)));
     return true;
   }
   if (startsWithNoCase(target, "/VIEW.HTM")) {

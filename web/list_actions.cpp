@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "base/characters.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "base/url_decode.h"
 #include "core/activity.h"
 #include "core/form1.h"
+#include "core/letter_case.h"
 #include "mail/filter_lists.h"
 #include "web/request.h"
 
@@ -50,6 +52,27 @@ std::vector<std::string> decodedPieces(std::string_view value) {
   return pieces;
 }
 
+// A letter beyond ASCII comes as its reference, also one that the code page has.
+std::string withLetters(const std::string& entry) {
+  std::string letters;
+  for (std::size_t at = 0; at < entry.size();) {
+    unsigned code = 0;
+    const std::size_t digits = at + 2;
+    const std::size_t end = entry.compare(at, 2, "&#") == 0 ? entry.find(';', digits) : std::string::npos;
+    if (end != std::string::npos && end - digits <= 7 &&
+        isDigits(std::string_view(entry).substr(digits, end - digits))) {
+      std::from_chars(entry.data() + digits, entry.data() + end, code);
+    }
+    if (code >= 0x80) {
+      appendCharacter(letters, code);
+      at = end + 1;
+    } else {
+      letters += entry[at++];
+    }
+  }
+  return letters;
+}
+
 std::string quotedEntries(const std::vector<std::string>& entries) {
   return entries.size() == 1 ? "\"" + entries.front() + "\"" : std::to_string(entries.size()) + " entries";
 }
@@ -67,11 +90,20 @@ void addOne(std::string_view list, const std::string& item) {
                                                ". It stands there already, or the event log tells why not.");
 }
 
-void addMany(const std::string& list, const std::vector<std::string>& entries) {
+void addMany(const std::string& list, std::vector<std::string> entries) {
   using Result = ListAdditions::Result;
+  for (std::string& entry : entries) entry = toSmallLetters(trim(withLetters(entry)));
+  std::erase(entries, "");
   const ListAdditions additions = listAddMany(list, entries);
   switch (additions.result) {
     case Result::done:
+      if (additions.added == 0) {
+        outcomes.addition =
+            outcome(true, quotedEntries(entries) + (entries.size() == 1 ? " stands" : " stand") + " on the " +
+                              list + " already.");
+        break;
+      }
+      logAdditions(list, entries);
       outcomes.addition = outcome(
           true,
           "Added " + (additions.skipped == 0 ? quotedEntries(entries) : std::to_string(additions.added)) +

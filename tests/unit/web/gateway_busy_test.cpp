@@ -142,5 +142,15 @@ TEST_F(BusyGateway, TheStatusTakesTheLiveSessionAndOurOwnPages) {
               StartsWith("HTTP/1.1 200"));
 }
 
+TEST_F(BusyGateway, AnEntryIsAskedAboutAtAnyTimeWithTheLiveSessionOnly) {
+  std::string answer;
+  meanwhile_ = [&] { answer = ask(live("entries.json")); };
+  ask(live("mailfilter.cgi"));
+  EXPECT_THAT(answer, HasSubstr("\r\nContent-Type: application/json\r\n"));
+  EXPECT_THAT(answer, HasSubstr("{\"entries\": []"));
+  EXPECT_EQ(taken_.size(), 1U);
+  EXPECT_THAT(ask(get("/entries.json?s=OLD")), StartsWith("HTTP/1.1 403"));
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -265,5 +265,30 @@ TEST_F(ListActionTest, SeveralEntriesArePutBackAtOnce) {
   EXPECT_EQ(outcomes.addition.text, "Added 3 to the FriendList; 1 stood there already.");
 }
 
+TEST_F(ListActionTest, ALetterOfTheCodePageIsPutBackAsItWas) {
+  makeFile("\\data\\friendlist.txt", "");
+  static_cast<void>(postWithSession(
+      "addtolist.cgi", "addtolist=&addentries=caf%26%23233%3B %26%238364%3B&type=FriendList&END=1"));
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "caf\xE9 \x80\r\n");
+}
+
+TEST_F(ListActionTest, WhatAPageAddsIsLoggedInSmallLetters) {
+  makeFile("\\data\\enemylist.txt", "");
+  static_cast<void>(postWithSession(
+      "addtolist.cgi", "addtolist=&addentries=Bob%2Bnews@x.example%0A%0Aeve@x.example&type=EnemyList&END=1"));
+  EXPECT_EQ(contentOf("\\data\\enemylist.txt"), "bob+news@x.example\r\neve@x.example\r\n");
+  EXPECT_THAT(form1.LogWindow.text(), HasSubstr("] EnemyList add: bob+news@x.example\r\n"));
+  EXPECT_THAT(form1.LogWindow.text(), HasSubstr("] EnemyList add: eve@x.example\r\n"));
+  EXPECT_EQ(outcomes.addition.text, "Added 2 entries to the EnemyList.");
+}
+
+TEST_F(ListActionTest, AnEntryThatIsThereAlreadyIsToldAndChangesNothing) {
+  makeFile("\\data\\friendlist.txt", "Bob\r\n");
+  static_cast<void>(postWithSession("addtolist.cgi", "addtolist=&addentries=bob&type=FriendList&END=1"));
+  EXPECT_EQ(outcomes.addition.text, "\"bob\" stands on the FriendList already.");
+  EXPECT_TRUE(outcomes.addition.good);
+  EXPECT_EQ(form1.LogWindow.text().find("FriendList add"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -97,7 +97,7 @@ constexpr std::string_view kEmptyRow =
     "  </tr>\r\n";
 
 // One row; it also enters the row tables, by which the page's forms find the message again.
-std::string inboxRow(std::int16_t i) {
+std::string inboxRow(std::int16_t i, const KnownSenders* known) {
   doEvents();
   const auto uidl = inboxUidl(i);
   if (!uidl) return "";
@@ -105,7 +105,7 @@ std::string inboxRow(std::int16_t i) {
   form1.rowKey[static_cast<std::size_t>(i)] = *uidl;
   form1.rowSender[static_cast<std::size_t>(i)] = cleanSender(from);
   const std::string sizeText = sizeTextOf(*inboxSize(i));
-  return "<tr class='tableBGcolor'>\r\n" + senderCell(from, "") + dateCell(*inboxDate(i)) +
+  return "<tr class='tableBGcolor'>\r\n" + senderCell(from, "", known) + dateCell(*inboxDate(i)) +
          subjectCell(*inboxSubject(i), messageAddress("displayemail.cgi?uidl=" + *uidl, "inbox", *uidl),
                      sizeText) +
          sizeCell(sizeText) + boxCellStart("delete") + rowBox(settings.deletePrefix, i) +

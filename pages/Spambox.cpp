@@ -11,6 +11,7 @@
 #include "core/settings.h"
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
+#include "pages/message_actions.h"
 #include "pages/message_listing.h"
 #include "pages/message_rows.h"
 #include "pages/sort_parallel.h"
@@ -99,7 +100,7 @@ constexpr std::string_view kEmptyRow =
     "  </tr>\r\n";
 
 // One row; it also enters the row tables, by which the page's forms find the message again.
-std::string spamboxRow(std::int16_t i) {
+std::string spamboxRow(std::int16_t i, const KnownSenders* known) {
   doEvents();
   const auto key = spamboxKey(i);
   if (!key) return "";
@@ -108,7 +109,8 @@ std::string spamboxRow(std::int16_t i) {
   form1.rowSender[static_cast<std::size_t>(i)] = cleanSender(from);
   const std::string sizeText = sizeTextOf(*spamboxSize(i));
   const std::string restoreBox = settings.restorePrefix + std::to_string(i);
-  return "<tr class='tableBGcolor2'>\r\n" + senderCell(from, restoreBox) + dateCell(*spamboxDate(i)) +
+  return "<tr class='tableBGcolor2'>\r\n" + senderCell(from, restoreBox, known) +
+         dateCell(*spamboxDate(i), wasRestored(*key) ? "restored" : "") +
          subjectCell(*spamboxSubject(i), messageAddress("displayspam.cgi?fn=" + *key + ".txt", "spam", *key),
                      sizeText) +
          sizeCell(sizeText) + boxCellStart("restore") + rowBox(settings.restorePrefix, i) + "</td>\r\n" +

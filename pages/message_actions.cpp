@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <vector>
 
+#include "base/module_state.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "core/activity.h"
@@ -13,6 +15,7 @@
 #include "core/settings.h"
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
+#include "pages/befriend.h"
 #include "pages/template.h"
 #include "platform/events.h"
 #include "platform/files.h"
@@ -20,6 +23,10 @@
 
 namespace vornelle {
 namespace {
+
+// The keys of what has been restored and is still there. The SpamBox bounds it.
+std::set<std::string, std::less<>> restoredKeys;
+const ModuleState restoredState([] { restoredKeys.clear(); });
 
 // One checked box of the form: what stood in its row when the form arrived.
 struct CheckedRow {
@@ -129,6 +136,7 @@ bool deleteFromSpamBox(const CheckedRow& row) {
   }
   LogWindowAdd("Delete spam from " + row.sender);
   const bool deleted = deleteSpam(row.key);
+  if (deleted) restoredKeys.erase(row.key);
   if (!deleted) LogWindowAdd("Problem deleting spam file " + row.key + ".txt");
   return deleted;
 }
@@ -136,6 +144,7 @@ bool deleteFromSpamBox(const CheckedRow& row) {
 // What became of the checked rows.
 struct Tally {
   int restored = 0, notRestored = 0, deleted = 0, notDeleted = 0;
+  std::string friends;  // what befriendSenders() said
 
   void remember() const {
     if (restored + notRestored > 0) {
@@ -145,6 +154,9 @@ struct Tally {
         text += ", " + std::to_string(notRestored) +
                 " could not be: " + (reason.empty() ? "the event log tells why" : reason);
       }
+      text += friends;
+      // One sentence for both, since pages show what happened last.
+      if (deleted > 0) text += ", " + std::to_string(deleted) + " deleted";
       outcomes.restore = outcome(notRestored == 0, text);
       if (notRestored > 0) outcomes.failure = outcomes.restore;
     }
@@ -189,12 +201,27 @@ void logRestore(bool sent, const std::string& sender) {
 }
 
 bool restoreRow(const CheckedRow& row) {
-  if (isNameInFolder(row.key)) return restoreSpam(spamPath(row.key));
-  logRestore(false, row.sender);
-  return false;
+  if (!isNameInFolder(row.key)) {
+    logRestore(false, row.sender);
+    return false;
+  }
+  const bool restored = restoreSpam(spamPath(row.key));
+  if (restored) restoredKeys.insert(row.key);
+  return restored;
 }
 
-void workThrough(std::vector<CheckedRow> rows, bool inbox) {
+// The senders as the messages have them: a row's has lost its quotes.
+std::vector<std::string> restoredSenders(const std::vector<CheckedRow>& rows) {
+  std::vector<std::string> senders;
+  for (const CheckedRow& row : rows) {
+    if (!row.restore || !isNameInFolder(row.key)) continue;
+    const auto message = MailComponent::loadMessageFileHeader(spamPath(row.key));
+    if (message) senders.push_back(message->getFromDisplay());
+  }
+  return senders;
+}
+
+void workThrough(std::vector<CheckedRow> rows, bool inbox, bool befriend) {
   Activity activity(Task::restoreAndDelete);
   Tally tally;
 
@@ -212,7 +239,10 @@ void workThrough(std::vector<CheckedRow> rows, bool inbox) {
     }
   }
 
-  // 2. Row by row. A message that was to be restored and could not be is not deleted behind that.
+  // 2. Friends first: a filter run that begins in between must not catch their messages again.
+  if (befriend) tally.friends = befriendSenders(restoredSenders(rows));
+
+  // 3. Row by row. A message that was to be restored and could not be is not deleted behind that.
   putRestoresFirst(rows);
   std::vector<std::int32_t> notRestored;
   for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -233,7 +263,7 @@ void workThrough(std::vector<CheckedRow> rows, bool inbox) {
     }
   }
 
-  // 3. The deletions take effect when the session ends.
+  // 4. The deletions take effect when the session ends.
   if (inbox) currentMail.reset();
   tally.remember();
 }
@@ -284,11 +314,19 @@ void deleteChecked(std::string_view box) {
   std::size_t button = findNoCase(request, "SUBMIT3=DELETE&");
   if (button == std::string_view::npos) button = findNoCase(request, "SUBMIT3=RESTORE-DELETE&");
   if (button == std::string_view::npos) return;
-  workThrough(checkedRows(request.substr(request.find('&', button) + 1)), box == "INBOX");
+  const bool inbox = box == "INBOX";
+  const bool befriend =
+      form1.requestByGateway && !inbox && findNoCase(request, "befriend=1") != std::string_view::npos;
+  workThrough(checkedRows(request.substr(request.find('&', button) + 1)), inbox, befriend);
 }
 
 void actOnMessage(std::string_view box, const std::string& key, const std::string& sender, MessageAct act) {
-  workThrough({{act == MessageAct::restore, 0, key, sender}}, box == "INBOX");
+  workThrough({{act != MessageAct::remove, 0, key, sender}}, box == "INBOX",
+              act == MessageAct::restoreAndBefriend);
+}
+
+bool wasRestored(std::string_view key) {
+  return restoredKeys.contains(key);
 }
 
 bool isSpamKey(std::string_view key) {

@@ -18,12 +18,16 @@ namespace vornelle {
 [[nodiscard]] std::string showSpam(const std::string& fileName);
 
 // Works through the checked rows of the form in form1.requestText. `box` is "INBOX" or "SPAMBOX". The rows'
-// keys and senders are those of the page that was built last.
+// keys and senders are those of the page that was built last. A browser's form may have the field "befriend":
+// with it the senders of restored messages are put on the FriendList.
 void deleteChecked(std::string_view box);
 
 // The same for one message that is named by its key, as one checked row. `sender` is for the log line.
-enum class MessageAct { restore, remove };
+enum class MessageAct { restore, restoreAndBefriend, remove };
 void actOnMessage(std::string_view box, const std::string& key, const std::string& sender, MessageAct act);
+
+// Whether the message of the SpamBox with that key has been restored since the program began.
+[[nodiscard]] bool wasRestored(std::string_view key);
 
 // Whether a key can be that of a file in the SpamBox: no name that leads out of it.
 [[nodiscard]] bool isSpamKey(std::string_view key);

@@ -10,6 +10,7 @@
 #include "core/form1.h"
 #include "core/letter_case.h"
 #include "core/settings.h"
+#include "mail/mail_address.h"
 #include "pages/browser_text.h"
 #include "pages/modSGML.h"
 #include "pages/template.h"
@@ -58,7 +59,11 @@ std::string buildRowPage(const RowPage& page, std::int16_t& first) {
   first = range.first;
   std::string rows;
   if (range.total > 0) {
-    for (int i = range.first; i <= range.last; i++) rows += page.row(static_cast<std::int16_t>(i));
+    std::optional<KnownSenders> known;
+    if (form1.requestByGateway) known.emplace();
+    for (int i = range.first; i <= range.last; i++) {
+      rows += page.row(static_cast<std::int16_t>(i), known ? &*known : nullptr);
+    }
   } else {
     rows = page.emptyRow;
   }
@@ -102,14 +107,17 @@ std::string cleanSender(std::string_view from) {
   return replaceAll(replaceAll(from, "'", ""), "\"", "");
 }
 
-std::string senderCell(std::string_view from, std::string_view tickedBox) {
+std::string senderCell(std::string_view from, std::string_view tickedBox, const KnownSenders* known) {
   const std::string clean = cleanSender(from);
   const std::string entry = toSmallLetters(clean);
   std::string cell = cellStart(" valign='top'", "from");
   if (clean.empty()) {
     cell += kNone;
   } else if (form1.requestByGateway) {
-    cell += "<a href='#addinput' data-sender='" + browserText(entry) + "'";
+    // With its quotes, by which the filter would find it.
+    cell += "<a href='#addinput' data-sender='" + browserText(toSmallLetters(from)) + "' data-address='" +
+            browserText(toSmallLetters(envelopeAddress(from))) + "'";
+    if (known != nullptr) cell += " data-known='" + std::string(known->listOf(from)) + "'";
     if (!tickedBox.empty()) cell += " data-tick='" + std::string(tickedBox) + "'";
     cell += ">" + browserText(firstCharacters(replaceAll(from, "\"", ""), kSenderLength)) + "</a>";
   } else {
@@ -122,8 +130,11 @@ std::string senderCell(std::string_view from, std::string_view tickedBox) {
   return cell.append(kCellEnd);
 }
 
-std::string dateCell(std::string_view date) {
-  return (cellStart("", "date") + pageText(date)).append(kCellEnd);
+std::string dateCell(std::string_view date, std::string_view mark) {
+  std::string cell = cellStart("", "date") + pageText(date);
+  if (form1.requestByGateway && !mark.empty())
+    cell += " <small class='mark'>" + std::string(mark) + "</small>";
+  return cell.append(kCellEnd);
 }
 
 std::string subjectCell(std::string_view subject, std::string_view address, std::string_view sizeText) {

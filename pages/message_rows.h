@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "mail/mail_failure.h"
+#include "pages/known_senders.h"
 
 namespace vornelle {
 
@@ -26,7 +27,7 @@ struct RowPage {
   std::string_view emptyRow;      // stands in place of rows where there are none
   bool (*makeListing)();          // false: failed, the listing is as it is
   std::int16_t (*count)();        // of the listing
-  std::string (*row)(std::int16_t index);
+  std::string (*row)(std::int16_t index, const KnownSenders* known);  // null over the plain wire
   // Why making the listing has failed; null where no server has a part in it.
   const MailFailure* failure = nullptr;
 };
@@ -51,10 +52,13 @@ struct RowPage {
 
 // The sender's cell: a link that puts the clean sender into the page's add-to-list field and ticks the box of
 // that name ("R3"; "" for none); "<none>" where the clean sender is empty. What is shown is cut to 25
-// characters, over the plain wire after escaping, so that an entity may be split there.
-[[nodiscard]] std::string senderCell(std::string_view from, std::string_view tickedBox);
+// characters, over the plain wire after escaping, so that an entity may be split there. Through the gateway
+// it carries besides the bare address and, where the sender is `known`, the list that it is on.
+[[nodiscard]] std::string senderCell(std::string_view from, std::string_view tickedBox,
+                                     const KnownSenders* known = nullptr);
 
-[[nodiscard]] std::string dateCell(std::string_view date);
+// The date; behind it, through the gateway, the word that marks the row, if any: "restored".
+[[nodiscard]] std::string dateCell(std::string_view date, std::string_view mark = "");
 
 // The subject, cut to 35 characters, linked to `address` unless the message is too large for a link. Over the
 // plain wire it is not escaped.

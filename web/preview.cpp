@@ -22,6 +22,7 @@
 #include "pages/Inbox.h"
 #include "pages/Spambox.h"
 #include "pages/browser_text.h"
+#include "pages/known_senders.h"
 #include "pages/message_actions.h"
 #include "pages/message_listing.h"
 #include "pages/message_rows.h"
@@ -165,6 +166,24 @@ Shown shownBody(const MailMessage& message, bool source) {
   return {start + "<div class=\"text\">" + browserText(text) + "</div></body></html>", 0};
 }
 
+// What stands beside the Restore button: what has been done already, and the offer to befriend the sender.
+std::string restoreOffer(const Box& box, std::string_view key, std::string_view from) {
+  if (box.name != "spam") return "";
+  std::string offer;
+  if (wasRestored(key)) offer += "<small class=\"mark\">restored</small> ";
+  const std::string_view list = KnownSenders().listOf(from);
+  if (list.empty() && !envelopeAddress(from).empty()) {
+    offer +=
+        "<label class=\"befriend\"><input type=\"checkbox\" name=\"befriend\" value=\"1\" checked> and put "
+        "the "
+        "sender on the FriendList</label>";
+  } else if (list == "enemy") {
+    offer +=
+        "<span class=\"hint\">The sender is on the EnemyList, so the next run will catch it again.</span>";
+  }
+  return offer;
+}
+
 std::string neighbour(const Box& box, int place, std::string_view words) {
   const std::optional<std::string> key = place < 0 ? std::nullopt : keyAt(box, place);
   if (!key) return "<span>" + std::string(words) + "</span>";
@@ -203,6 +222,7 @@ std::string previewPage() {
        {"<!--SSBOXTITLE-->", std::string(box.title)},
        {"<!--SSBOXPAGE-->", std::string(box.listPage)},
        {"<!--SSKEY-->", browserText(key)},
+       {"<!--SSRESTORE-->", restoreOffer(box, key, from)},
        {"<!--SSFROMNAME-->", browserText(name.empty() ? "<none>" : name)},
        {"<!--SSFROMADDRESS-->", browserText(address.empty() ? "no address" : address)},
        {"<!--SSENTRY-->", browserText(toLower(address))},
@@ -230,7 +250,9 @@ std::string previewAction() {
   const std::optional<std::string> next = place < 0 ? std::nullopt : keyAt(box, place + 1);
   const bool restore = act == "restore";
   if (restore && box.name == "spam") {
-    actOnMessage("SPAMBOX", key, formDecode(requestParam("sender").value_or("")), MessageAct::restore);
+    const bool befriend = requestParam("befriend").has_value();
+    actOnMessage("SPAMBOX", key, formDecode(requestParam("sender").value_or("")),
+                 befriend ? MessageAct::restoreAndBefriend : MessageAct::restore);
   } else if (act == "delete") {
     actOnMessage(box.name == "spam" ? "SPAMBOX" : "INBOX", key,
                  formDecode(requestParam("sender").value_or("")), MessageAct::remove);

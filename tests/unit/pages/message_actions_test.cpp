@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "core/activity.h"
 #include "mail/mail_component.h"
 #include "tests/unit/line_server.h"
 #include "tests/unit/pages/pages_test_support.h"
@@ -457,6 +458,65 @@ TEST_F(MessageActions, AMessageIsRestoredBeforeItIsDeletedInWhateverOrderTheBoxe
   EXPECT_THAT(logged(), ElementsAre("Restore msg from a@x.example to InBox", "Delete spam from bob",
                                     "Delete spam from ann"));
   EXPECT_EQ(outbox_.text, "From: a@x.example\r\n");
+}
+
+TEST_F(MessageActions, SendersOfRestoredMessagesBecomeFriendsWhereTheBrowserAsksForIt) {
+  makeFile("\\data\\friendlist.txt", "@friend.example\r\n");
+  makeFile("\\spam\\a.txt", "From: \"O'Hara\" <Ann.O'Hara@x.example>\r\n");
+  makeFile("\\spam\\b.txt", "From: bob@friend.example\r\n");
+  makeFile("\\spam\\c.txt", "From: eve@x.example\r\n");
+  row(0, "a", "OHara <Ann.OHara@x.example>");
+  row(1, "b", "bob@friend.example");
+  row(2, "c", "eve@x.example");
+  form("befriend=1&SUBMIT3=RESTORE-DELETE&R0=1&R1=1&D2=1&END=1");
+  form1.requestByGateway = true;
+  deleteChecked("SPAMBOX");
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "@friend.example\r\nann.o'hara@x.example\r\n");
+  EXPECT_EQ(logged().front(), "FriendList add: ann.o'hara@x.example") << "before the message can come back";
+  EXPECT_EQ(outcomes.restore.text, "2 restored, \"ann.o'hara@x.example\" put on the FriendList, 1 deleted");
+}
+
+TEST_F(MessageActions, ThePlainWireKnowsNoFieldThatMakesFriends) {
+  makeFile("\\data\\friendlist.txt", "");
+  makeFile("\\spam\\a.txt", "From: ann@x.example\r\n");
+  row(0, "a", "ann");
+  form("befriend=1&SUBMIT3=RESTORE-DELETE&R0=1&END=1");
+  deleteChecked("SPAMBOX");
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "");
+}
+
+TEST_F(MessageActions, ASenderWhoseAddressWouldNeedAQuestionIsNotMadeAFriend) {
+  settings.EMAIL_ADDRESS = "wilma@home.example";
+  makeFile("\\data\\friendlist.txt", "");
+  makeFile("\\data\\enemylist.txt", "@enemy.example\r\n");
+  makeFile("\\spam\\a.txt", "From: wilma@home.example\r\n");
+  makeFile("\\spam\\b.txt", "From: <e@a>\r\n");
+  makeFile("\\spam\\c.txt", "From: x@enemy.example\r\n");
+  makeFile("\\spam\\d.txt", "From: nobody\r\n");
+  for (int i = 0; i < 4; ++i) row(i, std::string(1, static_cast<char>('a' + i)), "x");
+  form("befriend=1&SUBMIT3=RESTORE-DELETE&R0=1&R1=1&R2=1&R3=1&END=1");
+  form1.requestByGateway = true;
+  deleteChecked("SPAMBOX");
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "");
+  EXPECT_EQ(outcomes.restore.text,
+            "4 restored, 4 senders not put on the FriendList: do that by hand if it has to be");
+}
+
+TEST_F(MessageActions, WhatHasBeenRestoredIsKnownUntilItIsDeleted) {
+  makeFile("\\spam\\a.txt", "From: a@x.example\r\n");
+  row(0, "a", "ann");
+  EXPECT_FALSE(wasRestored("a"));
+  outbox_.refuse = "rcpt";
+  EXPECT_FALSE(restoreSpam(inFolder("\\spam\\a.txt")));
+  form("SUBMIT3=RESTORE-DELETE&R0=1&END=1");
+  deleteChecked("SPAMBOX");
+  EXPECT_FALSE(wasRestored("a"));
+  outbox_.refuse.clear();
+  deleteChecked("SPAMBOX");
+  EXPECT_TRUE(wasRestored("a"));
+  form("SUBMIT3=RESTORE-DELETE&D0=1&END=1");
+  deleteChecked("SPAMBOX");
+  EXPECT_FALSE(wasRestored("a"));
 }
 
 TEST_F(MessageActions, ASpamFileThatCannotBeDeletedIsAProblem) {

@@ -192,12 +192,40 @@ TEST_F(BrowserRows, EachCellNamesItsColumn) {
   EXPECT_EQ(boxCellStart("delete"), "    <td align='center' style='background-color:red' class='delete'>");
 }
 
+TEST_F(BrowserRows, AMarkStandsBehindTheDate) {
+  EXPECT_EQ(dateCell("11-15-2026 01:55AM", "restored"),
+            "    <td class='date'>11-15-2026 01:55AM <small class='mark'>restored</small>    </td>\r\n");
+  form1.requestByGateway = false;
+  EXPECT_EQ(dateCell("11-15-2026 01:55AM", "restored"), "    <td>11-15-2026 01:55AM    </td>\r\n");
+}
+
+TEST_F(BrowserRows, TheSendersCellHasTheAddressItselfWhateverTheNamePretends) {
+  EXPECT_THAT(senderCell("\"ceo@bank.example\" <Eve@Evil.example>", ""),
+              testing::HasSubstr(" data-address='eve@evil.example'>"));
+  EXPECT_THAT(senderCell("O'Brien <o'brien@pub.example>", ""),
+              testing::HasSubstr(" data-address='o&#39;brien@pub.example'>"));
+  EXPECT_THAT(senderCell("nobody", ""), testing::HasSubstr(" data-address=''>"));
+}
+
+TEST_F(BrowserRows, TheSendersCellTellsTheListThatWins) {
+  makeFile("\\data\\friendlist.txt", "@friend.example\r\n@both.example\r\n");
+  makeFile("\\data\\enemylist.txt", "@BOTH.example\r\nEve\r\n");
+  const KnownSenders known;
+  EXPECT_THAT(senderCell("Bob <bob@Friend.example>", "", &known),
+              testing::HasSubstr(" data-known='friend'>"));
+  EXPECT_THAT(senderCell("bob@both.example", "", &known), testing::HasSubstr(" data-known='enemy'>"));
+  EXPECT_THAT(senderCell("\"eve\" <x@y.example>", "", &known), testing::HasSubstr(" data-known='enemy'>"));
+  EXPECT_THAT(senderCell("zoe@y.example", "", &known), testing::HasSubstr(" data-known=''>"));
+}
+
 TEST_F(BrowserRows, WhatTheScriptNeedsOfASenderStandsInDataAttributes) {
-  EXPECT_EQ(senderCell("\"Ann O'Brien\" <A@B.C>", "R3"),
-            "    <td valign='top' class='from'><a href='#addinput' data-sender='ann obrien &lt;a@b.c&gt;' "
-            "data-tick='R3'>Ann O&#39;Brien &lt;A@B.C&gt;</a>    </td>\r\n");
+  EXPECT_EQ(
+      senderCell("\"Ann O'Brien\" <A@B.C>", "R3"),
+      "    <td valign='top' class='from'><a href='#addinput' data-sender='&quot;ann o&#39;brien&quot; "
+      "&lt;a@b.c&gt;' data-address='a@b.c' data-tick='R3'>Ann O&#39;Brien &lt;A@B.C&gt;</a>    </td>\r\n");
   EXPECT_EQ(senderCell("a@b.c", ""),
-            "    <td valign='top' class='from'><a href='#addinput' data-sender='a@b.c'>a@b.c</a>    "
+            "    <td valign='top' class='from'><a href='#addinput' data-sender='a@b.c' "
+            "data-address='a@b.c'>a@b.c</a>    "
             "</td>\r\n");
   EXPECT_EQ(senderCell("\"'\"", "R3"), "    <td valign='top' class='from'>&lt;none&gt;    </td>\r\n");
 }
@@ -254,8 +282,9 @@ TEST_F(MessageRows, OtherReferencesCountLetterByLetter) {
 TEST_F(MessageRows, TheSenderGoesIntoTheAddFieldInSmallLettersOfItsAlphabet) {
   EXPECT_THAT(senderCell("&#1055;&#1056; \xDC", ""), testing::HasSubstr("value=\"&#1087;&#1088; \xFC\"'>"));
   form1.requestByGateway = true;
-  EXPECT_THAT(senderCell("&#1055;&#1056; \xDC", ""),
-              testing::HasSubstr("data-sender='&#1087;&#1088; \xFC'>&#1055;&#1056; \xDC</a>"));
+  EXPECT_THAT(
+      senderCell("&#1055;&#1056; \xDC", ""),
+      testing::HasSubstr("data-sender='&#1087;&#1088; \xFC' data-address=''>&#1055;&#1056; \xDC</a>"));
 }
 
 }  // namespace

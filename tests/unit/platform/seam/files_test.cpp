@@ -55,9 +55,12 @@ TEST_F(FilesTest, FilesThatAreFlushedTogetherAreToldOneByOne) {
   }
   ASSERT_TRUE(deleteFile(paths[3]));
   paths.push_back(folder + "\\no\\such");
-  const std::vector<bool> flushed = flushFiles(paths);
-  ASSERT_EQ(flushed.size(), paths.size());
-  for (std::size_t n = 0; n < flushed.size(); ++n) EXPECT_EQ(flushed[n], n != 3 && n != 40) << n;
+  // The second time it is known how quick the disk is.
+  for (int time = 0; time < 2; ++time) {
+    const std::vector<bool> flushed = flushFiles(paths);
+    ASSERT_EQ(flushed.size(), paths.size());
+    for (std::size_t n = 0; n < flushed.size(); ++n) EXPECT_EQ(flushed[n], n != 3 && n != 40) << n;
+  }
   EXPECT_THAT(flushFiles({}), IsEmpty());
 }
 

@@ -91,6 +91,7 @@ TEST(PosixClockTest, HalvesOfTheDayHaveANameAlways) {
   setenv("LC_ALL", "no_SUCH.locale", 1);
   EXPECT_EQ(amPmDesignator(true), "PM");
   unsetenv("LC_ALL");
+  EXPECT_EQ(amPmDesignator(false), "AM");
 }
 
 }  // namespace

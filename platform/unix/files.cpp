@@ -68,11 +68,15 @@ class File {
   int descriptor_ = -1;
 };
 
+std::optional<struct stat> statusOfNative(const std::string& native, bool ofLink) {
+  struct stat status;
+  const int failed = ofLink ? lstat(native.c_str(), &status) : stat(native.c_str(), &status);
+  return failed == 0 ? std::optional(status) : std::nullopt;
+}
+
 std::optional<struct stat> statusOf(const std::string& path) {
   const std::optional<std::string> native = nativePath(path);
-  struct stat status;
-  if (!native || stat(native->c_str(), &status) != 0) return std::nullopt;
-  return status;
+  return native ? statusOfNative(*native, false) : std::nullopt;
 }
 
 // An ordinary file, and what the system says of it; not open where there is none that can be read.
@@ -108,15 +112,31 @@ bool syncFolder(const std::string& native) {
   return syncFile(folder) || errno == EINVAL;
 }
 
-// The file that a rename has to replace: a symbolic link stays and its target is replaced.
-std::string replacedFile(const std::string& native) {
-  struct stat status;
-  if (lstat(native.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return native;
-  char* const resolved = realpath(native.c_str(), nullptr);
-  if (!resolved) return native;
-  std::string target = resolved;
-  free(resolved);
-  return target;
+// What a rename has to replace.
+struct Replaced {
+  std::string path;
+  std::optional<struct stat> status;  // none where there is no such file yet
+};
+
+// A symbolic link stays, and its target is replaced.
+Replaced replacedBy(const std::string& native) {
+  Replaced replaced{native, statusOfNative(native, true)};
+  if (!replaced.status || !S_ISLNK(replaced.status->st_mode)) return replaced;
+  if (char* const resolved = realpath(native.c_str(), nullptr)) {
+    replaced.path = resolved;
+    free(resolved);
+  }
+  replaced.status = statusOfNative(replaced.path, false);
+  return replaced;
+}
+
+// One that was left behind, by a program that was ended in the middle, is taken away first.
+File makeTemporary(const std::string& path) {
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL;
+  File file(path, kFlags, kNewFileMode);
+  if (file.isOpen() || errno != EEXIST) return file;
+  unlink(path.c_str());
+  return File(path, kFlags, kNewFileMode);
 }
 
 enum class Outcome { done, refused, failed };
@@ -124,8 +144,7 @@ enum class Flush { now, later };
 
 // Refused: no file can be made there.
 Outcome writeTemporary(const std::string& path, const struct stat* old, std::string_view bytes, Flush flush) {
-  unlink(path.c_str());
-  File file(path, O_WRONLY | O_CREAT | O_EXCL, kNewFileMode);
+  File file = makeTemporary(path);
   if (!file.isOpen()) return Outcome::refused;
   if (old) {
     // Owner first: a change of owner may take bits from the mode. Only root can keep a foreign owner.
@@ -171,16 +190,14 @@ bool writeWhole(const std::string& path, std::string_view bytes, Flush flush) {
   if (files::writingFails(path)) return false;
   const std::optional<std::string> native = nativePath(path);
   if (!native) return false;
-  const std::string target = replacedFile(*native);
-  struct stat old;
-  const bool replaces = stat(target.c_str(), &old) == 0;
-  if (replaces && !S_ISREG(old.st_mode)) return false;
+  const Replaced replaced = replacedBy(*native);
+  const struct stat* const old = replaced.status ? &*replaced.status : nullptr;
+  if (old != nullptr && !S_ISREG(old->st_mode)) return false;
 
-  const Outcome outcome = files::replacingFails(path)
-                              ? Outcome::refused
-                              : replaceFile(target, replaces ? &old : nullptr, bytes, flush);
-  if (outcome != Outcome::refused || !replaces) return outcome == Outcome::done;
-  return writeInPlace(target, static_cast<std::size_t>(old.st_size), bytes);
+  const Outcome outcome =
+      files::replacingFails(path) ? Outcome::refused : replaceFile(replaced.path, old, bytes, flush);
+  if (outcome != Outcome::refused || old == nullptr) return outcome == Outcome::done;
+  return writeInPlace(replaced.path, static_cast<std::size_t>(old->st_size), bytes);
 }
 
 }  // namespace

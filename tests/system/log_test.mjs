@@ -4,6 +4,8 @@ import assert from 'node:assert/strict';
 import { after, before, describe, test } from 'node:test';
 
 import { Application } from '../support/harness.mjs';
+import { MailServer } from '../support/mailserver.mjs';
+import { largeMailbox } from '../support/mails.mjs';
 import { until } from '../support/tools.mjs';
 
 const ID = 'Q'.repeat(64);
@@ -40,6 +42,24 @@ describe('session ids', () => {
     assert.ok(line.endsWith('] index.htmbox request complete!'));
     await until(() => app.process.output.replaceAll('\r', '').includes(`${line}\n`), 'the line in the box');
   });
+});
+
+// Lines that come quickly are shown together; the last of them not only with the next one.
+test('TheBoxShowsEveryLineBeforeTheProgramWaits', async () => {
+  const server = await MailServer.start({ messages: largeMailbox(80), pop: { faults: [{ verb: 'QUIT', stall: true }] } });
+  const app = await Application.start({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}` } });
+  try {
+    await app.login();
+    const run = app.filterMail().catch(() => 'no answer');
+    const lines = () => app.process.output.split('\n').filter((line) => line.includes('] Removing spam from ')).length;
+    await until(() => lines() === 60, () => `60 lines and not ${lines()}`);
+    assert.doesNotMatch(app.log(), /Mail filtered/);
+    app.process.kill();
+    assert.equal(await run, 'no answer');
+  } finally {
+    await app.stop();
+    await server.stop();
+  }
 });
 
 describe('stamp', { concurrency: 2 }, () => {

@@ -54,6 +54,17 @@ function filled(dovecot, count, bytes) {
   dovecot.index();
 }
 
+// Seconds of one filter run, which has to take everything; so many files are in the SpamBox then. The time is that of the
+// program: reading its log is the harness's own work.
+async function filterRun(app, files) {
+  const start = performance.now();
+  await app.get('/MAILFILTER.CGI?s={s}', { milliseconds: 900000 });
+  const seconds = since(start);
+  const line = app.events().findLast((event) => event.startsWith('Mail filtered'));
+  if (line !== `Mail filtered:  0 msgs.  ${files} spam.`) throw new Error(line);
+  return seconds;
+}
+
 // Fetch, save, delete.
 async function run(name, delay, most) {
   const count = 2000;
@@ -73,10 +84,8 @@ async function run(name, delay, most) {
       filled(dovecot, count, 4096);
       fs.rmSync(app.path('spam'), { recursive: true });
       fs.mkdirSync(app.path('spam'));
-      const start = performance.now();
-      const line = await app.filterMail({ milliseconds: 900000 });
-      const seconds = since(start);
-      if (line !== `Mail filtered:  0 msgs.  ${count} spam.` || dovecot.files().length > 0) throw new Error(line);
+      const seconds = await filterRun(app, count);
+      if (dovecot.files().length > 0) throw new Error('the run has left messages');
       return seconds;
     });
     report({ work: name, peer: 'mpop', peersText: shown(times.peer), oursText: shown(times.ours),
@@ -162,11 +171,7 @@ async function growth() {
       filled(dovecot, count, 4096);
       fill(app, there, 4096);
       await app.login();
-      const start = performance.now();
-      const line = await app.filterMail({ milliseconds: 900000 });
-      const seconds = since(start);
-      if (line !== `Mail filtered:  0 msgs.  ${count + there} spam.`) throw new Error(line);
-      return seconds / count;
+      return await filterRun(app, count + there) / count;
     } finally {
       await app.stop();
       await dovecot.stop();

@@ -12,7 +12,7 @@ import { faultRun } from '../support/fault_run.mjs';
 import { boxesForm, settingsForm } from '../support/forms.mjs';
 import { Application } from '../support/harness.mjs';
 import { MailServer } from '../support/mailserver.mjs';
-import { friendly, smallMailbox, spam } from '../support/mails.mjs';
+import { friendly, largeMailbox, smallMailbox, spam } from '../support/mails.mjs';
 import { Postfix } from '../support/postfix.mjs';
 import { lineTo } from '../support/tls_server.mjs';
 import { freePort, until } from '../support/tools.mjs';
@@ -284,6 +284,46 @@ describe('an encrypted line', { concurrency: 3 }, () => {
     const worker = async () => {
       for (let at = places.shift(); at !== undefined; at = places.shift()) {
         await run({ line: (port) => lineTo(port, { upTo: at, then: at % 2 ? 'cut' : 'reset' }), recover: false });
+      }
+    };
+    await Promise.all([worker(), worker(), worker()]);
+  });
+});
+
+// ---- the same while many commands are under way ----
+
+describe('a series on an encrypted line', { concurrency: 3 }, () => {
+  const messages = () => largeMailbox(80);
+  const run = (options, check) => faultRun({ tls: good, environment, messages: messages(), ...options }, check);
+  const nothingDeleted = ({ server }) => assert.equal(server.maildrop.messages.length, 80);
+
+  test('IsFetchedAheadAndTakenWhole', () => run({ recover: false }, ({ server, line }) => {
+    assert.equal(line, 'Mail filtered:  20 msgs.  60 spam.');
+    const commands = server.pop.commands();
+    const first = commands.findIndex((command) => command.startsWith('DELE'));
+    assert.ok(commands.slice(0, first).filter((command) => command.startsWith('RETR')).length > 30, commands.join(' '));
+    assert.equal(commands.at(-1), 'QUIT');
+    assert.equal(server.maildrop.messages.length, 20);
+  }));
+  for (const verb of ['RETR', 'UIDL', 'DELE']) {
+    test(`CutInTheMiddleAtThe40th${verb}`, () => run({ pop: { faults: [{ verb, nth: 40, cut: 'middle' }] } }, nothingDeleted));
+  }
+  test('OfAServerThatRefusesOneDeletion', () => run({ pop: { faults: [{ verb: 'DELE', nth: 5, error: true }] } },
+    ({ server }) => assert.equal(server.maildrop.messages.length, 21)));
+  test('OfAServerThatAnswersLate', () => run({ pop: { late: 5 }, recover: false },
+    ({ line }) => assert.equal(line, 'Mail filtered:  20 msgs.  60 spam.')));
+
+  // Behind the headers, without a word of TLS: in the middle of a record, between two, before the answer to QUIT.
+  test('CutAtManyAByteLosesNothing', async () => {
+    let listed = 0, whole = 0, between;
+    await run({ line: async (port) => { between = await lineTo(port); return between; }, recover: false,
+      pop: { faults: [{ verb: 'RETR', nth: 1, before: () => { listed = between.passed; } }] } }, () => { whole = between.passed; });
+    assert.ok(listed > 3000 && whole > listed + 10000, `${listed} ${whole}`);
+    const places = Array.from({ length: 14 }, (_, i) => whole - 1 - Math.round((whole - listed) * i / 14));
+    const worker = async () => {
+      for (let at = places.shift(); at !== undefined; at = places.shift()) {
+        await run({ line: (port) => lineTo(port, { upTo: at, then: at % 2 ? 'cut' : 'reset' }), recover: false },
+          ({ server }) => { if (at < whole - 200) assert.equal(server.maildrop.messages.length, 80, `cut at ${at} of ${whole}`); });
       }
     };
     await Promise.all([worker(), worker(), worker()]);

@@ -27,6 +27,10 @@ std::string readWholeFile(const std::string& path) {
   return text;
 }
 
+std::string_view guideAddress() {
+  return form1.requestByGateway ? "guide.htm" : "";
+}
+
 std::string& pageTitleUpdate(std::string& page) {
   if (!form1.suppressTitleMinutes) {
     page = replaceAllNoCase(page, "</TITLE>", " (" + std::to_string(sessionMinutesLeft()) + "m)</title>");
@@ -40,6 +44,7 @@ std::string readTemplate(std::string_view templateName) {
       replaceAllNoCase(page, "<!--SSTOP-->", readWholeFile(applicationFolder() + "\\data\\top.inc"));
   // Only the gateway tells the status.
   const bool tells = form1.requestByGateway;
+  whole = replaceAllNoCase(whole, "<!--SSGUIDE-->", guideAddress());
   whole =
       replaceAllNoCase(whole, "<!--SSSTATUS-->", tells ? "status.json?s=" + form1.sessionId : std::string());
   return replaceAllNoCase(whole, "<!--SSNOW-->", tells ? statusAttribute() : std::string());

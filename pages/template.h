@@ -23,10 +23,13 @@ std::string& pageTitleUpdate(std::string& page);
 using Marker = std::pair<std::string_view, std::string>;
 
 // The first half of the common sequence: reads "\data\" + templateName and top.inc and fills "<!--SSTOP-->"
-// and, in a page that goes through the gateway, "<!--SSSTATUS-->" and "<!--SSNOW-->": the address of the
-// status, and the status now. Lets events in: what a page shows is looked up before or after it, as the page
-// says.
+// and, in a page that goes through the gateway, "<!--SSGUIDE-->", "<!--SSSTATUS-->" and "<!--SSNOW-->": the
+// address of the user's guide, that of the status, and the status now. Lets events in: what a page shows is
+// looked up before or after it, as the page says.
 [[nodiscard]] std::string readTemplate(std::string_view templateName);
+
+// Where the user's guide is for the request that is being answered: "" over the plain wire, which has none.
+[[nodiscard]] std::string_view guideAddress();
 
 // The second half: fills `pageMarkers` in their order (the page's own, "<!--SSPAGEDESC-->" among them), then
 // version and session, then `lateMarkers`, then the reload tag at "<HEAD>" and the title.

@@ -19,6 +19,7 @@
 #include "platform/socket.h"
 #include "web/entry_check.h"
 #include "web/gateway_answer.h"
+#include "web/guide.h"
 #include "web/http_cmds.h"
 #include "web/http_request_parser.h"
 #include "web/message_views.h"
@@ -208,6 +209,10 @@ bool answerAtOnce(Connection& connection) {
     const MessageView* const view = findMessageView(target);
     sendAnswer(connection,
                view ? viewAnswer(*view, optionsFor(connection)) : errorAnswer(404, optionsFor(connection)));
+    return true;
+  }
+  if (isGuide(target)) {
+    sendAnswer(connection, guideAnswer(readGuide(target), isGuidePicture(target), optionsFor(connection)));
     return true;
   }
   return false;

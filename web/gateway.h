@@ -12,7 +12,7 @@
 //   it
 //     is and turns into the wanted one;
 //   - an action waits for its end, in the order of arrival.
-// "/status.json" and a message view are answered at any time, and never logged.
+// "/status.json", a message view and the user's guide are answered at any time, and never logged.
 //
 // One connection's states:
 //   1. reading: collecting a request; a wrong one is answered with its 4xx and the connection is closed

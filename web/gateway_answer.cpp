@@ -28,6 +28,15 @@ constexpr std::string_view kFramedPolicy =
     "img-src "
     "data:; form-action 'none'; base-uri 'none'; frame-ancestors 'self'";
 
+// The guide has pictures of its own, and no script.
+constexpr std::string_view kGuidePolicy =
+    "default-src 'none'; style-src 'unsafe-inline'; img-src 'self'; form-action 'none'; base-uri 'none'; "
+    "frame-ancestors 'none'";
+constexpr std::string_view kPicturePolicy = "default-src 'none'; frame-ancestors 'none'";
+constexpr std::string_view kNoGuide =
+    "The guide, or a picture of it, is not in Vornelle's data folder. Installing Vornelle again brings it "
+    "back.";
+
 std::string contentSecurityPolicy(PageKind kind) {
   std::string sealed(kSealed);
   switch (kind) {
@@ -114,12 +123,18 @@ std::string viewAnswer(const MessageView& view, const AnswerOptions& options) {
                   view.framed ? "SAMEORIGIN" : "DENY");
 }
 
+std::string guideAnswer(const std::optional<std::string>& bytes, bool picture, const AnswerOptions& options) {
+  if (!bytes) return errorAnswer(404, options, kNoGuide);
+  return picture ? assemble("200 OK", "image/webp", kPicturePolicy, "", *bytes, options)
+                 : assemble("200 OK", "text/html; charset=utf-8", kGuidePolicy, "", *bytes, options);
+}
+
 std::string redirectAnswer(std::string_view address, const AnswerOptions& options) {
   return assemble("303 See Other", kHtml, contentSecurityPolicy(PageKind::unknown),
                   "\r\nLocation: /" + std::string(address), "", options);
 }
 
-std::string errorAnswer(int status, const AnswerOptions& options) {
+std::string errorAnswer(int status, const AnswerOptions& options, std::string_view explanation) {
   const Status* found = &kStatuses.front();
   for (const Status& one : kStatuses) {
     if (one.code == status) found = &one;
@@ -127,7 +142,7 @@ std::string errorAnswer(int status, const AnswerOptions& options) {
   const std::string statusLine = std::to_string(found->code) + " " + std::string(found->phrase);
   const std::string body = "<!DOCTYPE html>\r\n<html><head><title>" + statusLine +
                            "</title></head><body><h2>" + statusLine + "</h2>\r\n<p>" +
-                           std::string(found->explanation) +
+                           std::string(explanation.empty() ? found->explanation : explanation) +
                            "</p>\r\n<p><a href='/'>Start page</a></p></body></html>\r\n";
   std::string_view further;
   if (status == 405) further = "\r\nAllow: GET, HEAD, POST";

@@ -2,6 +2,7 @@
 // answers.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,10 @@ struct AnswerOptions {
 // A message at its own address, sandboxed: as a page, or in the frame of one of our pages.
 [[nodiscard]] std::string viewAnswer(const MessageView& view, const AnswerOptions& options);
 
+// The user's guide or one of its pictures; without bytes status 404.
+[[nodiscard]] std::string guideAnswer(const std::optional<std::string>& bytes, bool picture,
+                                      const AnswerOptions& options);
+
 // Status 303: the browser goes to that address.
 [[nodiscard]] std::string redirectAnswer(std::string_view address, const AnswerOptions& options);
 
@@ -33,8 +38,9 @@ struct AnswerOptions {
 [[nodiscard]] bool isErrorPage(std::string_view body);
 
 // An error answer with a short page. Status 400, 403, 404, 405, 408, 411, 413, 414, 417, 421, 431, 502, 503,
-// 505.
-[[nodiscard]] std::string errorAnswer(int status, const AnswerOptions& options);
+// 505. The explanation takes the place of the status's own.
+[[nodiscard]] std::string errorAnswer(int status, const AnswerOptions& options,
+                                      std::string_view explanation = "");
 
 // Takes out of a message what makes a browser connect to somebody's server, or tell it where it comes from,
 // whatever the policy says: Chromium connects for a frame that the policy refuses to load; hints such as

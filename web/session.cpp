@@ -70,6 +70,7 @@ std::string logout() {
 std::string loginPage(std::string_view notice) {
   std::string page = readWholeFile(applicationFolder() + "\\data\\login.htm");
   page = replaceAllNoCase(page, "<!--SSVERSION-->", versionText());
+  page = replaceAllNoCase(page, "<!--SSGUIDE-->", guideAddress());
   if (!notice.empty()) {
     const std::string row =
         "<tr><td colspan='2'><p><b><i>\r\n" + std::string(notice) + "\r\n</i></b></p></td></tr>\r\n";

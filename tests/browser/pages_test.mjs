@@ -197,6 +197,46 @@ inEachBrowser((userTest, name) => {
     assert.equal(lure.connections, before);
   });
 
+  userTest('EachPageHasALinkToTheGuideThatOpensBesideIt', () => app, async (user) => {
+    const opensTheGuide = async (look) => {
+      const opened = user.context.waitForEvent('page');
+      await user.page.click('a.guide[title]');
+      const guide = await opened;
+      await guide.waitForLoadState('load');
+      assert.equal(new URL(guide.url()).pathname, '/guide.htm');
+      assert.equal(await guide.innerText('h1'), 'Vornelle: the guide');
+      await look?.(guide);
+      await guide.close();
+    };
+    await user.open('/');
+    await opensTheGuide(async (guide) => {
+      const lost = await guide.evaluate(async () => {
+        const pictures = [...document.images];
+        // Those further down are fetched when they come near.
+        await Promise.all(pictures.map((one) => { one.loading = 'eager'; return one.decode().catch(() => {}); }));
+        return [
+          // Their places are kept free before they come.
+          ...pictures.filter((one) => !one.alt || one.getAttribute('width') !== String(one.naturalWidth) ||
+            one.getAttribute('height') !== String(one.naturalHeight)).map((one) => one.src),
+          ...[...document.querySelectorAll('a[href]')].map((link) => link.getAttribute('href'))
+            .filter((href) => !href.startsWith('#') || !document.getElementById(href.slice(1))),
+        ];
+      });
+      assert.deepEqual(lost, [], 'pictures that are not there, links that lead nowhere');
+      const end = guide.locator('nav a').last();
+      await end.click();
+      await guide.waitForFunction((id) => { const top = document.querySelector(id).getBoundingClientRect().top; return top >= 0 && top < innerHeight; },
+        await end.getAttribute('href'));
+    });
+    await user.login();
+    for (const name of ['spambox', 'inbox', 'friendlist', 'subjectlist', 'enemylist', 'find', 'config']) {
+      await user.go(name);
+      await opensTheGuide();
+    }
+    await user.go('spambox');
+    await readMessage(user, 'unasked offer', () => opensTheGuide());
+  });
+
   userTest('APlainMessageIsShownAsItsText', () => app, async (user) => {
     await user.login();
     await user.go('inbox');

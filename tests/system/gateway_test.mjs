@@ -95,7 +95,8 @@ describe('answers', () => {
   test('APageIsWhatThePlainWireGivesWithLengthTypeAndSecurityFields', async () => {
     const answer = await ask(get('/'));
     assert.equal(answer.line, 'HTTP/1.1 200 OK');
-    assert.equal(answer.body, await app.get('/'));
+    // The plain wire has no guide to link to.
+    assert.equal(answer.body.replace('href="guide.htm"', 'href=""'), await app.get('/'));
     assert.equal(answer.fields['content-type'], 'text/html; charset=windows-1252');
     for (const [name, value] of [['x-content-type-options', 'nosniff'], ['referrer-policy', 'no-referrer'],
       ['cache-control', 'no-store'], ['x-frame-options', 'DENY']]) assert.equal(answer.fields[name], value);
@@ -121,6 +122,30 @@ describe('answers', () => {
     const answer = await ask(get('/vornelle.ico'));
     assert.equal(answer.fields['content-type'], 'image/x-icon');
     assert.equal(answer.body, fs.readFileSync(app.path('data/vornelle.ico'), 'latin1') + '\r\n');
+  });
+
+  test('TheGuideAndItsPicturesAreShownToEverybodyAndNothingBesideThem', async () => {
+    const before = app.log();
+    const guide = await ask(get('/guide.htm'));
+    assert.equal(guide.fields['content-type'], 'text/html; charset=utf-8');
+    assert.equal(guide.body, fs.readFileSync(app.path('data/guide.htm'), 'latin1'));
+    assert.match(guide.fields['content-security-policy'], /^default-src 'none'; style-src 'unsafe-inline'; img-src 'self';/);
+    const pictures = [...guide.body.matchAll(/<img src="([^"]*)"/g)].map(([, name]) => name);
+    assert.ok(pictures.length > 0);
+    assert.deepEqual([...new Set(pictures)].sort(), fs.readdirSync(app.path('data/guide')).map((name) => `guide/${name}`).sort());
+    for (const name of pictures) {
+      const picture = await ask(get(`/${name}`));
+      assert.equal(picture.fields['content-type'], 'image/webp');
+      assert.equal(picture.body, fs.readFileSync(app.path(`data/${name}`), 'latin1'));
+    }
+    for (const target of ['/guide/../friendlist.txt', '/guide/..\\friendlist.txt', '/guide/..%2ffriendlist.txt', '/guide/', '/guide/x.webp',
+      '/guide/../../Vornelle.ini', '/guide/..\\..\\Vornelle.ini']) {
+      assert.equal((await ask(get(target))).status, 404, target);
+    }
+    assert.equal(app.log(), before, 'none of it is logged');
+    assert.ok(isLoginPage(await app.get('/guide.htm')), 'the plain wire knows no guide');
+    assert.match((await ask(get('/'))).body, /href="guide\.htm"/);
+    assert.doesNotMatch(await app.get('/'), /guide\.htm/);
   });
 
   test('HeadGivesTheHeaderAlone', async () => {

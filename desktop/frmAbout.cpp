@@ -46,7 +46,7 @@ std::vector<AboutParagraph> frmAboutParagraphs() {
            ". To access on this PC use this URL: ",
        webInterfaceAddress()},
       {"The address is for a web browser on this computer. Other computers cannot reach it.", ""},
-      {"You find the documentation in the application folder: " + applicationFolder() + "\\docs", ""},
+      {"You find the guide in the application folder: " + applicationFolder() + "\\data\\guide.htm", ""},
   };
 }
 

@@ -1,6 +1,5 @@
 ; The installer of the Windows program, for one user and without administrator rights. Called by script/package with
-; VERSION, STAGE (the folder with what is installed), DOCS_REMOVAL (a file of instructions that delete the installed
-; documentation, file by file) and OUTPUT.
+; VERSION, STAGE (the folder with what is installed) and OUTPUT.
 ;
 ; Settings, lists, saved spam and the log belong to the user: installing over them leaves them alone, and removing the
 ; program asks before it takes them along (silently: it keeps them). A running copy is never replaced or removed.
@@ -61,6 +60,33 @@ VIAddVersionKey "LegalCopyright" ""
   ${EndIf}
 !macroend
 
+!macro RemoveGuidePictures
+  Delete "$INSTDIR\data\guide\*.webp"
+!macroend
+
+; What earlier versions installed for developers, and nothing else: the folder may hold files of the user's.
+!macro RemoveOldDocument NAME
+  Delete "$INSTDIR\docs\${NAME}"
+!macroend
+!macro RemoveOldDocuments
+  !insertmacro RemoveOldDocument "README.md"
+  !insertmacro RemoveOldDocument "CHANGELOG.md"
+  !insertmacro RemoveOldDocument "architecture.md"
+  !insertmacro RemoveOldDocument "formats.md"
+  !insertmacro RemoveOldDocument "hacking.md"
+  !insertmacro RemoveOldDocument "performance.json"
+  !insertmacro RemoveOldDocument "performance.md"
+  !insertmacro RemoveOldDocument "performance.svg"
+  !insertmacro RemoveOldDocument "security.md"
+  !insertmacro RemoveOldDocument "guide.html"
+  !insertmacro RemoveOldDocument "inbox-dark.png"
+  !insertmacro RemoveOldDocument "main-window.png"
+  !insertmacro RemoveOldDocument "settings-dialog.png"
+  !insertmacro RemoveOldDocument "spambox-phone.png"
+  !insertmacro RemoveOldDocument "spambox.png"
+  RMDir "$INSTDIR\docs"
+!macroend
+
 Section "Vornelle" Program
   SectionIn RO
   !insertmacro RefuseWhileRunning
@@ -74,8 +100,11 @@ Section "Vornelle" Program
   SetOverwrite off
   File "${STAGE}\data\*.txt"
   SetOverwrite on
-  SetOutPath "$INSTDIR\docs"
-  File /r "${STAGE}\docs\*.*"
+  ; The guide's pictures: those of an older version that are gone go here, too.
+  !insertmacro RemoveGuidePictures
+  SetOutPath "$INSTDIR\data\guide"
+  File "${STAGE}\data\guide\*.webp"
+  !insertmacro RemoveOldDocuments
 
   SetOutPath "$INSTDIR"
   WriteUninstaller "$INSTDIR\uninstall.exe"
@@ -91,8 +120,9 @@ Section "Vornelle" Program
   WriteRegDWORD HKCU "${UNINSTALL_KEY}" "EstimatedSize" "$0"
 SectionEnd
 
-Section "Start menu entry" StartMenu
+Section "Start menu entries" StartMenu
   CreateShortcut "$SMPROGRAMS\Vornelle.lnk" "$INSTDIR\vornelle.exe"
+  CreateShortcut "$SMPROGRAMS\Vornelle guide.lnk" "$INSTDIR\data\guide.htm"
 SectionEnd
 
 ; The same shortcut that the window's box Autostart makes and removes.
@@ -100,8 +130,8 @@ Section /o "Start with Windows" Autostart
   CreateShortcut "$SMSTARTUP\Vornelle.lnk" "$INSTDIR\vornelle.exe"
 SectionEnd
 
-LangString DESC_Program ${LANG_ENGLISH} "The program, its page templates and its documentation."
-LangString DESC_StartMenu ${LANG_ENGLISH} "An entry in the Start menu."
+LangString DESC_Program ${LANG_ENGLISH} "The program, its page templates and the guide."
+LangString DESC_StartMenu ${LANG_ENGLISH} "The program and the guide in the Start menu."
 LangString DESC_Autostart ${LANG_ENGLISH} "Vornelle starts when you log on. The box Autostart in its window changes it later."
 !insertmacro MUI_FUNCTION_DESCRIPTION_BEGIN
   !insertmacro MUI_DESCRIPTION_TEXT ${Program} $(DESC_Program)
@@ -121,13 +151,15 @@ FunctionEnd
 Section "Uninstall"
   !insertmacro RefuseWhileRunning
   Delete "$SMPROGRAMS\Vornelle.lnk"
+  Delete "$SMPROGRAMS\Vornelle guide.lnk"
   Delete "$SMSTARTUP\Vornelle.lnk"
   Delete "$INSTDIR\data\*.htm"
   Delete "$INSTDIR\data\top.inc"
   Delete "$INSTDIR\data\vornelle.ico"
   Delete "$INSTDIR\message.txt"
-  ; What was installed and nothing else: the folder may be one that held files of the user's before.
-  !include "${DOCS_REMOVAL}"
+  !insertmacro RemoveGuidePictures
+  RMDir "$INSTDIR\data\guide"
+  !insertmacro RemoveOldDocuments
   Delete "$INSTDIR\vornelle.exe"
   Delete "$INSTDIR\uninstall.exe"
   DeleteRegKey HKCU "${UNINSTALL_KEY}"

@@ -13,6 +13,7 @@ import { Desktop, WindowsApplication, windowsPath, wineProgram } from './wine.mj
 
 const packages = path.join(repository, 'build', 'package');
 const named = (pattern) => path.join(packages, fs.readdirSync(packages).find((name) => pattern.test(name)));
+const guidePictures = fs.readdirSync(path.join(repository, 'docs', 'guide')).map((name) => `data/guide/${name}`);
 let desktop;
 let app;      // the installed program
 let startMenu;
@@ -64,23 +65,27 @@ test('The symbols of both programs lie beside the packages and tell functions an
   }
 });
 
-test('The archives hold one application folder with program, data and documentation', () => {
+test('The archives hold one application folder with program, data and guide, and nothing for developers', () => {
   const zip = execFileSync('unzip', ['-Z1', named(/\.zip$/)], { encoding: 'utf8' }).trim().split('\n');
   const tar = execFileSync('tar', ['-tzf', named(/linux.*\.tar\.gz$/)], { encoding: 'utf8' }).trim().split('\n');
-  for (const name of ['vornelle.exe', 'data/top.inc', 'data/login.htm', 'data/vornelle.ico', 'docs/README.md', 'docs/security.md']) {
+  const all = (...names) => ['data/top.inc', 'data/login.htm', 'data/vornelle.ico', 'data/guide.htm', ...guidePictures, ...names];
+  for (const name of all('vornelle.exe', 'Read me.txt')) {
     assert.ok(zip.includes(`Vornelle/${name}`), `no ${name} in the zip`);
   }
-  for (const name of ['vornelle', 'data/top.inc', 'docs/README.md']) {
-    assert.ok(tar.some((entry) => new RegExp(`^vornelle-[0-9.]+/${name}$`).test(entry)), `no ${name} in the tarball`);
+  for (const name of all('vornelle', 'README')) {
+    assert.ok(tar.some((entry) => entry.replace(/^vornelle-[0-9.]+\//, '') === name), `no ${name} in the tarball`);
   }
+  for (const name of [...zip, ...tar]) assert.doesNotMatch(name, /\.(md|json|png|svg)$|\/docs\//);
 });
 
 test('A silent installation puts the program into the user\'s programs, with a Start menu entry and no autostart', async () => {
   assert.equal(await install(), 0);
-  for (const name of ['vornelle.exe', 'uninstall.exe', 'data/top.inc', 'data/friendlist.txt', 'docs/README.md']) {
+  for (const name of ['vornelle.exe', 'uninstall.exe', 'data/top.inc', 'data/friendlist.txt', 'data/guide.htm', ...guidePictures]) {
     assert.ok(app.exists(name), `no ${name}`);
   }
+  assert.ok(!app.exists('docs'), 'documents for developers');
   assert.match(await link(`${startMenu}/Vornelle.lnk`), /\\programs\\vornelle\\vornelle\.exe$/);
+  assert.match(await link(`${startMenu}/Vornelle guide.lnk`), /\\programs\\vornelle\\data\\guide\.htm$/);
   assert.ok(!fs.existsSync(`${startMenu}/StartUp/Vornelle.lnk`));
 });
 
@@ -105,12 +110,16 @@ test('An installation over an older one keeps settings, lists and saved spam, an
   const settings = app.read('Vornelle.ini');
   const size = fs.statSync(app.path('vornelle.exe')).size;
   fs.writeFileSync(app.path('vornelle.exe'), 'an older one');
+  fs.mkdirSync(app.path('docs'));
+  for (const name of ['docs/security.md', 'docs/guide.html', 'docs/notes.md', 'data/guide/older.webp']) app.write(name, 'older');
   assert.equal(await install('/AUTOSTART'), 0);
   assert.equal(fs.statSync(app.path('vornelle.exe')).size, size);
   assert.equal(app.read('Vornelle.ini'), settings);
   assert.match(settings, /POP_ACCOUNT=mine/);
   assert.equal(app.read('data/friendlist.txt'), '@friend.example\r\n');
   assert.ok(app.exists('spam/kept.txt'));
+  assert.deepEqual(fs.readdirSync(app.path('docs')), ['notes.md'], 'what an older version installed goes, what is the user\'s own stays');
+  assert.deepEqual(fs.readdirSync(app.path('data/guide')).map((name) => `data/guide/${name}`).sort(), [...guidePictures].sort());
 });
 
 test('The autostart that the installer makes is the one that the box makes and shows', async () => {
@@ -131,19 +140,21 @@ test('The autostart that the installer makes is the one that the box makes and s
 });
 
 test('A silent removal takes the program and leaves what is the user\'s own', async () => {
-  app.write('docs/notes.md', 'mine');
+  app.write('data/guide/notes.md', 'mine');
   app.write('data/own.inc', 'mine');
   await run(app.path('uninstall.exe'), '/S');
   await until(() => !app.exists('uninstall.exe'), 'the removal', 30000);
-  for (const name of ['vornelle.exe', 'data/top.inc', 'docs/README.md', 'docs/security.md', 'message.txt']) {
+  for (const name of ['vornelle.exe', 'data/top.inc', 'data/guide.htm', 'message.txt']) {
     assert.ok(!app.exists(name), `${name} is left`);
   }
   assert.deepEqual(fs.readdirSync(app.path('docs')), ['notes.md']);
+  assert.deepEqual(fs.readdirSync(app.path('data/guide')), ['notes.md']);
   assert.ok(app.exists('data/own.inc'));
-  fs.rmSync(app.path('docs/notes.md'));
+  fs.rmSync(app.path('docs'), { recursive: true });
+  fs.rmSync(app.path('data/guide/notes.md'));
   fs.rmSync(app.path('data/own.inc'));
   assert.ok(app.exists('Vornelle.ini') && app.exists('data/friendlist.txt') && app.exists('spam/kept.txt'));
-  assert.ok(!fs.existsSync(`${startMenu}/Vornelle.lnk`) && !fs.existsSync(`${startMenu}/StartUp/Vornelle.lnk`));
+  assert.ok(!fs.existsSync(`${startMenu}/Vornelle.lnk`) && !fs.existsSync(`${startMenu}/Vornelle guide.lnk`) && !fs.existsSync(`${startMenu}/StartUp/Vornelle.lnk`));
 });
 
 test('A removal by hand asks for settings, lists and spam, and takes them only on Yes', async () => {

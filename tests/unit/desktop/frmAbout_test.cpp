@@ -45,7 +45,7 @@ TEST_F(About, ThePortIsTheOneInUse) {
 TEST_F(About, TheContactParagraphsNameBrowserAndDocumentation) {
   const std::string html = frmAboutHtml();
   EXPECT_THAT(html, HasSubstr("a web browser on this computer"));
-  EXPECT_THAT(html, HasSubstr(applicationFolder() + "\\docs"));
+  EXPECT_THAT(html, HasSubstr(applicationFolder() + "\\data\\guide.htm"));
 }
 
 TEST_F(About, EveryParagraphHasTheStyleOfTheFirst) {

@@ -28,7 +28,7 @@ const PATIENCE = 30000;  // milliseconds until something that never comes is giv
 
 const screenshots = path.join(repository, 'build', 'screenshots');
 
-class Browser {
+export class Browser {
   // options: dark, a browser that prefers dark pages
   static async open(name, { dark = false } = {}) {
     const browser = new Browser();

@@ -58,6 +58,7 @@ const CHEAP = {
   'script/bench': () => works('bash -n script/bench'),
   // tests/desktop/installer_test.mjs runs it.
   'script/package': () => works('bash -n script/package'),
+  'script/pictures': () => works('bash -n script/pictures'),
   'ctest': (command) => works(`${command} -N`),
   'cmake --build': (command) => works(command),
   'build/linux/tests/unit/': aTestPassed,
@@ -125,6 +126,7 @@ test('a rule that is broken fails script/lint', async () => {
   write('web/slow.cpp', '#include <string>\nint lengthOf(std::string text) { return static_cast<int>(text.size()); }\n');
   write('tests/unused.mjs', 'const unused = 1;\n');
   write('script/careless', '#!/usr/bin/env bash\nrm -rf $1/x\n');
+  write('docs/guide.html', '<li><a href="#one">One</a></li><h2 id="two">Two</h2><img src="guide/lost.webp">');
   write('docs/lost.md', 'See [there](nowhere.md) and `core/nothing.cpp`.\n');
   execFileSync('git', ['init', '-q'], { cwd: folder });
   const broken = async (rule, pattern) => {
@@ -137,6 +139,7 @@ test('a rule that is broken fails script/lint', async () => {
   await broken('scripts', /'unused' is assigned a value but never used/);
   await broken('shell', /SC2086/);
   await broken('documents', /nowhere\.md leads nowhere\n.*there is no core\/nothing\.cpp/);
+  await broken('documents', /the link #one leads nowhere\n.*the contents are not the chapters: one\n.*no description or no size.*\n.*its pictures are guide\/lost/);
   await broken('tidy', /slow\.cpp.*performance-unnecessary-value-param/);
   removeFolder(folder);
 });

@@ -26,6 +26,7 @@
 #include "web/progress_page.h"
 #include "web/request_origin.h"
 #include "web/session.h"
+#include "web/short_page.h"
 
 namespace vornelle {
 namespace {
@@ -221,8 +222,8 @@ bool answerAtOnce(Connection& connection) {
 // A message is shown at an address of its own, without the session id; the pages in place of one that cannot
 // be had are pages of the program.
 std::string answerFor(PageKind kind, std::string body, const AnswerOptions& options) {
-  if (kind != PageKind::message) return pageAnswer(kind, body, options);
-  if (isErrorPage(body)) return pageAnswer(PageKind::page, body, options);
+  if (kind != PageKind::message) return pageAnswer(kind, inBrowserForm(std::move(body)), options);
+  if (isErrorPage(body)) return pageAnswer(PageKind::page, inBrowserForm(std::move(body)), options);
   const std::string address = keepMessageView({withoutConnections(std::move(body)), false});
   return address.empty() ? errorAnswer(502, options) : redirectAnswer(address, options);
 }

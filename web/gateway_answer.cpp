@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "pages/message_page.h"
+#include "web/short_page.h"
 
 namespace vornelle {
 namespace {
@@ -140,10 +141,10 @@ std::string errorAnswer(int status, const AnswerOptions& options, std::string_vi
     if (one.code == status) found = &one;
   }
   const std::string statusLine = std::to_string(found->code) + " " + std::string(found->phrase);
-  const std::string body = "<!DOCTYPE html>\r\n<html><head><title>" + statusLine +
-                           "</title></head><body><h2>" + statusLine + "</h2>\r\n<p>" +
-                           std::string(explanation.empty() ? found->explanation : explanation) +
-                           "</p>\r\n<p><a href='/'>Start page</a></p></body></html>\r\n";
+  const std::string body =
+      shortPage(statusLine, "<p>" + std::string(explanation.empty() ? found->explanation : explanation) +
+                                "</p>
+<p><a href='/'>Start page</a></p>");
   std::string_view further;
   if (status == 405) further = "\r\nAllow: GET, HEAD, POST";
   if (status == 503) further = "\r\nRetry-After: 5";

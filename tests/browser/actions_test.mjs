@@ -97,7 +97,7 @@ inEachBrowser((userTest) => {
     await user.go('inbox');
     server.maildrop.messages.pop();
     await user.page.click('#boxes a:text-is("kept-2")');
-    await user.page.waitForSelector('h2:text-is("Requested email does not exist!")');
+    await user.page.waitForSelector('h1:text-is("Requested email does not exist!")');
     await user.page.click('text=Go Back');
     await user.shows('inbox');
     assert.deepEqual(await user.subjects(), ['kept-1']);

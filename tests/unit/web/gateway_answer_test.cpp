@@ -73,7 +73,7 @@ TEST(ErrorAnswer, HasItsStatusInLineAndPage) {
                                      {505, "505 HTTP Version Not Supported"}}) {
     const std::string answer = errorAnswer(status, kKeepAlive);
     EXPECT_THAT(answer, StartsWith("HTTP/1.1 " + std::string(line) + "\r\n"));
-    EXPECT_THAT(answer, HasSubstr("<h2>" + std::string(line) + "</h2>"));
+    EXPECT_THAT(answer, HasSubstr("<h1>" + std::string(line) + "</h1>"));
     EXPECT_THAT(answer, Not(HasSubstr("script-src")));
   }
 }

@@ -13,6 +13,8 @@
 #include "mail/mail_address.h"
 #include "pages/browser_text.h"
 #include "pages/modSGML.h"
+#include "pages/page_links.h"
+#include "pages/row_text.h"
 #include "pages/template.h"
 
 namespace vornelle {
@@ -68,7 +70,10 @@ std::string buildRowPage(const RowPage& page, std::int16_t& first) {
     rows = page.emptyRow;
   }
   const std::string header = listHeader(page.title, page.request, range);
-  return fillPage(readTemplate(page.templateName), {{"<!--SSPAGEDESC-->", header}, {page.rowsMarker, rows}},
+  return fillPage(readTemplate(page.templateName),
+                  {{"<!--SSPAGEDESC-->", header},
+                   {"<!--SSJUMP-->", jumpForm(page.request, range)},
+                   {page.rowsMarker, rows}},
                   {{"<!--ssDRPRELEN-->", std::to_string(settings.deletePrefix.size())},
                    {"<!--ssRESTOREPRE-->", settings.restorePrefix},
                    {"<!--ssDELETEPRE-->", settings.deletePrefix}});
@@ -87,6 +92,9 @@ RowRange rowsToShow(std::int16_t first, std::int16_t total) {
 
 std::string listHeader(std::string_view title, std::string_view page, const RowRange& range) {
   std::string text = "<b>" + std::string(title) + "</b>&nbsp;&nbsp;";
+  const bool inBrowser = form1.requestByGateway;
+  if (inBrowser)
+    text += (range.first < 1 ? "<small>First</small>" : pageLink(page, 0, "First")) + "&nbsp;|&nbsp;";
   if (range.first < 1) {
     text += "<small>Prev</small>&nbsp;|&nbsp;";
   } else if (const auto previous = subtract16(range.first, settings.MESSAGES_PER_PAGE)) {
@@ -97,6 +105,10 @@ std::string listHeader(std::string_view title, std::string_view page, const RowR
     text += "<small>Next</small>&nbsp;";  // only the plain form has the blank behind it
   } else if (const auto next = add16(range.first, settings.MESSAGES_PER_PAGE)) {
     text += pageLink(page, *next, "Next");
+  }
+  if (inBrowser) {
+    const bool last = range.last >= range.total - 1;
+    text += "&nbsp;|&nbsp;" + (last ? "<small>Last</small>" : pageLink(page, lastPageStart(range), "Last"));
   }
   const int firstShown = range.total > 0 ? range.first + 1 : 0;
   return text + " (showing " + std::to_string(firstShown) + " - " + std::to_string(range.last + 1) + " of " +
@@ -119,7 +131,11 @@ std::string senderCell(std::string_view from, std::string_view tickedBox, const 
             browserText(toSmallLetters(envelopeAddress(from))) + "'";
     if (known != nullptr) cell += " data-known='" + std::string(known->listOf(from)) + "'";
     if (!tickedBox.empty()) cell += " data-tick='" + std::string(tickedBox) + "'";
-    cell += ">" + browserText(firstCharacters(replaceAll(from, "\"", ""), kSenderLength)) + "</a>";
+    const std::string whole = replaceAll(from, "\"", "");
+    const std::string_view shown = firstCharacters(whole, kSenderLength);
+    cell += wholeTextAttribute(whole, shown) + ">" + browserText(shown) + "</a>";
+    const std::string real = addressBehindName(from);
+    if (!real.empty()) cell += " <small class='real'>from <bdi>" + browserText(real) + "</bdi></small>";
   } else {
     std::string shown = replaceAll(from, "\"", "");
     textToHtml(shown);
@@ -138,15 +154,18 @@ std::string dateCell(std::string_view date, std::string_view mark) {
 }
 
 std::string subjectCell(std::string_view subject, std::string_view address, std::string_view sizeText) {
-  std::string text = pageText(firstCharacters(subject, kSubjectLength));
+  const std::string_view shown = firstCharacters(subject, kSubjectLength);
+  std::string text = pageText(shown);
+  const std::string whole = form1.requestByGateway ? wholeTextAttribute(subject, shown) : "";
   // A link needs a name to be followed by.
   if (text.empty() || (form1.requestByGateway && trim(text).empty())) text = kNone;
   const std::string start = cellStart("", "subject");
   if (settings.MAX_LINK_SIZE_ON && val(sizeText) > settings.MAX_LINK_SIZE) {
+    if (!whole.empty()) text = "<span tabindex='0'" + whole + ">" + text + "</span>";
     return start + text + "\r\n    </td>\r\n";
   }
   return start + "<a href='" + pageText(address) + "&s=" + form1.sessionId + "' " +
-         (settings.NEW_WINDOW ? "target='_blank'" : "") + ">" + text + "</a>\r\n    </td>\r\n";
+         (settings.NEW_WINDOW ? "target='_blank'" : "") + whole + ">" + text + "</a>\r\n    </td>\r\n";
 }
 
 std::string messageAddress(std::string_view plain, std::string_view box, std::string_view key) {

@@ -39,7 +39,8 @@ struct RowPage {
 // A first row beyond the end shows the last message alone, one below 0 starts at 0.
 [[nodiscard]] RowRange rowsToShow(std::int16_t first, std::int16_t total);
 
-// "<b>Inbox</b>", Prev and Next (links where there is something to go to) and the count of the rows shown.
+// "<b>Inbox</b>", Prev and Next (links where there is something to go to) and the count of the rows shown; in
+// a browser First and Last besides.
 // `page` is the name under which the page is asked for, "displayinbox.htm".
 [[nodiscard]] std::string listHeader(std::string_view title, std::string_view page, const RowRange& range);
 
@@ -47,8 +48,8 @@ struct RowPage {
 [[nodiscard]] std::string cleanSender(std::string_view from);
 
 // The cells. Through the gateway what stands in them is text, cut by letters, and each names its column by
-// its class and what the page's script needs by data attributes; over the plain wire it is what it always
-// was.
+// its class and what the page's script needs by data attributes, and a text that is cut carries the whole of
+// it as its title; over the plain wire it is what it always was.
 
 // The sender's cell: a link that puts the clean sender into the page's add-to-list field and ticks the box of
 // that name ("R3"; "" for none); "<none>" where the clean sender is empty. What is shown is cut to 25

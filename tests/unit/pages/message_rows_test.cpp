@@ -201,10 +201,10 @@ TEST_F(BrowserRows, AMarkStandsBehindTheDate) {
 
 TEST_F(BrowserRows, TheSendersCellHasTheAddressItselfWhateverTheNamePretends) {
   EXPECT_THAT(senderCell("\"ceo@bank.example\" <Eve@Evil.example>", ""),
-              testing::HasSubstr(" data-address='eve@evil.example'>"));
+              testing::HasSubstr(" data-address='eve@evil.example'"));
   EXPECT_THAT(senderCell("O'Brien <o'brien@pub.example>", ""),
-              testing::HasSubstr(" data-address='o&#39;brien@pub.example'>"));
-  EXPECT_THAT(senderCell("nobody", ""), testing::HasSubstr(" data-address=''>"));
+              testing::HasSubstr(" data-address='o&#39;brien@pub.example'"));
+  EXPECT_THAT(senderCell("nobody", ""), testing::HasSubstr(" data-address=''"));
 }
 
 TEST_F(BrowserRows, TheSendersCellTellsTheListThatWins) {
@@ -228,6 +228,32 @@ TEST_F(BrowserRows, WhatTheScriptNeedsOfASenderStandsInDataAttributes) {
             "data-address='a@b.c'>a@b.c</a>    "
             "</td>\r\n");
   EXPECT_EQ(senderCell("\"'\"", "R3"), "    <td valign='top' class='from'>&lt;none&gt;    </td>\r\n");
+}
+
+TEST_F(BrowserRows, ACutTextCarriesTheWholeOfIt) {
+  const std::string name(30, 'n');
+  EXPECT_THAT(senderCell("\"" + name + "\" <a@b.c>", ""),
+              testing::HasSubstr(" title='" + name + " &lt;a@b.c&gt;'>" + std::string(25, 'n') + "</a>"));
+  const std::string subject(40, '<');
+  EXPECT_THAT(subjectCell(subject, "a?b=1", "1K"),
+              testing::HasSubstr(" title='" + replaceAll(subject, "<", "&lt;") + "'>"));
+  EXPECT_THAT(subjectCell("short", "a?b=1", "1K"), testing::Not(testing::HasSubstr("title")));
+}
+
+TEST_F(BrowserRows, ACutSubjectWithoutALinkCanBeReachedByTheKeyboard) {
+  settings.MAX_LINK_SIZE_ON = true;
+  settings.MAX_LINK_SIZE = 10;
+  const std::string subject(40, 's');
+  EXPECT_EQ(subjectCell(subject, "a?b=1", "143K"), "    <td class='subject'><span tabindex='0' title='" +
+                                                       subject + "'>" + subject.substr(0, 35) +
+                                                       "</span>\r\n    </td>\r\n");
+}
+
+TEST_F(BrowserRows, ASenderWhoseNameShowsAnotherAddressIsToldByTheRealOne) {
+  EXPECT_THAT(
+      senderCell("\"help@bank.example\" <eve@evil.example>", ""),
+      testing::HasSubstr("</a> <small class='real'>from <bdi>eve@evil.example</bdi></small>    </td>"));
+  EXPECT_THAT(senderCell("Eve <eve@evil.example>", ""), testing::Not(testing::HasSubstr("real")));
 }
 
 TEST_F(BrowserRows, ASubjectIsText) {

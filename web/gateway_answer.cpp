@@ -143,8 +143,7 @@ std::string errorAnswer(int status, const AnswerOptions& options, std::string_vi
   const std::string statusLine = std::to_string(found->code) + " " + std::string(found->phrase);
   const std::string body =
       shortPage(statusLine, "<p>" + std::string(explanation.empty() ? found->explanation : explanation) +
-                                "</p>
-<p><a href='/'>Start page</a></p>");
+                                "</p>\r\n<p><a href='/'>Start page</a></p>");
   std::string_view further;
   if (status == 405) further = "\r\nAllow: GET, HEAD, POST";
   if (status == 503) further = "\r\nRetry-After: 5";

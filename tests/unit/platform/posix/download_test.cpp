@@ -101,7 +101,7 @@ TEST_F(PosixDownloadTest, AddressesThatAreNoneBringNothing) {
     EXPECT_EQ(downloadUrl(url), "") << url;
   }
   EXPECT_EQ(downloadUrl("http://127.0.0.1:" + std::to_string(freePort()) + "/"), "");
-  EXPECT_EQ(downloadUrl("http://no-such-host.invalid/"), "");
+  EXPECT_EQ(downloadUrl("http://" + nameOfNobody() + "/"), "");
 }
 
 }  // namespace

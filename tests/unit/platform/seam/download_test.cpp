@@ -54,7 +54,7 @@ TEST(DownloadTest, AnAnswerInChunksIsPutTogether) {
 
 TEST(DownloadTest, NobodyThereBringsNothing) {
   EXPECT_EQ(downloadUrl("http://127.0.0.1:" + std::to_string(freePort()) + "/"), "");
-  EXPECT_EQ(downloadUrl("http://no-such-host.invalid/"), "");
+  EXPECT_EQ(downloadUrl("http://" + nameOfNobody() + "/"), "");
   EXPECT_EQ(downloadUrl(""), "");
 }
 

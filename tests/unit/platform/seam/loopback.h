@@ -56,6 +56,11 @@ inline int freePort() {
   return port;
 }
 
+// A name that is not found without anybody being asked: its label is longer than names may have them.
+inline std::string nameOfNobody() {
+  return std::string(64, 'x') + ".invalid";
+}
+
 // The next close resets the connection.
 inline void resetAtClose(native::Socket socket) {
   const linger atOnce{1, 0};

@@ -270,7 +270,7 @@ void workThrough(std::vector<CheckedRow> rows, bool inbox, bool befriend) {
 
 }  // namespace
 
-std::string showMessage(const std::string& uidl) {
+std::string showMessage(const std::string& uidl, Named named) {
   // 1. Log on.
   const Activity activity(Task::messageFetch);
   if (!newPopComponent().popConnect()) {
@@ -285,7 +285,7 @@ std::string showMessage(const std::string& uidl) {
   const std::unique_ptr<UidlList> list = currentMail->popGetUidls();
   std::optional<std::string> found;
   if (list) found = findUidl(*list, uidl);
-  if (list && !found) found = findUidl(*list, percentDecode(uidl));
+  if (list && !found && named == Named::asSent) found = findUidl(*list, percentDecode(uidl));
 
   // 3. and 4. Fetch it and take the best body.
   const std::unique_ptr<MailMessage> message = found ? currentMail->popGetMessage(*found) : nullptr;
@@ -300,9 +300,9 @@ std::string showMessage(const std::string& uidl) {
   return textToHtml(text);
 }
 
-std::string showSpam(const std::string& fileName) {
+std::string showSpam(const std::string& fileName, Named named) {
   std::optional<std::string> source = readSpamFile(fileName);
-  if (!source) source = readSpamFile(percentDecode(fileName));
+  if (!source && named == Named::asSent) source = readSpamFile(percentDecode(fileName));
   std::string text;
   for (const std::string& line : splitLines(source.value_or(""))) text.append(line).append(kCrLf);
   return textToHtml(text);

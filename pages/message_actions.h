@@ -9,13 +9,17 @@
 
 namespace vornelle {
 
+// How a message is named: as a browser sends what stands in a link, which may be encoded or not, so that the
+// name is looked for as it is and then decoded; or exactly.
+enum class Named { asSent, exactly };
+
 // The body of a message on the server as HTML: its HTML body as it is, else its plain body, else its body
 // text, both made into HTML. A message page where the server cannot be logged onto or has no such message.
-[[nodiscard]] std::string showMessage(const std::string& uidl);
+[[nodiscard]] std::string showMessage(const std::string& uidl, Named named = Named::asSent);
 
 // The whole source of a SpamBox file (its key with ".txt") as HTML; "" for a file that is missing or outside
 // the SpamBox.
-[[nodiscard]] std::string showSpam(const std::string& fileName);
+[[nodiscard]] std::string showSpam(const std::string& fileName, Named named = Named::asSent);
 
 // Works through the checked rows of the form in form1.requestText. `box` is "INBOX" or "SPAMBOX". The rows'
 // keys and senders are those of the page that was built last. A browser's form may have the field "befriend":

@@ -62,12 +62,21 @@ std::string displaySpamBox() {
   return pageSpamBox(first);
 }
 
+// The message that one of the gateway's own pages names; "" for any other address.
+std::string keyFromOwnPage() {
+  return form1.requestByGateway ? queryValue(form1.requestPath, "k") : "";
+}
+
 // A display action's page is decoded as a whole, whatever stands in the message.
 std::string displayEmail() {
+  const std::string key = keyFromOwnPage();
+  if (!key.empty()) return urlDecode(showMessage(key, Named::exactly));
   return urlDecode(showMessage(firstParamValue(form1.requestPath)));
 }
 
 std::string displaySpam() {
+  const std::string key = keyFromOwnPage();
+  if (!key.empty()) return urlDecode(showSpam(key + ".txt", Named::exactly));
   return urlDecode(showSpam(firstParamValue(form1.requestPath)));
 }
 

@@ -35,34 +35,19 @@
 namespace vornelle {
 namespace {
 
-// A parameter of the path's query, decoded; "" without it.
-std::string queryValue(std::string_view path, std::string_view name) {
-  std::string_view rest = path.substr(std::min(path.find('?'), path.size()));
-  while (!rest.empty()) {
-    rest.remove_prefix(1);
-    const std::string_view pair = rest.substr(0, rest.find('&'));
-    rest.remove_prefix(pair.size());
-    const std::size_t equals = pair.find('=');
-    if (equals != std::string_view::npos && pair.substr(0, equals) == name)
-      return formDecode(pair.substr(equals + 1));
-  }
-  return "";
-}
-
 // The list that a message stands in.
 struct Box {
   std::string_view name;   // as addresses have it
   std::string_view title;  // as pages have it
   std::string_view listPage;
-  std::string_view ownView;  // the page that shows the message by itself, up to the key
-  std::string_view keyEnd;   // behind the key there
+  std::string_view ownView;  // the page that shows the message by itself
   std::int16_t (*count)();
   std::optional<std::string> (*key)(std::int16_t);
 };
 
 constexpr Box kBoxes[] = {
-    {"spam", "SpamBox", "displayspambox.htm", "displayspam.cgi?fn=", ".txt", spamboxCount, spamboxKey},
-    {"inbox", "Inbox", "displayinbox.htm", "displayemail.cgi?uidl=", "", inboxCount, inboxUidl},
+    {"spam", "SpamBox", "displayspambox.htm", "displayspam.cgi", spamboxCount, spamboxKey},
+    {"inbox", "Inbox", "displayinbox.htm", "displayemail.cgi", inboxCount, inboxUidl},
 };
 
 const Box& boxOf(std::string_view name) {
@@ -233,9 +218,7 @@ std::string previewPage() {
        {"<!--SSFRAME-->", view},
        {"<!--SSSWITCH-->", "<a href=\"" + browserText(source ? here : here + "&v=source") + "\">" +
                                (source ? "Show the message" : "Show the source") + "</a>"},
-       {"<!--SSOWNVIEW-->", browserText(withSession(std::string(box.ownView) +
-                                                    replaceAll(replaceAll(key, "&", "%26"), "#", "%23") +
-                                                    std::string(box.keyEnd)))},
+       {"<!--SSOWNVIEW-->", browserText(withSession(std::string(box.ownView) + "?k=" + formEncode(key)))},
        {"<!--SSPREV-->", place < 0 ? neighbour(box, -1, "Previous") : neighbour(box, place - 1, "Previous")},
        {"<!--SSNEXT-->", place < 0 ? neighbour(box, -1, "Next") : neighbour(box, place + 1, "Next")}});
 }

@@ -1,9 +1,11 @@
 #include "web/request.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
 #include "base/text.h"
+#include "base/url_decode.h"
 #include "core/form1.h"
 
 namespace vornelle {
@@ -66,6 +68,19 @@ std::string firstParamValue(std::string_view text, std::string_view separator, s
   const std::size_t start = found + 1;
   const std::size_t end = text.find(terminator, start);
   return std::string(text.substr(start, end == std::string_view::npos ? end : end - start));
+}
+
+std::string queryValue(std::string_view path, std::string_view name) {
+  std::string_view rest = path.substr(std::min(path.find('?'), path.size()));
+  while (!rest.empty()) {
+    rest.remove_prefix(1);
+    const std::string_view pair = rest.substr(0, rest.find('&'));
+    rest.remove_prefix(pair.size());
+    const std::size_t equals = pair.find('=');
+    if (equals != std::string_view::npos && pair.substr(0, equals) == name)
+      return formDecode(pair.substr(equals + 1));
+  }
+  return "";
 }
 
 }  // namespace vornelle

@@ -33,4 +33,8 @@ void readRequest(std::string received);
 [[nodiscard]] std::string firstParamValue(std::string_view text, std::string_view separator = "=",
                                           std::string_view terminator = "&");
 
+// A parameter of the path's query by its name, decoded as forms are; "" without it. For addresses that our
+// own pages have made.
+[[nodiscard]] std::string queryValue(std::string_view path, std::string_view name);
+
 }  // namespace vornelle

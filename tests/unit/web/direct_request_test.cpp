@@ -69,6 +69,36 @@ TEST_F(DispatchTest, AFormOfThePlainWireThatWaitsSeesItsOwnBehindADirectRequest)
   EXPECT_EQ(contentOf("\\spam\\key1.txt"), "(missing)");
 }
 
+// A browser encodes a blank, and the server may have a message whose unique-id is spelled like that.
+TEST_F(DispatchTest, AnAddressOfOurOwnPagesNamesItsMessageExactly) {
+  logIn();
+  makeFile("\\spam\\a b.txt", "the blank");
+  makeFile("\\spam\\a%20b.txt", "the sign");
+  const auto shown = [](const std::string& query) {
+    return answerDirectly(textOf("/displayspam.cgi?" + query + "&s=" + kSessionId)).value_or("");
+  };
+  EXPECT_THAT(shown("k=a%20b"), StartsWith("the blank"));
+  EXPECT_THAT(shown("k=a+b"), StartsWith("the blank"));
+  EXPECT_THAT(shown("k=a%2520b"), StartsWith("the sign"));
+  ASSERT_TRUE(deleteFile(inFolder("\\spam\\a%20b.txt")));
+  EXPECT_EQ(shown("k=a%2520b"), "\r\n");
+  EXPECT_THAT(shown("fn=a%20b.txt"), StartsWith("the blank"));
+}
+
+TEST_F(DispatchTest, AnAddressOfOurOwnPagesNamesItsMessageOnTheServerExactly) {
+  logIn();
+  SimMaildrop drop;
+  drop.mails = {{"a#b", "Subject: x\r\n\r\nthe sharp\r\n"}, {"a%23b", "Subject: x\r\n\r\nthe sign\r\n"}};
+  drop.serve("mail.example");
+  settings.POP_SERVER = "mail.example";
+  const auto shown = [](const std::string& query) {
+    return answerDirectly(textOf("/displayemail.cgi?" + query + "&s=" + kSessionId)).value_or("");
+  };
+  EXPECT_THAT(shown("k=a%23b"), HasSubstr("the sharp"));
+  EXPECT_THAT(shown("k=a%2523b"), HasSubstr("the sign"));
+  EXPECT_THAT(shown("k=a%252523b"), HasSubstr("does not exist"));
+}
+
 // A request that lets the test in while it is being served: the mail server does, in the middle of a fetch.
 class DirectTurnTest : public DispatchTest {
  protected:

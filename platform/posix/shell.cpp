@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/common/blocking.h"
 #include "platform/posix/descriptor.h"
 #include "platform/unix/file_hooks.h"
 
@@ -108,6 +109,7 @@ bool previousInstanceRunning() {
 }
 
 void endProcess() {
+  aboutToBlock();  // what is held back is shown now or never
   std::fflush(nullptr);
   _exit(0);
 }

@@ -1,7 +1,7 @@
 // Every fuzz target runs for a while on every run of the tests; a crash, a leak or a hang fails it.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { mkdtempSync, readdirSync, rmSync } from 'node:fs';
+import { existsSync, mkdtempSync, readdirSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { describe, test } from 'node:test';
@@ -10,6 +10,7 @@ import { fileURLToPath } from 'node:url';
 import { keepChild } from '../support/tools.mjs';
 
 const folder = fileURLToPath(new URL('../../build/asan/fuzz/', import.meta.url));
+const seeds = fileURLToPath(new URL('../../fuzz/seeds/', import.meta.url));
 const targets = readdirSync(folder).filter((name) => name.endsWith('_fuzz'));
 // The parser that stands towards the network gets a minute, the others less.
 const seconds = (target) => (target === 'http_request_fuzz' ? 60 : 15);
@@ -18,9 +19,12 @@ test('there are fuzz targets', () => {
   assert.ok(targets.includes('http_request_fuzz'), `found: ${targets}`);
 });
 
+// Inputs that show the way to what chance finds late; new ones are written to the corpus, the first folder.
+const seedsOf = (target) => [seeds + target].filter((folder) => existsSync(folder));
+
 async function fuzz(target, corpus) {
   const child = keepChild(spawn(join(folder, target),
-    [`-max_total_time=${seconds(target)}`, '-max_len=8192', '-timeout=60', '-rss_limit_mb=2048', corpus],
+    [`-max_total_time=${seconds(target)}`, '-max_len=8192', '-timeout=60', '-rss_limit_mb=2048', corpus, ...seedsOf(target)],
     { cwd: corpus, stdio: ['ignore', 'ignore', 'pipe'] }));
   let said = '';
   child.stderr.on('data', (data) => { said += data; });

@@ -11,6 +11,7 @@
 #include "mail/mail_failure.h"
 #include "mail/spambox_store.h"
 #include "pages/Inbox.h"
+#include "pages/Spambox.h"
 #include "platform/clock.h"
 
 namespace vornelle {
@@ -60,8 +61,10 @@ std::string removedJson() {
 
 std::string setupJson() {
   const bool friends = listLength(kFriendList) >= kShortestFriendList;
+  // The listing that is held saves a look at the folder, which may be large.
+  const bool ran = outcomes.filterRun.time != 0 || spamboxCount() > 0 || countSpam() > 0;
   return "{\"mailbox\": " + truth(!settings.POP_SERVER.empty()) + ", \"friends\": " + truth(friends) +
-         ", \"run\": " + truth(outcomes.filterRun.time != 0 || countSpam() > 0) + "}";
+         ", \"run\": " + truth(ran) + "}";
 }
 
 std::string failureJson(const MailFailure& failure) {

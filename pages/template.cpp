@@ -1,6 +1,7 @@
 #include "pages/template.h"
 
 #include <cstdint>
+#include <optional>
 
 #include "base/text.h"
 #include "core/form1.h"
@@ -17,14 +18,19 @@ std::int64_t sessionMinutesLeft() {
   return std::int64_t{settings.SESSION_MIN} - form1.sessionMinutesUsed;
 }
 
+// As replaceAllNoCase. Most markers stand in few pages, and a page is not copied for the others.
+void fill(std::string& page, std::string_view marker, std::string_view text) {
+  if (containsNoCase(page, marker)) page = replaceAllNoCase(page, marker, text);
+}
+
 }  // namespace
 
 std::string readWholeFile(const std::string& path) {
-  if (!fileExists(path)) return "";
   if (path.empty()) return "";
-  std::string text = readFile(path).value_or("");
+  std::optional<std::string> text = readFile(path);
+  if (!text && !fileExists(path)) return "";
   doEvents();
-  return text;
+  return std::move(text).value_or("");
 }
 
 std::string_view guideAddress() {
@@ -33,35 +39,33 @@ std::string_view guideAddress() {
 
 std::string& pageTitleUpdate(std::string& page) {
   if (!form1.suppressTitleMinutes) {
-    page = replaceAllNoCase(page, "</TITLE>", " (" + std::to_string(sessionMinutesLeft()) + "m)</title>");
+    fill(page, "</TITLE>", " (" + std::to_string(sessionMinutesLeft()) + "m)</title>");
   }
   return page;
 }
 
 std::string readTemplate(std::string_view templateName) {
-  const std::string page = readWholeFile(applicationFolder() + "\\data\\" + std::string(templateName));
-  std::string whole =
-      replaceAllNoCase(page, "<!--SSTOP-->", readWholeFile(applicationFolder() + "\\data\\top.inc"));
+  std::string page = readWholeFile(applicationFolder() + "\\data\\" + std::string(templateName));
+  fill(page, "<!--SSTOP-->", readWholeFile(applicationFolder() + "\\data\\top.inc"));
   // Only the gateway tells the status.
   const bool tells = form1.requestByGateway;
-  whole = replaceAllNoCase(whole, "<!--SSGUIDE-->", guideAddress());
-  whole =
-      replaceAllNoCase(whole, "<!--SSSTATUS-->", tells ? "status.json?s=" + form1.sessionId : std::string());
-  return replaceAllNoCase(whole, "<!--SSNOW-->", tells ? statusAttribute() : std::string());
+  fill(page, "<!--SSGUIDE-->", guideAddress());
+  fill(page, "<!--SSSTATUS-->", tells ? "status.json?s=" + form1.sessionId : std::string());
+  fill(page, "<!--SSNOW-->", tells ? statusAttribute() : std::string());
+  return page;
 }
 
 std::string fillPage(std::string page, const std::vector<Marker>& pageMarkers,
                      const std::vector<Marker>& lateMarkers) {
-  for (const auto& [marker, text] : pageMarkers) page = replaceAllNoCase(page, marker, text);
-  page = replaceAllNoCase(page, "<!--SSVERSION-->", versionText());
-  page = replaceAllNoCase(page, "<!--SSSESSION-->", form1.sessionId);
-  for (const auto& [marker, text] : lateMarkers) page = replaceAllNoCase(page, marker, text);
+  for (const auto& [marker, text] : pageMarkers) fill(page, marker, text);
+  fill(page, "<!--SSVERSION-->", versionText());
+  fill(page, "<!--SSSESSION-->", form1.sessionId);
+  for (const auto& [marker, text] : lateMarkers) fill(page, marker, text);
   // No address in the tag: the browser asks for the same page again when the session is over and meets the
   // login page.
   const std::int64_t secondsLeft = sessionMinutesLeft() * 60;
-  page = replaceAllNoCase(
-      page, "<HEAD>",
-      "<head>\r\n<meta http-equiv='refresh' content='" + std::to_string(secondsLeft) + "'>\r\n");
+  fill(page, "<HEAD>",
+       "<head>\r\n<meta http-equiv='refresh' content='" + std::to_string(secondsLeft) + "'>\r\n");
   return pageTitleUpdate(page);
 }
 

@@ -43,6 +43,11 @@ std::optional<std::string> nativePath(const std::string& path) {
       (path.size() == root.size() || kSeparators.find(path[root.size()]) != kSeparators.npos)) {
     native = nativeApplicationFolder();
     at = root.size();
+    // What is there as it is spelled is found with one look instead of one for each name.
+    std::string spelled = path.substr(at);
+    std::replace(spelled.begin(), spelled.end(), '\\', '/');
+    const bool plain = spelled.find("//") == std::string::npos && !spelled.ends_with('/');
+    if (plain && exists(spelled.insert(0, native))) return spelled;
   }
   while (at < path.size()) {
     const std::size_t start = path.find_first_not_of(kSeparators, at);

@@ -10,7 +10,8 @@
 namespace vornelle {
 
 // Serves everything that is ready, and what that makes ready, one event at a time; returns when nothing is
-// left. Never blocks.
+// left. Never blocks. In the middle of a wait for a server it serves only what is served there
+// (platform/meanwhile.h).
 void doEvents();
 
 // Blocks until an event is ready, then does what doEvents() does. At least one event has been served when it

@@ -59,6 +59,10 @@ class SocketControl {
   [[nodiscard]] bool isOpen() const;
   [[nodiscard]] int localPort() const;  // 0 when not open
 
+  // From now on its events are served in the middle of a wait for a mail server too, when those of all other
+  // sockets wait (platform/meanwhile.h). A connection that is accepted says so for itself.
+  void serveMeanwhile();
+
   std::function<void(RequestId)> onConnectionRequest;
   std::function<void()> onConnect;
   std::function<void()> onDataArrival;

@@ -16,6 +16,7 @@
 #include "pages/status.h"
 #include "platform/clock.h"
 #include "platform/events.h"
+#include "platform/meanwhile.h"
 #include "platform/socket.h"
 #include "web/entry_check.h"
 #include "web/gateway_answer.h"
@@ -253,7 +254,8 @@ void serve(std::uint64_t id) {
 // Something is under way that other requests must not disturb: an action or a fetch of ours, or a task that
 // the timer, the window or the plain wire has begun.
 bool isBusy() {
-  return underWay().has_value() || (!gateway->serving.empty() && gateway->serving.front() != PageWork::files);
+  return waitingForServer() || underWay().has_value() ||
+         (!gateway->serving.empty() && gateway->serving.front() != PageWork::files);
 }
 
 enum class Turn { serve, progress, wait };
@@ -383,6 +385,7 @@ void acceptConnection(SocketControl::RequestId requestId) {
   const std::uint64_t id = gateway->nextId++;
   connection->id = id;
   connection->lastActivity = monotonicMilliseconds();
+  connection->socket.serveMeanwhile();
   if (!connection->socket.accept(requestId)) return;
   connection->socket.onDataArrival = [id] { readRequests(id); };
   connection->socket.onSendComplete = [id] { answerSent(id); };
@@ -420,8 +423,12 @@ void gatewayStart(AnswerRequest answer) {
   gateway->answer = std::move(answer);
   gateway->port = settings.httpPort;
   gateway->listener.onConnectionRequest = acceptConnection;
+  gateway->listener.serveMeanwhile();
   gateway->clock.onTick = clockTick;
   gateway->retry.onTick = serveQueue;
+  setMeanwhile([] {
+    if (gateway && !gateway->queue.empty()) serveQueue();
+  });
   if (!gateway->listener.listen(LoopbackAddress::ipv6, gateway->port)) gateway.reset();
 }
 

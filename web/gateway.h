@@ -12,6 +12,8 @@
 //   it
 //     is and turns into the wanted one;
 //   - an action waits for its end, in the order of arrival.
+// That holds while it waits for the mail server, too: the gateway's sockets are served in such a wait, those
+// of the plain listener are not.
 // "/status.json", a message view and the user's guide are answered at any time, and never logged.
 //
 // One connection's states:

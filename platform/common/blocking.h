@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "platform/before_blocking.h"
+#include "platform/clock.h"
 
 namespace vornelle {
 
@@ -14,15 +15,32 @@ void aboutToBlock();
 // An answer that comes this soon is not worth the work of showing anything first.
 inline constexpr std::int64_t kShortWait = 20;  // milliseconds
 
-// Waits for at most so many milliseconds with `wait`, which tells whether what it waits for has come. Between
-// a short wait and a long one the program is told.
+// The longest time in a wait between two looks at the sockets that are served in it.
+inline constexpr std::int64_t kMeanwhileInterval = 10;  // milliseconds
+
+// Serves those sockets (platform/meanwhile.h).
+void serveMeanwhile();
+// The same, unless it has just been done: for streams that bring so much that there is never a wait.
+void serveMeanwhileIfDue();
+
+// Waits for at most so many milliseconds with `wait`, which tells whether what it waits for has come. It is
+// asked in slices; between them the sockets that may be are served. Between a short wait and a long one the
+// program is told. What has come while they were served has come in time.
 template <typename Wait>
 bool waitTold(std::int64_t milliseconds, const Wait& wait) {
-  const std::int64_t atFirst = std::min(milliseconds, kShortWait);
-  if (wait(atFirst)) return true;
-  if (milliseconds <= atFirst) return false;
-  aboutToBlock();
-  return wait(milliseconds - atFirst);
+  const std::int64_t start = monotonicMilliseconds();
+  bool told = false;
+  while (true) {
+    const std::int64_t passed = monotonicMilliseconds() - start;
+    const std::int64_t left = std::max<std::int64_t>(milliseconds - passed, 0);
+    if (!told && left > 0 && passed >= kShortWait) {
+      told = true;
+      aboutToBlock();
+    }
+    if (wait(std::min(left, kMeanwhileInterval))) return true;
+    if (left == 0) return false;
+    serveMeanwhile();
+  }
 }
 
 }  // namespace vornelle

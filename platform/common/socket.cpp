@@ -49,6 +49,7 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
   std::unique_ptr<Listener> listener;      // while listening
   std::unique_ptr<Connection> connection;  // while connecting and connected
   bool queued = false;
+  bool servedMeanwhile = false;  // in the middle of a wait for a server too
 
   std::size_t announced =
       0;  // bytes waiting when DataArrival came last; above that there is more to announce
@@ -271,6 +272,10 @@ bool SocketControl::isOpen() const {
   return impl_->state != Impl::State::closed;
 }
 
+void SocketControl::serveMeanwhile() {
+  impl_->servedMeanwhile = true;
+}
+
 int SocketControl::localPort() const {
   if (impl_->listener) return impl_->listener->localPort();
   return impl_->connection ? impl_->connection->localPort() : 0;
@@ -278,15 +283,21 @@ int SocketControl::localPort() const {
 
 namespace loop {
 
-bool serveSocketEvent() {
+bool serveSocketEvent(Which which) {
   Sockets& all = sockets();
-  while (!all.queue.empty()) {
-    const std::shared_ptr<SocketControl::Impl> first = all.queue.front().lock();
-    all.queue.pop_front();
-    if (!first) continue;
-    first->queued = false;
-    if (!first->control) continue;
-    if (first->serve()) return true;
+  std::size_t passedOver = 0;  // sockets at the front whose turn it is not
+  while (passedOver < all.queue.size()) {
+    const auto place = all.queue.begin() + static_cast<std::ptrdiff_t>(passedOver);
+    const std::shared_ptr<SocketControl::Impl> one = place->lock();
+    if (one && one->control && which == Which::meanwhile && !one->servedMeanwhile) {
+      ++passedOver;
+      continue;
+    }
+    all.queue.erase(place);
+    if (!one) continue;
+    one->queued = false;
+    if (!one->control) continue;
+    if (one->serve()) return true;
   }
   return false;
 }

@@ -45,6 +45,7 @@ class TcpStream final : public NetStream {
   [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size,
                                                 int timeoutMilliseconds) override {
     const std::int64_t until = monotonicMilliseconds() + timeoutMilliseconds;
+    serveMeanwhileIfDue();
     while (true) {
       const ssize_t got = recv(socket_.get(), buffer, size, 0);
       if (got >= 0) return static_cast<std::size_t>(got);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "platform/common/blocking.h"
 #include "platform/modGoToSleep.h"
 #include "platform/sim/stream.h"
 #include "platform/sim/world.h"
@@ -11,6 +12,7 @@ namespace vornelle {
 namespace sim {
 
 std::optional<std::size_t> Stream::read(char* buffer, std::size_t size, int timeoutMilliseconds) {
+  serveMeanwhile();
   if (server_->broken) return std::nullopt;
   if (!sent_.empty()) {
     const std::size_t count = std::min(size, sent_.size());

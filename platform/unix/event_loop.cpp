@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "platform/clock.h"
+#include "platform/common/blocking.h"
 #include "platform/events.h"
+#include "platform/meanwhile.h"
 
 namespace vornelle {
 namespace {
@@ -32,6 +34,10 @@ void clearPosted() {
   state().posted.clear();
 }
 
+void collectSocketEvents() {
+  collectReady();
+}
+
 bool serveOne() {
   collectReady();
   State& loop = state();
@@ -55,6 +61,7 @@ bool serveOne() {
 }  // namespace loop
 
 void doEvents() {
+  if (waitingForServer()) return serveMeanwhile();
   while (loop::serveOne()) {
   }
 }

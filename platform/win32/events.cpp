@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <map>
 
+#include "platform/common/blocking.h"
 #include "platform/common/socket_events.h"
+#include "platform/meanwhile.h"
 #include "platform/win32/event_loop.h"
 
 namespace vornelle {
@@ -113,7 +115,21 @@ void setMessageFilter(MessageFilter filter) {
 
 }  // namespace win32
 
+namespace loop {
+
+// Nothing but the sockets' own messages is taken from the queue.
+void collectSocketEvents() {
+  MSG message;
+  while (PeekMessageW(&message, win32::eventWindow(), win32::kFirstSocketMessage, win32::kLastSocketMessage,
+                      PM_REMOVE | PM_QS_POSTMESSAGE)) {
+    DispatchMessageW(&message);
+  }
+}
+
+}  // namespace loop
+
 void doEvents() {
+  if (waitingForServer()) return serveMeanwhile();
   win32::wakeSockets();
   MSG message;
   while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) dispatch(message);

@@ -61,6 +61,7 @@ class SocketStream : public NetStream {
   std::optional<std::size_t> read(char* buffer, std::size_t size, int timeoutMilliseconds) override {
     const Deadline deadline(timeoutMilliseconds);
     const int most = static_cast<int>(std::min<std::size_t>(size, 1 << 20));
+    serveMeanwhileIfDue();
     for (;;) {
       const int got = recv(socket_.get(), buffer, most, 0);
       if (got >= 0) return static_cast<std::size_t>(got);

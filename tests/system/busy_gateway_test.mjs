@@ -81,6 +81,29 @@ describe('during a filter run', () => {
     });
   });
 
+  test('PagesAreAnsweredWhileTheMailServerIsSilentAndThePlainWireWaits', async () => {
+    server.maildrop.add({ uid: 'one', data: spam('one') });
+    server.pop.options.faults = [{ verb: 'LIST', stall: true }];
+    const sessions = server.pop.sessions.length;
+    let over = false;
+    const run = ask('/mailfilter.cgi?s={s}', { method: 'POST' }).then(() => { over = true; });
+    await until(() => server.pop.sessions.slice(sessions).some((session) => session.commands.includes('LIST')), 'the silence');
+    let plainIsAnswered = false;
+    const plain = app.get('/vornelle.ico').then(() => { plainIsAnswered = true; });
+    for (const target of ['/displayfriendlist.htm?s={s}', '/config.htm?s={s}', '/displayspambox.htm?s={s}&msg=0', '/vornelle.ico', '/']) {
+      const answer = await ask(target);
+      assert.equal(answer.status, 200);
+      assert.ok(answer.milliseconds < 5000, `${target}: ${answer.milliseconds} ms`);
+    }
+    assert.equal((await status()).underWay.task, 'filterRun');
+    assert.match((await ask('/displayinbox.htm?s={s}')).body, /Filtering/);
+    assert.ok(!over && !plainIsAnswered);
+    for (const socket of server.pop.sockets) socket.destroy();
+    await run;
+    await plain;
+    assert.equal(server.maildrop.messages.length, 1);
+  });
+
   test('APageThatNeedsTheMailboxShowsHowFarItIsAndLeavesTheRunAlone', async () => {
     await duringARun(async (over) => {
       const inbox = await ask('/displayinbox.htm?s={s}');

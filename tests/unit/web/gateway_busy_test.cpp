@@ -1,10 +1,15 @@
 // The gateway while something is under way: what is served in the middle of it, what waits, what shows how
 // far it is.
+#include <functional>
 #include <memory>
 
 #include "core/activity.h"
 #include "core/form1.h"
+#include "mail/mail_component.h"
+#include "platform/modGoToSleep.h"
+#include "tests/unit/mail/sim_maildrop.h"
 #include "tests/unit/web/gateway_test_support.h"
+#include "web/listener.h"
 
 namespace vornelle {
 namespace {
@@ -131,6 +136,93 @@ TEST_F(BusyGateway, TheStatusIsToldAtAnyTimeAndAsksNothingOfTheProgram) {
   EXPECT_THAT(status, HasSubstr("\"underWay\": {\"task\": \"filterRun\", \"text\": \"Filtering: 3 of 9\", "
                                 "\"done\": 3, \"total\": 9}"));
   EXPECT_EQ(taken_.size(), 2u);
+}
+
+// A task in the middle of a wait for its mail server, as long as `meanwhile` runs.
+class GatewayInAWait : public BusyGateway {
+ protected:
+  GatewayInAWait() {
+    drop_.mails = {{"one", "Subject: x\r\n\r\nx\r\n"}};
+    drop_.serve("mail.example");
+    settings.POP_SERVER = "mail.example";
+  }
+  ~GatewayInAWait() override { currentMail.reset(); }
+  GatewayInAWait(const GatewayInAWait&) = delete;
+  GatewayInAWait& operator=(const GatewayInAWait&) = delete;
+
+  // What the mail server does when that command comes; its answer is awaited behind it.
+  void fetchHeaders(const std::string& verb, const std::function<void()>& happens) {
+    drop_.onCommand = [&](const std::string& line) {
+      if (line.starts_with(verb)) happens();
+    };
+    ASSERT_TRUE(newPopComponent().popConnect());
+    EXPECT_TRUE(currentMail->popGetHeaderList(1));
+    drop_.onCommand = nullptr;
+  }
+
+  SimMaildrop drop_;
+};
+
+TEST_F(GatewayInAWait, PagesOfFilesAreServedInItsMiddle) {
+  for (const char* verb : {"LIST", "UIDL", "TOP"}) {
+    sim::Client list = open(), status = open();
+    std::size_t taken = 0;
+    fetchHeaders(verb, [&] {
+      if (taken > 0) return;
+      list.send(live("displayfriendlist.htm"));
+      status.send(live("status.json"));
+      taken = 1;
+    });
+    EXPECT_THAT(list.received(), StartsWith("HTTP/1.1 200")) << verb;
+    EXPECT_THAT(status.received(), StartsWith("HTTP/1.1 200")) << verb;
+  }
+}
+
+// Nothing says that a task is under way; it is there all the same.
+TEST_F(GatewayInAWait, WhatWouldTakeTheMailComponentAndActionsWaitForItsEnd) {
+  sim::Client inbox = open(), action = open();
+  fetchHeaders("TOP", [&] {
+    inbox.send(live("displayinbox.htm"));
+    action.send(live("mailfilter.cgi"));
+  });
+  EXPECT_THAT(requestsTaken(), IsEmpty());
+  sim::advance(100);
+  EXPECT_THAT(requestsTaken(),
+              ElementsAre("GET /displayinbox.htm?s=SESSION", "GET /mailfilter.cgi?s=SESSION"));
+}
+
+TEST_F(GatewayInAWait, ProgressIsShownInItsMiddleToo) {
+  sim::Client inbox = open();
+  const Activity run(Task::filterRun);
+  fetchHeaders("LIST", [&] { inbox.send(live("displayinbox.htm")); });
+  EXPECT_THAT(inbox.received(), IsEmpty());
+  pause(kGatewayProgressMilliseconds);  // nothing ticks
+  EXPECT_TRUE(currentMail->popGetHeaderList(1));
+  EXPECT_EQ(body(inbox.received()), "<p>Filtering</p>[SESSION]");
+}
+
+TEST_F(GatewayInAWait, TimersAndThePlainWireWaitForItsEndEvenBehindAPage) {
+  listenerStart();
+  sim::Client plain, list = open();
+  int ticks = 0;
+  Timer timer(1, true);
+  timer.onTick = [&] { ++ticks; };
+  meanwhile_ = [&] {
+    pause(5);
+    doEvents();
+    EXPECT_EQ(ticks, 0);
+    EXPECT_EQ(webServer.socketIndex, 0);
+  };
+  fetchHeaders("TOP", [&] {
+    ASSERT_TRUE(plain.connect(LoopbackAddress::ipv4, settings.httpPort));
+    list.send(live("displayfriendlist.htm"));
+  });
+  EXPECT_EQ(requestsTaken().size(), 1u);
+  EXPECT_EQ(webServer.socketIndex, 0);
+  plain.disconnect();
+  doEvents();
+  EXPECT_EQ(webServer.socketIndex, 1);
+  EXPECT_GT(ticks, 0);
 }
 
 TEST_F(BusyGateway, TheStatusTakesTheLiveSessionAndOurOwnPages) {

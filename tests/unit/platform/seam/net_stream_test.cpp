@@ -1,6 +1,8 @@
 #include "platform/net_stream.h"
 #include "platform/before_blocking.h"
+#include "platform/meanwhile.h"
 #include "platform/modGoToSleep.h"
+#include "platform/socket.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +10,9 @@
 #include <atomic>
 #include <chrono>
 #include <string>
+#include <utility>
 
+#include "platform/common/blocking.h"
 #include "tests/unit/platform/seam/script_server.h"
 
 namespace vornelle {
@@ -138,7 +142,7 @@ TEST(NetStreamTest, AServerThatHasGoneBringsNothingAndTakesNothing) {
 
 TEST(NetStreamTest, NobodyThereIsNoStream) {
   EXPECT_FALSE(openNetStream("127.0.0.1", freePort(), 5000));
-  EXPECT_FALSE(openNetStream("no-such-host.invalid", 110, 5000));
+  EXPECT_FALSE(openNetStream(nameOfNobody(), 110, 5000));
   EXPECT_FALSE(openNetStream("", 110, 5000));
   EXPECT_FALSE(openNetStream("127.0.0.1", 0, 5000));
   EXPECT_FALSE(openNetStream("127.0.0.1", 65536, 5000));
@@ -168,11 +172,89 @@ TEST(NetStreamTest, TheProgramIsToldBeforeAServerBlocksItAndNotForAnAnswerThatIs
   setBeforeBlocking(nullptr);
 }
 
+// Two listeners and a timer, of which one listener is served in the middle of a wait for a server.
+class InAWait : public testing::Test {
+ protected:
+  InAWait() {
+    EXPECT_TRUE(served_.listen(LoopbackAddress::ipv4, freePort()));
+    EXPECT_TRUE(other_.listen(LoopbackAddress::ipv4, freePort()));
+    served_.serveMeanwhile();
+    served_.onConnectionRequest = [this](SocketControl::RequestId) {
+      ++servedCount_;
+      EXPECT_TRUE(waitingForServer());
+      doEvents();
+    };
+    other_.onConnectionRequest = [this](SocketControl::RequestId) { ++otherCount_; };
+    timer_.onTick = [this] { ++ticks_; };
+    setMeanwhile([this] { ++looks_; });
+    doEvents();
+    ticks_ = 0;
+    EXPECT_TRUE(one_.connect(served_.localPort()) && two_.connect(other_.localPort()));
+  }
+  ~InAWait() override { setMeanwhile(nullptr); }
+  InAWait(const InAWait&) = delete;
+  InAWait& operator=(const InAWait&) = delete;
+
+  void expectThatOneAloneWasServed() {
+    EXPECT_EQ(servedCount_, 1);
+    EXPECT_EQ(otherCount_, 0);
+    EXPECT_EQ(ticks_, 0);
+    EXPECT_GT(looks_, 0);
+    EXPECT_FALSE(waitingForServer());
+    EXPECT_TRUE(eventually([this] { return otherCount_ == 1 && ticks_ > 0; }));
+  }
+
+  SocketControl served_, other_;
+  Timer timer_{1, true};
+  Peer one_, two_;
+  int servedCount_ = 0, otherCount_ = 0, ticks_ = 0, looks_ = 0;
+};
+
+TEST_F(InAWait, SocketsThatSaySoAreServedAndNothingElseIs) {
+  ScriptServer server([](native::Socket connection) { readUntil(connection, "nothing"); });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  EXPECT_EQ(readOnce(*stream, 200), "(nothing)");
+  expectThatOneAloneWasServed();
+}
+
+TEST_F(InAWait, SoTheyAreWhereTheServerNeverLetsTheProgramWait) {
+  ScriptServer server([](native::Socket connection) {
+    sendAll(connection, "much");
+    readUntil(connection, "nothing");
+  });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  char byte;
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(stream->read(&byte, 1, 5000), 1u);
+    pause(2 * static_cast<int>(kMeanwhileInterval));
+  }
+  expectThatOneAloneWasServed();
+}
+
+TEST_F(InAWait, WhatCameWhileTheyWereServedHasComeInTime) {
+  ScriptServer server([](native::Socket connection) {
+    readUntil(connection, "now");
+    sendAll(connection, "late");
+    readUntil(connection, "nothing");
+  });
+  const auto stream = openNetStream("127.0.0.1", server.port, 5000);
+  ASSERT_TRUE(stream);
+  bool asked = false;
+  setMeanwhile([&] {
+    if (std::exchange(asked, true)) return;
+    EXPECT_TRUE(stream->write("now", 5000));
+    pause(300);
+  });
+  EXPECT_EQ(readOnce(*stream, 100), "late");
+}
+
 // The look-ups go on by themselves; what they write to must still be there.
 TEST(NetStreamTest, LookUpsThatAreNotWaitedForHurtNobody) {
   ScriptServer server([](native::Socket connection) { readUntil(connection, "nothing"); });
   const std::int64_t start = monotonicMilliseconds();
-  for (int i = 0; i < 10; ++i) static_cast<void>(openNetStream("no-such-host.invalid", 110, 0));
+  for (int i = 0; i < 10; ++i) static_cast<void>(openNetStream(nameOfNobody(), 110, 0));
   EXPECT_LT(monotonicMilliseconds() - start, 3000);
   EXPECT_TRUE(openNetStream("localhost", server.port, 20000));
 }
@@ -183,7 +265,7 @@ TEST(NetStreamTest, WhyThereIsNoStreamIsTold) {
   EXPECT_EQ(problem, NetProblem::refused);
   EXPECT_FALSE(openNetStream("localhost", freePort(), 5000, &problem));
   EXPECT_EQ(problem, NetProblem::refused);
-  EXPECT_FALSE(openNetStream("no-such-host.invalid", 110, 5000, &problem));
+  EXPECT_FALSE(openNetStream(nameOfNobody(), 110, 5000, &problem));
   EXPECT_EQ(problem, NetProblem::nameNotFound);
   EXPECT_FALSE(openNetStream("", 110, 5000, &problem));
   EXPECT_EQ(problem, NetProblem::nameNotFound);

@@ -71,7 +71,7 @@ std::string decodePostedReferences(std::string_view text) {
   }
 }
 
-std::string formDecode(std::string_view text) {
+std::string percentDecode(std::string_view text) {
   std::string decoded;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const int high = text[i] == '%' && i + 2 < text.size() ? hexDigitValue(text[i + 1]) : -1;
@@ -80,10 +80,14 @@ std::string formDecode(std::string_view text) {
       decoded += static_cast<char>(high * 16 + low);
       i += 2;
     } else {
-      decoded += text[i] == '+' ? ' ' : text[i];
+      decoded += text[i];
     }
   }
   return decoded;
+}
+
+std::string formDecode(std::string_view text) {
+  return percentDecode(replaceAll(text, "+", " "));
 }
 
 std::string formEncode(std::string_view text) {

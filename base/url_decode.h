@@ -1,4 +1,4 @@
-// Decoding of form-encoded text.
+// Decoding of text out of addresses and forms.
 #pragma once
 
 #include <string>
@@ -15,6 +15,10 @@ namespace vornelle {
 // form cannot hold: "%26%231087%3B", or "%26#1087;" from our own pages. Such references, to characters
 // outside Windows-1252 only, are put back; everything else stays encoded.
 [[nodiscard]] std::string decodePostedReferences(std::string_view text);
+
+// Every "%" with two hexadecimal digits behind it, in either letter case, as the byte of that number;
+// everything else stays.
+[[nodiscard]] std::string percentDecode(std::string_view text);
 
 // The encoding of forms as browsers have it, and back: "a b&c" and "a+b%26c". Everything but letters, digits,
 // "-" and "." of ASCII is encoded; either hexadecimal letter case is decoded.

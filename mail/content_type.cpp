@@ -4,6 +4,7 @@
 #include <map>
 
 #include "base/text.h"
+#include "base/url_decode.h"
 
 namespace vornelle {
 namespace {
@@ -99,17 +100,6 @@ class ParameterReader {
   std::string_view rest_;
 };
 
-std::string percentDecoded(std::string_view text) {
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const int high = text[i] == '%' && i + 2 < text.size() ? hexDigitValue(text[i + 1]) : -1;
-    const int low = high < 0 ? -1 : hexDigitValue(text[i + 2]);
-    result.push_back(low < 0 ? text[i] : static_cast<char>(high * 16 + low));
-    if (low >= 0) i += 2;
-  }
-  return result;
-}
-
 // A parameter that may come in numbered pieces and with a character set of its own: "name*0*", "name*1".
 class Value {
  public:
@@ -131,7 +121,7 @@ class Value {
     const std::size_t language = encoded && number == 0 ? value.find('\'') : std::string::npos;
     const std::size_t start = language == std::string::npos ? language : value.find('\'', language + 1);
     if (start != std::string::npos) value.erase(0, start + 1);
-    pieces_.try_emplace(number, encoded ? percentDecoded(value) : std::move(value));
+    pieces_.try_emplace(number, encoded ? percentDecode(value) : std::move(value));
   }
 
   [[nodiscard]] std::string whole() const {

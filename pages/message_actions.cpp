@@ -9,6 +9,7 @@
 #include "base/module_state.h"
 #include "base/numbers.h"
 #include "base/text.h"
+#include "base/url_decode.h"
 #include "core/activity.h"
 #include "core/event_log.h"
 #include "core/form1.h"
@@ -35,22 +36,6 @@ struct CheckedRow {
   std::string key;
   std::string sender;
 };
-
-// Browsers encode what they find in a link (a blank, a letter beyond ASCII) when they follow it.
-std::string percentDecode(std::string_view text) {
-  std::string decoded;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const int high = text[i] == '%' && i + 2 < text.size() ? hexDigitValue(text[i + 1]) : -1;
-    const int low = high >= 0 ? hexDigitValue(text[i + 2]) : -1;
-    if (low >= 0) {
-      decoded += static_cast<char>(high * 16 + low);
-      i += 2;
-    } else {
-      decoded += text[i];
-    }
-  }
-  return decoded;
-}
 
 // Names come from the browser, and keys of an Inbox row from the server: neither may lead out of the SpamBox
 // folder.

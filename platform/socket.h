@@ -53,9 +53,6 @@ class SocketControl {
   // follows.
   void close();
 
-  // The peer closed or the connection broke; Close has been or will be served. The socket can still send to a
-  // peer that has only finished sending.
-  [[nodiscard]] bool peerClosed() const;
   [[nodiscard]] bool isOpen() const;
   [[nodiscard]] int localPort() const;  // 0 when not open
 

@@ -27,20 +27,6 @@ std::optional<std::string> ownField(const std::string& name) {
   return requestParam(name);
 }
 
-std::string percentDecode(std::string_view text) {
-  std::string decoded;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '%' && i + 2 < text.size() && hexDigitValue(text[i + 1]) >= 0 &&
-        hexDigitValue(text[i + 2]) >= 0) {
-      decoded += static_cast<char>(hexDigitValue(text[i + 1]) * 16 + hexDigitValue(text[i + 2]));
-      i += 2;
-    } else {
-      decoded += text[i];
-    }
-  }
-  return decoded;
-}
-
 std::vector<std::string> decodedPieces(std::string_view value) {
   constexpr std::string_view kSeparator = "%0A";
   std::vector<std::string> pieces;

@@ -263,11 +263,6 @@ void SocketControl::close() {
   impl_->close();
 }
 
-bool SocketControl::peerClosed() const {
-  if (impl_->state == Impl::State::connected || impl_->state == Impl::State::connecting) impl_->lookAtPeer();
-  return impl_->lost || impl_->peerFinished;
-}
-
 bool SocketControl::isOpen() const {
   return impl_->state != Impl::State::closed;
 }

@@ -66,6 +66,11 @@ TEST(UrlDecode, AllOtherReferencesStayEncoded) {
     EXPECT_EQ(text, decodePostedReferences(text));
 }
 
+TEST(PercentDecode, TakesTwoDigitsInEitherCaseAndLeavesEverythingElse) {
+  EXPECT_EQ(percentDecode("a%26c%2f%2F+%4%zz%%41%"), "a&c//+%4%zz%A%");
+  EXPECT_EQ(percentDecode("%2526"), "%26") << "once";
+}
+
 TEST(FormEncoding, GivesBackWhatWentIn) {
   std::string all;
   for (int c = 0; c < 256; ++c) all += static_cast<char>(c);

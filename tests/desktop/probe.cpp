@@ -157,6 +157,9 @@ std::string describe(HWND window, bool withChildren, bool silent) {
                        ",\"enabled\":" + boolean(IsWindowEnabled(window)) +
                        ",\"iconic\":" + boolean(IsIconic(window)) +
                        ",\"focused\":" + boolean(focusOf(window) == window) + ",\"rect\":" + rectangle(place);
+  if (className == L"Edit" && !silent) {
+    result += ",\"length\":" + number(static_cast<long long>(answerOf(window, WM_GETTEXTLENGTH).value_or(0)));
+  }
   if (className == L"Button" && !silent) {
     result += ",\"checked\":" + boolean(answerOf(window, BM_GETCHECK) == BST_CHECKED);
   }

@@ -32,9 +32,12 @@ let looking = null;
 async function lookAtAll() {
   const own = await sharedDesktop();
   while (runs.size > 0) {
+    const start = Date.now();
     const windows = await own.windows();
     for (const run of [...runs]) await run.look(windows);
-    await new Promise((resolve) => setTimeout(resolve, 50));
+    // Looking at a long log box takes its time, which the program is to have most of.
+    const pause = Math.min(500, Math.max(50, 4 * (Date.now() - start)));
+    await new Promise((resolve) => setTimeout(resolve, pause));
   }
   looking = null;
 }
@@ -81,9 +84,15 @@ export class WindowRun {
       if (window.class === 'VornelleForm1') {
         this.main = window;
         const box = window.text !== NO_ANSWER && window.children.find((child) => child.id === 107);
+        // What is long is read when there is more of it.
+        const seen = box && `${box.length} ${box.text}`;
+        if (!box || seen === this.seen) continue;
         // A window that is being destroyed has no text left.
-        const text = box && await this.desktop.ask(`text ${box.handle}`);
-        if (text && text !== NO_ANSWER) this.output = text;
+        const text = await this.desktop.ask(`text ${box.handle}`);
+        if (!text || text === NO_ANSWER) continue;
+        this.output = text;
+        this.seen = seen;
+        continue;
       }
       const button = window.class === '#32770' && window.children.find((child) => child.class === 'Button');
       if (!button || this.answered.has(window.handle)) continue;

@@ -7,7 +7,7 @@ const BOTH = ['URL', 'URLSearchParams', 'TextDecoder', 'TextEncoder', 'AbortCont
   'performance', 'setTimeout', 'clearTimeout', 'setInterval', 'clearInterval', 'structuredClone', 'queueMicrotask'];
 const NODE = [...BOTH, 'process', 'Buffer', 'setImmediate', 'clearImmediate'];
 const BROWSER = [...BOTH, 'window', 'document', 'location', 'history', 'navigator', 'sessionStorage', 'localStorage', 'alert',
-  'confirm', 'Event', 'FormData', 'HTMLElement', 'MutationObserver', 'getComputedStyle', 'requestAnimationFrame', 'Intl',
+  'confirm', 'Event', 'CustomEvent', 'FormData', 'HTMLElement', 'MutationObserver', 'getComputedStyle', 'requestAnimationFrame', 'Intl',
   'matchMedia', 'top', 'self', 'parent', 'innerHeight', 'innerWidth', 'scrollTo', 'XMLHttpRequest', 'DOMParser', 'Element',
   'Document', 'EventTarget', 'HTMLFormElement', 'addEventListener'];
 

@@ -166,6 +166,8 @@ std::string restoreOffer(const Box& box, std::string_view key, std::string_view 
     offer +=
         "<span class=\"hint\">The sender is on the EnemyList, so the next run will catch it again.</span>";
   }
+  if (form1.ckTestMode.checked())
+    offer += " <span class=\"hint\">Test mode: what was caught in it is still in your mailbox.</span>";
   return offer;
 }
 

@@ -162,6 +162,7 @@
     timer = setTimeout(look, WORKING);
   });
   document.addEventListener('visibilitychange', look);
+  document.addEventListener('entries-added', look);
   // While a form's answer is waited for, the page stays and tells how far it is.
   document.addEventListener('submit', function () { setTimeout(look, WORKING / 2); });
   window.addEventListener('pageshow', function (event) { if (event.persisted) look(); });

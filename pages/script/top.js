@@ -34,9 +34,13 @@
     }).join('');
   }
 
+  // From a browser's page of messages entries go by another way (entries.js), which takes any text.
+  function sentInPlace(form) { return attribute(form, 'id') === 'form1' && !!attribute(byId('strip'), 'data-status'); }
+
   // What cannot be sent. A value ends at the first "&" and is not decoded; an entry is decoded by a fixed table.
   function problemOf(field, form) {
     var text = field.value;
+    if (sentInPlace(form)) return '';
     if (!sendsLetters(form) && !encodable.test(text)) return 'A character of this text lies outside the character set that Vornelle works with (Windows-1252), so it cannot be sent.';
     if (attribute(form, 'data-send') === 'entry') {
       var file = attribute(form, 'data-file'), way = file ? 'edit the list file data\\' + file.toLowerCase() + '.txt' : 'edit the list file in the data folder';
@@ -206,18 +210,23 @@
         if (event.target === box.parentNode) box.click();
       });
     });
-    // A click on a sender puts the sender into the field, and ticks the box that the row names.
+    // A click on a sender puts the address into the field, and ticks the box that the row names.
     listen(form, 'click', function (event) {
       var link = event.target.closest('a[data-sender]'), box;
       if (!link) return;
-      field.value = link.dataset.sender;
+      field.value = link.dataset.address || link.dataset.sender;
+      field.dataset.sender = link.dataset.sender;
+      field.dataset.address = link.dataset.address || '';
       box = link.dataset.tick && fieldOf(form, link.dataset.tick);
       if (box) { box.checked = true; tell(form, new Event('change')); }
       shorter(field, list);
       showProblem(field, list);
       setTimeout(function () { field.focus(); }, 0);
     });
-    field.addEventListener('input', function () { shorter(field, list); });
+    field.addEventListener('input', function () {
+      field.dataset.sender = field.dataset.address = '';
+      shorter(field, list);
+    });
     all('.all', form).forEach(function (box) {
       box.closest('label').hidden = false;
       box.addEventListener('change', function () {
@@ -227,8 +236,9 @@
     });
     var button = fieldOf(form, 'SUBMIT3'), name = button.textContent;
     function count() {
-      var n = ticked(form, attribute(form, 'data-delete')).length + ticked(form, attribute(form, 'data-restore')).length;
-      if (!working) button.textContent = n ? name + ' (' + n + ')' : name;
+      var gone = ticked(form, attribute(form, 'data-delete')).length, back = ticked(form, attribute(form, 'data-restore')).length;
+      if (!working) button.textContent = back && gone ? 'Restore ' + back + ', delete ' + gone : back ? 'Restore ' + back : gone ? 'Delete ' + gone : name;
+      if (page !== 'inbox') button.classList.toggle('danger', gone > 0);
       all('.all', form).forEach(function (box) {
         var rows = rowBoxes(form, box.dataset.prefix), on = ticked(form, box.dataset.prefix).length;
         box.checked = on > 0 && on === rows.length;
@@ -241,17 +251,19 @@
     store('localStorage', 'rows', rowsOf);
   }
 
-  // "Bob <bob@example.com>" matches that very spelling only; offer the address and the domain.
+  // "Bob <bob@example.com>" matches that very spelling only; offer the address and the domain. Of a sender that was
+  // clicked the whole text, too.
   function shorter(field, list) {
-    var place = first('.shorter', list), address = /[^\s<>()",;:]+@[^\s<>()",;:]+/.exec(field.value), choices;
-    choices = address ? [address[0], address[0].slice(address[0].indexOf('@'))] : [];
-    choices = choices.filter(function (text) { return text !== field.value; });
-    place.textContent = choices.length ? 'Shorter, matches more: ' : '';
+    var place = first('.shorter', list), typed = /[^\s<>()",;:]+@[^\s<>()",;:]+/.exec(field.value), choices;
+    var sender = field.dataset.sender, address = sender ? field.dataset.address : typed ? typed[0] : '';
+    choices = (sender ? [sender] : []).concat(address ? [address, address.slice(address.lastIndexOf('@'))] : []);
+    choices = choices.filter(function (text, i) { return text !== field.value && choices.indexOf(text) === i; });
+    place.textContent = choices.length ? 'Or: ' : '';
     place.hidden = !choices.length;
     choices.forEach(function (text) {
       var button = make('button');
       button.type = 'button';
-      button.textContent = text;
+      button.textContent = button.title = text;
       button.addEventListener('click', function () {
         field.value = text;
         shorter(field, list);

@@ -72,7 +72,7 @@ inEachBrowser((userTest) => {
     await user.login();
     await user.page.check('input.all[data-prefix="D"]');
     assert.equal(await user.page.$$eval('#boxes tbody input:checked', (boxes) => boxes.map((box) => box.name).join()), 'D0,D1,D2');
-    assert.equal(await user.text('button[name="SUBMIT3"]'), 'Restore / delete checked (3)');
+    assert.equal(await user.text('button[name="SUBMIT3"]'), 'Delete 3');
     await user.page.uncheck('input.all[data-prefix="D"]');
     assert.equal(await user.page.$$eval('#boxes tbody input:checked', (boxes) => boxes.length), 0);
   });

@@ -67,10 +67,12 @@ inEachBrowser((userTest) => {
 
     // From a row, in whatever case the row has it.
     await user.page.click('#boxes tbody tr:nth-child(2) td.from a');
+    assert.equal(await user.page.inputValue('#addinput'), 'sender1@far.example');
+    await user.page.click('.shorter button:text-is("иван петров <sender1@far.example>")');
     assert.equal(await user.page.inputValue('#addinput'), 'иван петров <sender1@far.example>');
     await user.page.fill('#addinput', 'ИВАН ПЕТРОВ');
     await user.page.click('button:text("Add to FriendList")');
-    await user.shows('inbox');
+    await user.page.waitForFunction(() => document.querySelector('#strip').textContent.includes('Added "иван петров" to the FriendList.'));
     await user.go('friendlist');
     assert.deepEqual((await user.page.$$eval('#entries option', (all) => all.map((one) => one.textContent))), ['иван петров', '@friend.example']);
     assert.match(app.read('data/friendlist.txt'), /^&#1080;&#1074;&#1072;&#1085; /m);

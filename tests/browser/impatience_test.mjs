@@ -24,9 +24,9 @@ inEachBrowser((userTest) => {
     await user.login();
     // button, page, action, what comes before, what tells that it is done
     const steps = [
-      ['button:text("Add to FriendList")', 'spambox', 'add2white.cgi', () => user.page.fill('#addinput', '@new.example'),
+      ['button:text("Add to FriendList")', 'spambox', 'addtolist.cgi', () => user.page.fill('#addinput', '@new.example'),
         () => app.read('data/friendlist.txt').includes('@new.example')],
-      ['button:text("Add to EnemyList")', 'spambox', 'add2black.cgi', () => user.page.fill('#addinput', '@foe.example'),
+      ['button:text("Add to EnemyList")', 'spambox', 'addtolist.cgi', () => user.page.fill('#addinput', '@foe.example'),
         () => app.read('data/enemylist.txt').includes('@foe.example')],
       ['button:text("Add")', 'enemylist', 'addtolist.cgi', () => user.page.fill('#addinput', '@third.example'),
         () => app.read('data/enemylist.txt').includes('@third.example')],

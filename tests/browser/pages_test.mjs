@@ -291,22 +291,21 @@ inEachBrowser((userTest, name) => {
       await user.login();
       const row = (await user.rows()).find((one) => one.subject.startsWith('caught-'));
       const domain = `@spam-${row.subject}.example`;
-      const entry = list === 'friendlist' ? `sam <sam${domain}>` : domain;
+      const entry = list === 'friendlist' ? `sam${domain}` : domain;
       await user.page.click(`#boxes tr:has(input[name="R${row.number}"]) td:nth-child(1) a`);
-      assert.equal(await user.page.inputValue('#addinput'), `sam <sam${domain}>`);
+      assert.equal(await user.page.inputValue('#addinput'), `sam${domain}`);
       assert.ok(await user.page.isChecked(`input[name="R${row.number}"]`), 'the click ticks the restore box');
       if (entry.startsWith('@')) await user.page.click(`.shorter button:text-is("${entry}")`);
       await user.picture(`sender-${list}`);
       await user.page.click(`button:text("${button}")`);
       await until(() => app.read(`data/${list}.txt`).split('\r\n').includes(entry), `${entry} in the list`);
-      await user.page.waitForFunction(() => document.querySelector('#boxes tbody input') && !document.querySelector('button:disabled'));
-      await user.shows('spambox');
-      assert.ok(await user.page.isChecked(`input[name="R${row.number}"]`), 'what was ticked stays ticked');
+      await user.page.waitForSelector(`#boxes tr:has(input[name="R${row.number}"]) .mark.${list.slice(0, -4)}`);
+      assert.equal(await user.page.isChecked(`input[name="R${row.number}"]`), list === 'friendlist', 'no enemy is restored');
     }
     // The Inbox page ticks nothing.
     await user.go('inbox');
     await user.page.click('#boxes tr:has-text("plain words") td:nth-child(1) a');
-    assert.equal(await user.page.inputValue('#addinput'), 'fay <fay@friend.example>');
+    assert.equal(await user.page.inputValue('#addinput'), 'fay@friend.example');
     assert.equal(await user.page.$$eval('#boxes input:checked', (boxes) => boxes.length), 0);
   });
 

@@ -11,7 +11,6 @@
 #include "pages/Inbox.h"
 #include "pages/Spambox.h"
 #include "pages/browser_text.h"
-#include "pages/find_page.h"
 #include "pages/list_page.h"
 #include "pages/message_actions.h"
 #include "pages/settings_page.h"

@@ -1,7 +1,6 @@
 #include "pages/browser_text.h"
 
 #include "core/settings.h"
-#include "pages/find_page.h"
 #include "pages/list_page.h"
 #include "pages/settings_page.h"
 #include "tests/unit/pages/pages_test_support.h"

@@ -6,7 +6,6 @@
 #include "core/settings_table.h"
 #include "pages/Inbox.h"
 #include "pages/Spambox.h"
-#include "pages/find_page.h"
 #include "pages/list_page.h"
 #include "pages/settings_page.h"
 #include "tests/unit/pages/pages_test_support.h"

@@ -2,15 +2,17 @@
 
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
-import http from 'node:http';
+import net from 'node:net';
 import { after, before, beforeEach, describe, test } from 'node:test';
 
 import { exchange } from '../support/bare_http.mjs';
 import { DelayProxy } from '../support/delay_proxy.mjs';
+import { settingsForm } from '../support/forms.mjs';
+import { ask as askGateway, statusOf } from '../support/gateway_http.mjs';
 import { Application } from '../support/harness.mjs';
 import { MailServer } from '../support/mailserver.mjs';
 import { spam } from '../support/mails.mjs';
-import { until } from '../support/tools.mjs';
+import { freePort, until } from '../support/tools.mjs';
 
 let app;
 let server;
@@ -28,28 +30,23 @@ after(async () => {
 });
 beforeEach(async () => {
   server.pop.options.faults = [];
+  server.smtp.options.faults = [];
   server.maildrop.messages = [];
   for (const name of Object.keys(app.spamBox())) app.remove(`spam/${name}`);
   await app.login();
 });
 
-// One request through the gateway: { status, headers, body, milliseconds }.
-function ask(target, { method = 'GET', body = '', headers = {} } = {}) {
-  const began = performance.now();
-  return new Promise((resolve, reject) => {
-    const request = http.request({ host: '::1', port: app.port, path: target.replace('{s}', app.sessionId), method,
-      headers: { Host: `localhost:${app.port}`, 'Sec-Fetch-Site': 'same-origin', 'Content-Length': Buffer.byteLength(body), ...headers } }, (answer) => {
-      const pieces = [];
-      answer.on('data', (piece) => pieces.push(piece));
-      answer.on('end', () => resolve({ status: answer.statusCode, headers: answer.headers,
-        body: Buffer.concat(pieces).toString('latin1'), milliseconds: performance.now() - began }));
-    });
-    request.on('error', reject);
-    request.end(body);
-  });
-}
+const ask = (target, options) => askGateway(app, target, options);
+const status = () => statusOf(app);
 
-const status = async () => JSON.parse(Buffer.from((await ask('/status.json?s={s}')).body, 'latin1').toString('utf8'));
+const odd = [];
+// The address of a server that does so with each connection.
+async function serverThat(does) {
+  const listener = net.createServer((socket) => { socket.on('error', () => {}); does(socket); });
+  await new Promise((resolve) => listener.listen(0, '127.0.0.1', resolve));
+  odd.push(listener);
+  return `127.0.0.1:${listener.address().port}`;
+}
 
 // A run over a mailbox that takes some seconds; `during` happens in the middle of it.
 async function duringARun(during, messages = 900) {
@@ -151,6 +148,71 @@ describe('during a filter run', () => {
   });
 });
 
+// A server that falls silent in the middle of each kind of task.
+describe('during any other task', () => {
+  const saved = (name) => app.write(`spam/${name}.txt`, spam(name).toString('latin1'));
+  for (const [what, task, service, fault, begin] of [
+    ['AFetchOfTheInbox', 'inboxFetch', 'pop', { verb: 'UIDL', stall: true }, () => ask('/displayinbox.htm?s={s}')],
+    ['AFetchOfAMessage', 'messageFetch', 'pop', { verb: 'RETR', stall: 'middle' }, () => ask('/preview.htm?b=inbox&k=one&s={s}')],
+    ['ADeletion', 'restoreAndDelete', 'pop', { verb: 'DELE', stall: true }, () => ask('/preview.cgi?s={s}', { method: 'POST', body: 'b=inbox&k=one&sender=x&act=delete&END=1' })],
+    ['ARestoring', 'restoreAndDelete', 'smtp', { verb: 'BODY', stall: true }, () => ask('/preview.cgi?s={s}', { method: 'POST', body: 'b=spam&k=back&sender=x&act=restore&END=1' })],
+    ['ATestOfTheSettings', 'settingsTest', 'pop', { verb: 'PASS', stall: true }, () => ask('/configupdate.cgi?s={s}', { method: 'POST', body: 'END=1' })],
+  ]) {
+    test(`${what}LetsPagesOfFilesIn`, async () => {
+      server.maildrop.add({ uid: 'one', data: spam('one') });
+      saved('back');
+      await app.get('/displayspambox.htm?s={s}');
+      const { options, sessions, sockets } = server[service];
+      options.faults = [fault];
+      let over = false;
+      const began = sessions.length;
+      const work = begin().then(() => { over = true; });
+      await until(async () => (await status()).underWay?.task === task && sessions.slice(began).some((one) => one.wire.silent), 'the silence');
+      for (const [target, text] of [['/displayfriendlist.htm?s={s}', /@friend\.example/], ['/displayspambox.htm?s={s}&msg=0', /sam@spam-back/],
+        ['/preview.htm?b=spam&k=back&s={s}', /sam@spam-back/]]) {
+        assert.match((await ask(target)).body, text);
+      }
+      let added = false;
+      const adding = ask('/add2white.cgi?s={s}', { method: 'POST', body: 'addtolist=@friend.example&END=1' }).then(() => { added = true; });
+      await status();
+      assert.ok(!over && !added, 'all of that in its middle, and no action');
+      options.faults = [];
+      for (const socket of sockets) socket.destroy();
+      await Promise.all([work, adding]);
+      assert.equal((await status()).underWay, null);
+      assert.ok(server.maildrop.messages.some(({ uid }) => uid === 'one'));
+      assert.ok(app.exists('spam/back.txt'));
+    });
+  }
+});
+
+test('AFormOfThePlainWireThatWaitsActsOnItsOwnRequestBehindABrowsers', async () => {
+  for (const name of ['aa', 'bb']) app.write(`spam/${name}.txt`, spam(name).toString('latin1'));
+  await app.get('/displayspambox.htm?s={s}');
+  const acted = app.post('/deleterestore.cgi?s={s}', 'SUBMIT3=RESTORE-DELETE&D0=1&D1=1&END=1');
+  const before = app.events().length;
+  let served = 0;
+  let over = false;
+  acted.then(() => { over = true; });
+  while (!over) {
+    assert.match((await ask(`/page${served}.htm?s={s}`)).body, new RegExp(`Unrecognized page: page${served}\\.htm`));
+    served++;
+  }
+  assert.match(await acted, /displayspambox\.htm/);
+  assert.ok(served > 0);
+  assert.deepEqual(Object.keys(app.spamBox()), []);
+  assert.ok(app.events().slice(before).includes('deleterestore.cgi request complete!'));
+});
+
+test('ABrowsersRequestIsLoggedAsOneOfThePlainWire', async () => {
+  for (const target of ['/displayfriendlist.htm?s={s}', '/nothing.htm?s={s}', '/config.htm']) {
+    const lines = async (work) => { const before = app.events().length; await work(); return app.events().slice(before); };
+    const plain = await lines(() => app.get(target));
+    assert.ok(plain.at(-1).endsWith(' request complete!'));
+    assert.deepEqual(await lines(() => ask(target)), plain);
+  }
+});
+
 describe('the status', () => {
   test('TellsTestModeTheScheduleTheSessionAndTheAgeOfTheInbox', async () => {
     assert.equal((await status()).inbox.count >= 0, true);
@@ -179,12 +241,34 @@ describe('the status', () => {
     const row = (name) => /name='R(\d+)'/.exec(page.split("<tr class='").find((part) => part.includes(`>${name}</a>`)))[1];
     await ask('/deleterestore.cgi?s={s}', { method: 'POST', body: `SUBMIT3=RESTORE-DELETE&R${row('a')}=1&D${row('b')}=1&END=1` });
     const now = (await status()).results;
-    assert.equal(now.restore.text, '1 restored');
+    assert.equal(now.restore.text, '1 restored, 1 deleted');
     assert.equal(now.delete.text, '1 deleted');
     await ask('/configupdate.cgi?s={s}', { method: 'POST', body: 'END=1' });
     assert.match((await status()).results.settingsTest.text, /^Saved\. /);
     app.write('data/enemylist.txt', '');
   });
+
+  for (const [what, reason, step, serverName] of [
+    ['NobodyIsThere', 'refused', 'connecting', async () => `127.0.0.1:${await freePort()}`],
+    // Longer than names may have it, so that nobody is asked.
+    ['TheNameIsUnknown', 'nameNotFound', 'connecting', () => `${'x'.repeat(64)}.invalid:110`],
+    ['TheServerHangsUp', 'closed', 'greeting', () => serverThat((socket) => socket.end())],
+    ['ItIsNoMailServer', 'nonsense', 'greeting', () => serverThat((socket) => socket.write('HTTP/1.1 400 Bad Request\r\n\r\n'))],
+  ]) {
+    test(`TellsThat${what}`, async () => {
+      const plain = `127.0.0.1:${slow.port}`;
+      try {
+        await ask('/configupdate.cgi?s={s}', { method: 'POST', body: settingsForm({ POP_SERVER: await serverName() }) });
+        const { pop, results } = await status();
+        assert.deepEqual([pop.reason, pop.step], [reason, step]);
+        assert.ok(pop.text.length > 20 && results.failure.text.includes(pop.text), results.failure.text);
+      } finally {
+        for (const one of odd.splice(0)) one.close();
+        await ask('/configupdate.cgi?s={s}', { method: 'POST', body: settingsForm({ POP_SERVER: plain }) });
+      }
+      assert.equal((await status()).pop, null);
+    });
+  }
 
   test('IsRefusedWithoutTheLiveSessionAndToOtherSites', async () => {
     assert.equal((await ask('/status.json')).status, 403);

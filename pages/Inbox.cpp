@@ -105,7 +105,7 @@ std::string inboxRow(std::int16_t i, const KnownSenders* known) {
   form1.rowKey[static_cast<std::size_t>(i)] = *uidl;
   form1.rowSender[static_cast<std::size_t>(i)] = cleanSender(from);
   const std::string sizeText = sizeTextOf(*inboxSize(i));
-  return "<tr class='tableBGcolor'>\r\n" + senderCell(from, "", known) + dateCell(*inboxDate(i)) +
+  return "<tr class='tableBGcolor'>\r\n" + senderCell(from, "", known) + textCell("date", *inboxDate(i)) +
          subjectCell(*inboxSubject(i), messageAddress("displayemail.cgi?uidl=" + *uidl, "inbox", *uidl),
                      sizeText) +
          sizeCell(sizeText) + boxCellStart("delete") + rowBox(settings.deletePrefix, i) +

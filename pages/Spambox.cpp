@@ -110,7 +110,7 @@ std::string spamboxRow(std::int16_t i, const KnownSenders* known) {
   const std::string sizeText = sizeTextOf(*spamboxSize(i));
   const std::string restoreBox = settings.restorePrefix + std::to_string(i);
   return "<tr class='tableBGcolor2'>\r\n" + senderCell(from, restoreBox, known) +
-         dateCell(*spamboxDate(i), wasRestored(*key) ? "restored" : "") +
+         textCell("date", *spamboxDate(i), wasRestored(*key) ? "restored" : "") +
          subjectCell(*spamboxSubject(i), messageAddress("displayspam.cgi?fn=" + *key + ".txt", "spam", *key),
                      sizeText) +
          sizeCell(sizeText) + boxCellStart("restore") + rowBox(settings.restorePrefix, i) + "</td>\r\n" +

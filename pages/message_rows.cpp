@@ -146,8 +146,8 @@ std::string senderCell(std::string_view from, std::string_view tickedBox, const 
   return cell.append(kCellEnd);
 }
 
-std::string dateCell(std::string_view date, std::string_view mark) {
-  std::string cell = cellStart("", "date") + pageText(date);
+std::string textCell(std::string_view column, std::string_view text, std::string_view mark) {
+  std::string cell = cellStart("", column) + pageText(text);
   if (form1.requestByGateway && !mark.empty())
     cell += " <small class='mark'>" + std::string(mark) + "</small>";
   return cell.append(kCellEnd);

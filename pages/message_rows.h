@@ -58,8 +58,10 @@ struct RowPage {
 [[nodiscard]] std::string senderCell(std::string_view from, std::string_view tickedBox,
                                      const KnownSenders* known = nullptr);
 
-// The date; behind it, through the gateway, the word that marks the row, if any: "restored".
-[[nodiscard]] std::string dateCell(std::string_view date, std::string_view mark = "");
+// A text of the column with that name; behind it, through the gateway, the word that marks the row, if any:
+// "restored".
+[[nodiscard]] std::string textCell(std::string_view column, std::string_view text,
+                                   std::string_view mark = "");
 
 // The subject, cut to 35 characters, linked to `address` unless the message is too large for a link. Over the
 // plain wire it is not escaped.

@@ -132,7 +132,7 @@ TEST_F(MessageRows, ASenderOfQuotesAloneIsNone) {
 }
 
 TEST_F(MessageRows, TheDateStandsAsItIs) {
-  EXPECT_EQ(dateCell("11-15-2026 01:55AM"), "    <td>11-15-2026 01:55AM    </td>\r\n");
+  EXPECT_EQ(textCell("date", "11-15-2026 01:55AM"), "    <td>11-15-2026 01:55AM    </td>\r\n");
 }
 
 TEST_F(MessageRows, TheSubjectLinksToTheMessageInANewWindow) {
@@ -185,7 +185,7 @@ class BrowserRows : public MessageRows {
 };
 
 TEST_F(BrowserRows, EachCellNamesItsColumn) {
-  EXPECT_EQ(dateCell("11-15-2026 01:55AM"), "    <td class='date'>11-15-2026 01:55AM    </td>\r\n");
+  EXPECT_EQ(textCell("date", "11-15-2026 01:55AM"), "    <td class='date'>11-15-2026 01:55AM    </td>\r\n");
   EXPECT_EQ(sizeCell("1K"), "    <td align='right' class='size'>1K    </td>\r\n");
   EXPECT_EQ(boxCellStart("restore"),
             "    <td align='center' style='background-color:#3FE11F' class='restore'>");
@@ -193,10 +193,10 @@ TEST_F(BrowserRows, EachCellNamesItsColumn) {
 }
 
 TEST_F(BrowserRows, AMarkStandsBehindTheDate) {
-  EXPECT_EQ(dateCell("11-15-2026 01:55AM", "restored"),
+  EXPECT_EQ(textCell("date", "11-15-2026 01:55AM", "restored"),
             "    <td class='date'>11-15-2026 01:55AM <small class='mark'>restored</small>    </td>\r\n");
   form1.requestByGateway = false;
-  EXPECT_EQ(dateCell("11-15-2026 01:55AM", "restored"), "    <td>11-15-2026 01:55AM    </td>\r\n");
+  EXPECT_EQ(textCell("date", "11-15-2026 01:55AM", "restored"), "    <td>11-15-2026 01:55AM    </td>\r\n");
 }
 
 TEST_F(BrowserRows, TheSendersCellHasTheAddressItselfWhateverTheNamePretends) {

@@ -224,6 +224,11 @@ std::string tlsNotOfferedText(const MailFailure& failure) {
 LastMailFailures lastMailFailures;
 static const ModuleState failuresState([] { lastMailFailures = {}; });
 
+bool isLogOnRefused(const MailFailure& failure) {
+  return failure.reason == MailReason::credentialsUnusable ||
+         (failure.reason == MailReason::saidNo && failure.step == MailStep::loggingOn);
+}
+
 std::string_view reasonName(MailReason reason) {
   return nameOf(kReasonNames, reason);
 }

@@ -76,6 +76,9 @@ struct MailFailure {
   [[nodiscard]] explicit operator bool() const { return reason != MailReason::none; }
 };
 
+// Whether the server did not take account and password.
+[[nodiscard]] bool isLogOnRefused(const MailFailure& failure);
+
 // The names of the values, as they are spelled above: for machines to read.
 [[nodiscard]] std::string_view reasonName(MailReason reason);
 [[nodiscard]] std::string_view stepName(MailStep step);

@@ -3,8 +3,10 @@
 #include <utility>
 #include <vector>
 
+#include "core/earlier_log_in.h"
 #include "core/form1.h"
 #include "core/settings_table.h"
+#include "mail/mail_failure.h"
 #include "mail/server_notes.h"
 #include "pages/browser_text.h"
 #include "pages/template.h"
@@ -29,6 +31,22 @@ std::string certificateOffer(MailProtocol protocol) {
          "<button>Accept exactly this certificate</button>\r\n</form>\r\n";
 }
 
+// Whoever saves a password that the mail server refuses has changed the log-in of these pages as well, and is
+// told before the session ends.
+std::string logInNote() {
+  if (!isLogOnRefused(lastMailFailures.pop)) return "";
+  std::string html =
+      "<p id=\"log-in-note\">Account name and password are also your log-in to these pages, right or wrong. "
+      "Correct them here before you are logged out. Otherwise log in with exactly what stands here now, or "
+      "open the settings from the menu of Vornelle's own window.</p>\r\n";
+  if (!form1.requestByGateway || !earlierLogIn) return html;
+  return html +
+         "<form method=\"post\" class=\"offer\" data-wait=\"Trying to log onto the servers.\" "
+         "action=\"earlierlogin.cgi?s=<!--SSSESSION-->\">\r\n"
+         "<input type=\"hidden\" name=\"END\" value=\"1\">\r\n"
+         "<button>Put the account name and password of before back</button>\r\n</form>\r\n";
+}
+
 std::string serverNotesHtml() {
   std::string html;
   for (const MailProtocol protocol : {MailProtocol::pop3, MailProtocol::smtp}) {
@@ -40,7 +58,9 @@ std::string serverNotesHtml() {
         .append("-note\" role=\"status\">\r\n<p><b>")
         .append(name);
     html.append(":</b> ").append(browserText(note)).append("</p>\r\n");
-    html.append(certificateOffer(protocol)).append("</div>\r\n");
+    html.append(certificateOffer(protocol));
+    if (protocol == MailProtocol::pop3) html.append(logInNote());
+    html.append("</div>\r\n");
   }
   return html;
 }

@@ -5,6 +5,7 @@
 
 #include "base/text.h"
 #include "core/activity.h"
+#include "core/earlier_log_in.h"
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings_table.h"
@@ -70,7 +71,20 @@ std::string backToSettings(const std::string& alerts) {
 }  // namespace
 
 std::string configUpdate() {
+  const LogIn before = currentLogIn();
   for (const Setting* setting : settingsOnPage()) takePosted(*setting);
+  configSave();
+  const std::string alerts = testConnections();
+  noteLogInUpdate(before, !settings.POP_SERVER.empty() && !lastMailFailures.pop);
+  return backToSettings(alerts);
+}
+
+std::string putEarlierLogInBack() {
+  if (!form1.requestText.starts_with("POST ") || !earlierLogIn) return backToSettings("");
+  settings.POP_ACCOUNT = earlierLogIn->account;
+  settings.POP_PASSWORD = earlierLogIn->password;
+  earlierLogIn.reset();
+  LogWindowAdd("Earlier account name and password put back");
   configSave();
   return backToSettings(testConnections());
 }

@@ -15,4 +15,9 @@ namespace vornelle {
 // behind the gateway: who is to be trusted with the password is the user's decision alone.
 [[nodiscard]] std::string acceptCertificatePosted();
 
+// EARLIERLOGIN.CGI: puts account name and password of before the updates that the mail server has not taken
+// back (core/earlier_log_in.h), saves the file and tests both servers. The same answer. Only for pages behind
+// the gateway.
+[[nodiscard]] std::string putEarlierLogInBack();
+
 }  // namespace vornelle

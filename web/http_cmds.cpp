@@ -182,6 +182,7 @@ constexpr std::string_view kPreview = "PREVIEW.HTM";
 // The plain wire knows none of these.
 constexpr Row kRowsOfGateway[] = {
     {"ACCEPTCERTIFICATE.CGI", acceptCertificatePosted, kAction},
+    {"EARLIERLOGIN.CGI", putEarlierLogInBack, kAction},
     {kPreview, previewPage, kPage},  // one of a message on the server takes the mail component
     {"PREVIEW.CGI", previewAction, kAction},
 };

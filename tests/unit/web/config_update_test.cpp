@@ -3,9 +3,11 @@
 #include <memory>
 #include <vector>
 
+#include "core/earlier_log_in.h"
 #include "mail/mail_component.h"
 #include "tests/unit/line_server.h"
 #include "tests/unit/web/web_test_support.h"
+#include "web/direct_request.h"
 
 namespace vornelle {
 namespace {
@@ -244,6 +246,96 @@ TEST_F(ConfigUpdateTest, TheSettingsStaySavedWhateverTheTestsFind) {
   post("POP_SERVER=pop.example&SMTP_SERVER=smtp.example&EMAIL_ADDRESS=me@home.example");
   EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("POP_SERVER=pop.example\r\n"));
   EXPECT_THAT(contentOf("\\Vornelle.ini"), StartsWith("EMAIL_ADDRESS=me@home.example\r\n"));
+}
+
+// The mailbox's account and password are the log-in of the pages, too.
+class EarlierLogInTest : public ConfigUpdateTest {
+ protected:
+  EarlierLogInTest() {
+    makeFile("\\data\\config.htm", "<html><!--SERVER_NOTES--></html>");
+    servePop();
+    settings.POP_SERVER = "pop.example";
+    settings.POP_ACCOUNT = "joe";
+    settings.POP_PASSWORD = "secret";
+  }
+
+  // What is not named stays as it is.
+  static void save(const std::string& fields) {
+    post("HTTP_PORT_CFG=&CHECK_MIN=&SESSION_MIN=&EMAIL_ADDRESS=&" + fields +
+         "&POP_SERVER=&POP_ACCOUNT=&POP_PASSWORD=&SMTP_SERVER=&SMTP_USER=&SMTP_PASSWORD=&MAX_SPAM_SIZE=&"
+         "MAX_LINK_SIZE=&MESSAGES_PER_PAGE=");
+  }
+  static std::string throughGateway(const std::string& line, const std::string& body = "") {
+    return answerDirectly(line + "?s=" + form1.sessionId + " HTTP/1.1\r\nHost: localhost\r\n\r\n" + body)
+        .value_or("(none)");
+  }
+  static std::string settingsPage() { return throughGateway("GET /config.htm"); }
+  static std::string putBack() { return throughGateway("POST /earlierlogin.cgi", "END=1"); }
+
+  static constexpr const char* kNote = "also your log-in to these pages";
+  static constexpr const char* kOffer = "action=\"earlierlogin.cgi?s=";
+};
+
+TEST_F(EarlierLogInTest, APasswordThatTheServerRefusesIsToldToBeTheLogInTooWithAWayBack) {
+  save("POP_PASSWORD=wrong");
+  const std::string page = settingsPage();
+  EXPECT_THAT(page, HasSubstr(kNote));
+  EXPECT_THAT(page, HasSubstr(std::string(kOffer) + kSessionId + "\""));
+  EXPECT_THAT(page, Not(HasSubstr("secret")));
+  EXPECT_EQ(putBack(), answer(""));
+  EXPECT_EQ(settings.POP_PASSWORD, "secret");
+  EXPECT_THAT(contentOf("\\Vornelle.ini"), HasSubstr("POP_PASSWORD=secret\r\n"));
+  EXPECT_THAT(settingsPage(), Not(HasSubstr(kNote)));
+}
+
+TEST_F(EarlierLogInTest, OfSeveralRefusedOnesTheFirstLeadsBackFurthest) {
+  save("POP_PASSWORD=wrong");
+  save("POP_PASSWORD=wronger");
+  save("POP_ACCOUNT=jo");
+  putBack();
+  EXPECT_EQ(settings.POP_ACCOUNT, "joe");
+  EXPECT_EQ(settings.POP_PASSWORD, "secret");
+}
+
+TEST_F(EarlierLogInTest, AfterOneThatTheServerTakesThereIsNothingToGoBackTo) {
+  save("POP_PASSWORD=wrong");
+  save("POP_PASSWORD=secret");
+  EXPECT_THAT(settingsPage(), Not(HasSubstr(kNote)));
+  EXPECT_EQ(putBack(),
+            "<script language='Javascript'>window.location='config.htm?s=" + kSessionId + "'</script>\r\n");
+  EXPECT_EQ(settings.POP_PASSWORD, "secret");
+}
+
+TEST_F(EarlierLogInTest, TheFirstPasswordHasNoneBeforeIt) {
+  settings.POP_ACCOUNT = settings.POP_PASSWORD = "";
+  save("POP_ACCOUNT=joe&POP_PASSWORD=wrong");
+  EXPECT_THAT(settingsPage(), HasSubstr(kNote));
+  EXPECT_THAT(settingsPage(), Not(HasSubstr(kOffer)));
+}
+
+TEST_F(EarlierLogInTest, AnUpdateThatLeavesTheLogInAloneOffersNothing) {
+  sim::removeServer("pop.example", 110);
+  save("CHECK_MIN=20");
+  EXPECT_THAT(settingsPage(), Not(HasSubstr(kNote)));  // not reached is not refused
+  EXPECT_FALSE(earlierLogIn);
+}
+
+TEST_F(EarlierLogInTest, ThePlainWireTellsItAndHasNoSuchAction) {
+  save("POP_PASSWORD=wrong");
+  EXPECT_THAT(getWithSession("config.htm"), HasSubstr(kNote));
+  EXPECT_THAT(getWithSession("config.htm"), Not(HasSubstr(kOffer)));
+  EXPECT_THAT(postWithSession("earlierlogin.cgi", "END=1"), HasSubstr("Unrecognized page"));
+  EXPECT_EQ(settings.POP_PASSWORD, "wrong");
+}
+
+TEST_F(EarlierLogInTest, AFollowedLinkAndADeadSessionPutNothingBack) {
+  save("POP_PASSWORD=wrong");
+  throughGateway("GET /earlierlogin.cgi");
+  EXPECT_EQ(settings.POP_PASSWORD, "wrong");
+  const std::string dead =
+      "POST /earlierlogin.cgi?s=" + std::string(64, 'X') + " HTTP/1.1\r\nHost: localhost\r\n\r\nEND=1";
+  (void)answerDirectly(dead);
+  EXPECT_EQ(settings.POP_PASSWORD, "wrong");
 }
 
 }  // namespace

@@ -54,7 +54,22 @@
                                        : 'An "&" cannot be sent from a page: the text would end there.';
     }
     if (field.hasAttribute('data-mask') && text !== field.defaultValue && text.indexOf('*') >= 0) return 'A password with "*" keeps the stored one. Clear the field first, then type the new password in full.';
-    return '';
+    // What a page's own script has found.
+    return field.getAttribute('data-problem') || '';
+  }
+
+  // A problem stands beside what the page says of the field anyway.
+  function describe(field, id, add) {
+    var ids = (field.getAttribute('aria-describedby') || '').split(' ').filter(function (one) { return one && one !== id; });
+    if (add) ids.push(id);
+    if (ids.length) field.setAttribute('aria-describedby', ids.join(' ')); else field.removeAttribute('aria-describedby');
+  }
+
+  // The field with all that is said of it, the problem last.
+  function reveal(field) {
+    var place = byId(field.id + '-problem');
+    field.scrollIntoView({ block: 'nearest' });
+    if (place && !place.hidden) place.scrollIntoView({ block: 'nearest' });
   }
 
   function showProblem(field, form) {
@@ -67,8 +82,8 @@
       (field.closest('.field') || field.closest('.line').parentNode).appendChild(place);
     }
     if (place) { place.textContent = text; place.hidden = !text; }
-    if (text) { field.setAttribute('aria-invalid', 'true'); field.setAttribute('aria-describedby', id); }
-    else { field.removeAttribute('aria-invalid'); field.removeAttribute('aria-describedby'); }
+    if (text) field.setAttribute('aria-invalid', 'true'); else field.removeAttribute('aria-invalid');
+    describe(field, id, text);
     return text;
   }
 
@@ -95,7 +110,7 @@
       data.append(text.slice(0, at), text.slice(at + 1));
     });
     typed(form).forEach(function (field) {
-      field.addEventListener('input', function () { showProblem(field, form); });
+      field.addEventListener('input', function () { if (showProblem(field, form) && field.matches(':focus')) reveal(field); });
     });
   }
 
@@ -128,7 +143,7 @@
     if (working) { event.preventDefault(); return; }
     if (attribute(form, 'data-send')) {
       wrong = typed(form).filter(function (field) { return showProblem(field, form); })[0];
-      if (wrong) { event.preventDefault(); wrong.focus(); return; }
+      if (wrong) { event.preventDefault(); wrong.focus(); reveal(wrong); return; }
     }
     if (attribute(form, 'id') === 'boxes' && !mayDelete(form)) { event.preventDefault(); return; }
     if (attribute(form, 'data-ask') && !confirm(attribute(form, 'data-ask'))) { event.preventDefault(); return; }
@@ -176,7 +191,7 @@
   // Coming back to a page keeps what was checked, by message and not by row: the rows may have moved.
   function messageOf(box) {
     var link = first('.subject a', box.closest('tr'));
-    return link ? box.name.slice(0, 1) + ' ' + link.getAttribute('href') : '';
+    return link ? box.name.slice(0, 1) + ' ' + link.getAttribute('href').replace(/([?&]s=)[A-Z]*/, '$1') : '';
   }
   function keepTicks(form) {
     var again = store('sessionStorage', 'again'), entry = performance.getEntriesByType && performance.getEntriesByType('navigation')[0];

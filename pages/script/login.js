@@ -15,9 +15,27 @@
     if (text) field.setAttribute('aria-invalid', 'true'); else field.removeAttribute('aria-invalid');
     return text;
   }
-  function remember(setup) {
-    try { if (setup) sessionStorage.setItem('setup', '1'); else sessionStorage.removeItem('setup'); } catch (e) { /* a browser that stores nothing */ }
+  // What the pages behind the log-in find in the tab's store (drafts.js, top.js): null removes it.
+  function remember(name, value) {
+    try { if (value === null) sessionStorage.removeItem(name); else sessionStorage.setItem(name, value); } catch (e) { /* a browser that stores nothing */ }
   }
+  function remembered(name) {
+    try { return sessionStorage.getItem(name); } catch (e) { return null; }
+  }
+
+  // This page comes in place of another one when there is no session: that one is wanted, and the address is that of the
+  // log-in page from here on. A form is not sent again by going back to it, and the old session's id is seen no more.
+  function comeInstead() {
+    if (/^\/(index\.htm.*)?$/i.test(location.pathname)) return;
+    remember('wanted', location.pathname + location.search.replace(/([?&]s=)[A-Z]*/, '$1'));
+    history.replaceState(null, '', '/');
+  }
+  // After a log-in that was refused, what else could be done.
+  function showHelp() {
+    document.getElementById('refused').hidden = !remembered('refused');
+    remember('refused', null);
+  }
+  comeInstead();
   document.addEventListener('DOMContentLoaded', function () {
     var form = document.getElementById('login'), account = document.getElementById('account'), password = document.getElementById('password');
     var button = form.querySelector('button'), name = button.textContent, working = false;
@@ -36,14 +54,19 @@
       if (wrong) wrong.focus();
       if (working || wrong) { event.preventDefault(); return; }
       working = true;
-      remember(!account.value && !password.value);
+      remember('setup', !account.value && !password.value ? '1' : null);
+      remember('login', '1');
+      remember('refused', '1');
       setTimeout(function () { button.disabled = true; button.textContent = 'Logging in...'; }, 0);
     });
     window.addEventListener('pageshow', function () {
       working = false;
       button.disabled = false;
       button.textContent = name;
-      remember(false);
+      remember('setup', null);
+      remember('login', null);
+      showHelp();
     });
+    document.getElementById('kept').hidden = !remembered('wanted');
   });
 })();

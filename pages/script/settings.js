@@ -106,16 +106,15 @@
     document.documentElement.style.scrollPaddingBottom = (isBarFixed() ? bar.offsetHeight : 0) + 12 + 'px';
   }
   // The field that is being typed into, with its hint and its problem. Behind the browser's own scrolling, which has only
-  // the field itself in mind.
+  // the field itself in mind and may come late.
   function showWhole() {
-    setTimeout(function () {
-      var row = document.activeElement && document.activeElement.closest('.field'), box, hidden;
-      if (!row) return;
-      box = row.getBoundingClientRect();
-      hidden = box.bottom + 8 - (isBarFixed() ? Math.min(bar.getBoundingClientRect().top, innerHeight) : innerHeight);
-      if (hidden > 0) window.scrollBy(0, Math.min(hidden, box.top - 8));
-    }, 0);
+    var row = document.activeElement && document.activeElement.closest('.field'), box, hidden;
+    if (!row) return;
+    box = row.getBoundingClientRect();
+    hidden = box.bottom + 8 - (isBarFixed() ? Math.min(bar.getBoundingClientRect().top, innerHeight) : innerHeight);
+    if (hidden >= 1) window.scrollBy(0, Math.min(hidden, box.top - 8));
   }
+  function showWholeSoon() { [0, 150].forEach(function (delay) { setTimeout(showWhole, delay); }); }
 
   // The session's end loads the page anew; what was typed is kept then.
   function sessionIsOver() {
@@ -155,7 +154,7 @@
     form.addEventListener('input', function (event) { look(event.target); }, true);
     form.addEventListener('change', onChange);
     form.addEventListener('submit', onSubmit);
-    ['focusin', 'keyup', 'input', 'submit'].forEach(function (name) { form.addEventListener(name, showWhole); });
+    ['focusin', 'keyup', 'input', 'submit'].forEach(function (name) { form.addEventListener(name, showWholeSoon); });
     keepClear();
     window.addEventListener('resize', keepClear);
   });

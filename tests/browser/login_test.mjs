@@ -76,7 +76,17 @@ inEachBrowser((userTest) => {
     assert.match(await user.text('#password-problem'), /outside the character set/);
   });
 
-  userTest('AnExpiredSessionInTheMiddleOfAFormIsToldAndTheEntryIsNotStored', () => app, async (user) => {
+  const stored = (user) => user.page.evaluate(() => JSON.stringify(Object.entries(sessionStorage)));
+  const logInAgain = async (user, page) => {
+    await user.page.waitForSelector('#login');
+    assert.ok((await user.text()).includes(ended));
+    assert.equal(new URL(user.page.url()).pathname, '/');
+    assert.doesNotMatch(user.page.url() + await stored(user), /[A-Z]{64}/, 'no session id is left');
+    await user.logOnWith('joe', 'secret');
+    await user.shows(page);
+  };
+
+  userTest('AnEntryThatWasTypedIsThereAgainAfterTheLogInAndNotStored', () => app, async (user) => {
     await user.login();
     await user.go('enemylist');
     await user.page.fill('#addinput', 'late@entry.example');
@@ -85,9 +95,113 @@ inEachBrowser((userTest) => {
     await user.page.waitForSelector('#login');
     assert.ok((await user.text()).includes(ended));
     await user.picture('expired-session');
+    await logInAgain(user, 'enemylist');
+    await user.page.waitForFunction(() => document.querySelector('#addinput').value === 'late@entry.example');
+    assert.match(await user.text('.kept'), /^You are logged in again\. What you had typed is here; it has not been sent\.$/);
+    await user.picture('typed-text-is-back');
     assert.ok(!app.read('data/enemylist.txt').includes('late@entry.example'));
+    await user.page.click('button:text("Add")');
+    await user.page.waitForSelector('option:text("late@entry.example")', { state: 'attached' });
+    app.write('data/enemylist.txt', '');
+    // Once: the next page knows nothing of it.
+    await user.go('friendlist');
+    assert.equal(await user.page.inputValue('#addinput'), '');
+    assert.doesNotMatch(await stored(user), /late@entry/);
+  });
+
+  userTest('SettingsThatWereTypedAreThereAgainButNoPassword', () => app, async (user) => {
+    await user.login();
+    await user.go('config');
+    await user.page.fill('#CHECK_MIN', '21');
+    await user.page.fill('#SMTP_USER', 'josephine');
+    await user.page.check('#ACTIVE');
+    await user.page.fill('#POP_PASSWORD', 'top-secret-1');
+    await user.page.fill('#SMTP_PASSWORD', 'top-secret-2');
+    await app.get('/logout.cgi');
+    await user.page.click('.save button');
+    await user.page.waitForSelector('#login');
+    assert.doesNotMatch(await stored(user), /top-secret/);
+    await logInAgain(user, 'config');
+    await user.page.waitForSelector('.kept');
+    assert.match(await user.text('.kept'), /Passwords are not kept: please type them once more\.$/);
+    const values = await user.page.$$eval('#CHECK_MIN, #SMTP_USER, #POP_PASSWORD, #SMTP_PASSWORD', (all) => all.map((one) => one.value));
+    assert.deepEqual(values.sort(), ['', '******', '21', 'josephine']);
+    assert.ok(await user.page.isChecked('#ACTIVE'));
+    assert.doesNotMatch(app.read('Vornelle.ini'), /josephine|CHECK_MIN=21/);
+    // It counts as not saved.
+    user.agrees = false;
+    await user.page.click('nav a[data-for="inbox"]');
+    await user.said('have not been saved');
+  });
+
+  userTest('ASearchAndTicksOfRowsAreThereAgainAndNothingIsDone', () => app, async (user) => {
+    await user.login();
+    await user.go('find');
+    await user.page.fill('#findinlists', 'friend');
+    await app.get('/logout.cgi');
+    await user.page.click('button:text("Search")');
+    await logInAgain(user, 'find');
+    await user.page.waitForFunction(() => document.querySelector('#findinlists').value === 'friend');
+    await user.go('inbox');
+    const [first] = await user.subjects();
+    await user.tick('D', first);
+    await app.get('/logout.cgi');
+    const before = server.maildrop.uids();
+    await user.page.click('button[name="SUBMIT3"]');
+    await logInAgain(user, 'inbox');
+    await user.page.waitForFunction(() => document.querySelectorAll('#boxes tbody input:checked').length === 1);
+    assert.ok(await user.page.isChecked(`input[name="D${(await user.rowOf(first)).number}"]`));
+    assert.deepEqual(server.maildrop.uids(), before);
+  });
+
+  userTest('ThePageThatWasWantedComesAfterTheLogIn', () => app, async (user) => {
+    await user.login();
+    const { sessionId } = user;
+    await app.get('/logout.cgi');
+    // A bookmark, an address without a session, one that the log-in was refused for once, and what is no page.
+    for (const [target, page, query] of [[`displayinbox.htm?s=${sessionId}&MSG=0`, 'inbox', /[?]s=[A-Z]{64}&MSG=0$/],
+      ['displayfriendlist.htm', 'friendlist', /[?]s=[A-Z]{64}$/], [`config.html?s=${sessionId}`, 'spambox', /[?]s=[A-Z]{64}$/],
+      [`findinlists.htm?s=${sessionId}`, 'find', /[?]s=[A-Z]{64}&findinlists=&END=1$/]]) {
+      await user.open(`/${target}`);
+      await user.logOnWith('joe', 'wrong');
+      await user.page.waitForSelector('#refused:visible');
+      assert.match(await user.text('#refused'), /are those that stand in Vornelle's settings, right or wrong/);
+      await user.logOnWith('joe', 'secret');
+      await user.shows(page);
+      assert.match(new URL(user.page.url()).search, query);
+      assert.ok(!(await user.page.locator('.kept').count()), 'nothing had been typed');
+      await app.get('/logout.cgi');
+    }
+  });
+
+  userTest('WhatIsMadeOfAnAddressLeadsNowhereElseAndDoesNothing', () => app, async (user) => {
+    for (const wanted of ['//127.0.0.1:1/config.htm', 'http://127.0.0.1:1/config.htm', '/deletefromlist.cgi?s=&deletefromlist=0&type=FriendList&END=1',
+      'javascript:alert(1)//config.htm', '/UNLOADME?config.htm', '/x/config.htm']) {
+      await user.open('/');
+      await user.page.evaluate((address) => {
+        sessionStorage.setItem('wanted', address);
+        sessionStorage.setItem('draft', JSON.stringify({ page: address, values: { addinput: '<img src=x onerror=alert(2)>' } }));
+      }, wanted);
+      await user.logOnWith('joe', 'secret');
+      await user.shows('spambox');
+      await user.page.waitForTimeout(100);
+      assert.match(user.page.url(), /displaySpambox\.htm\?s=[A-Z]{64}$/);
+    }
+    assert.deepEqual(user.dialogs, []);
+    assert.match(app.read('data/friendlist.txt'), /^@friend\.example/);
+  });
+
+  userTest('LoggingOutKeepsNothingOfWhatWasTyped', () => app, async (user) => {
+    await user.login();
+    await user.go('enemylist');
+    await user.page.fill('#addinput', 'never@sent.example');
+    await user.page.click('text=Log out');
+    await user.page.waitForSelector('#login');
+    assert.doesNotMatch(await stored(user), /never@sent/);
+    assert.ok(await user.page.isHidden('#kept'));
+    assert.ok(await user.page.isHidden('#refused'));
     await user.logOnWith('joe', 'secret');
-    await user.page.waitForSelector('#boxes');
+    await user.shows('spambox');
   });
 
   userTest('ASecondBrowserThatLogsInEndsTheFirstOnesSession', () => app, async (user) => {

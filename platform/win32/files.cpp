@@ -62,6 +62,10 @@ bool isFile(DWORD attributes) {
          (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) == 0;
 }
 
+bool isFolder(DWORD attributes) {
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 bool writeAll(const Handle& file, std::string_view bytes) {
   while (!bytes.empty()) {
     const auto piece = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), kMostAtOnce));
@@ -110,6 +114,7 @@ bool replaceFile(const std::wstring& from, const std::wstring& to) {
       return true;
     const DWORD error = GetLastError();
     if (tries == kTries || (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED)) return false;
+    if (isFolder(GetFileAttributesW(to.c_str()))) return false;
     Sleep(kPause);
   }
 }
@@ -150,8 +155,7 @@ bool fileExists(const std::string& path) {
 }
 
 bool folderExists(const std::string& path) {
-  const DWORD attributes = attributesOf(path);
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  return isFolder(attributesOf(path));
 }
 
 bool createFolder(const std::string& path) {
@@ -201,7 +205,9 @@ std::optional<FileStart> readFileStart(const std::string& path, std::size_t most
 
 bool writeFile(const std::string& path, std::string_view bytes) {
   const std::wstring target = systemPath(path);
-  if (target.empty() || folderExists(path)) return false;
+  if (target.empty()) return false;
+  // Not asked before whether there is such a name: each look-up of one that is not there can mean that the
+  // system goes through the whole folder.
   const std::wstring temporary = temporaryPath(target);
   const Outcome written = writeTemporary(temporary, bytes);
   if (written == Outcome::done && replaceFile(temporary, target)) return true;

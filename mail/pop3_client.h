@@ -11,8 +11,9 @@
 // - Headers come with TOP n 1; from servers without TOP with RETR, of which only the header is kept.
 // - Where the line is to be encrypted by STLS (RFC 2595), nothing is said before that but STLS itself, and
 //   nothing at all where it fails.
-// - From 32 messages on the server is asked (CAPA) whether commands may be pipelined. Servers exist that
-//   close the line at that, or never answer: then the connection is made again, once, and goes on without.
+// - From 8 messages on the server is asked (CAPA) whether commands may be pipelined: fewer cost no more waits
+//   than a connection that has to be made anew (docs/performance.md). For servers exist that close the line
+//   at that, or never answer: then the connection is made again, once, and goes on without.
 #pragma once
 
 #include <cstdint>

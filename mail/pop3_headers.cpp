@@ -17,7 +17,7 @@ namespace vornelle {
 namespace {
 
 constexpr std::size_t kLongestHeader = 1U << 20;
-constexpr std::size_t kLargeMailbox = 32;
+constexpr std::size_t kLargeMailbox = 8;
 
 // Bytes of commands under way, some 2,700 messages: a server far away answers the first half while the second
 // half travels. Less than the socket buffers of every system take, so a server that does not read before its

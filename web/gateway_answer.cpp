@@ -57,6 +57,24 @@ std::string contentSecurityPolicy(PageKind kind) {
   return sealed;
 }
 
+// An answer that only leads on to the next page is a script of one line. A browser that runs none is led
+// there by markup; back, it goes by its own button. "" for other pages.
+std::string wayWithoutScripts(std::string_view body) {
+  constexpr std::string_view kScript = "<script language='Javascript'>";
+  constexpr std::string_view kLocation = "window.location='";
+  constexpr std::string_view kOfAddresses =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789./?=&%+-_";
+  if (!body.starts_with(kScript)) return "";
+  const std::size_t location = body.find(kLocation);
+  if (location == std::string_view::npos)
+    return "<noscript><p>Go back with your browser's button.</p></noscript>\r\n";
+  std::string_view target = body.substr(location + kLocation.size());
+  target = target.substr(0, target.find('\''));
+  if (target.find_first_not_of(kOfAddresses) != std::string_view::npos) return "";
+  return "<noscript><meta http-equiv=\"refresh\" content=\"0;url=" + replaceAll(target, "&", "&amp;") +
+         "\"></noscript>\r\n";
+}
+
 struct Status {
   int code;
   std::string_view phrase;
@@ -112,7 +130,8 @@ bool isErrorPage(std::string_view body) {
 
 std::string pageAnswer(PageKind kind, const std::string& body, const AnswerOptions& options) {
   const std::string_view type = kind == PageKind::icon ? "image/x-icon" : kHtml;
-  return assemble("200 OK", type, contentSecurityPolicy(kind), "", body, options);
+  const std::string way = kind == PageKind::page ? wayWithoutScripts(body) : "";
+  return assemble("200 OK", type, contentSecurityPolicy(kind), "", way.empty() ? body : body + way, options);
 }
 
 std::string statusAnswer(const std::string& json, const AnswerOptions& options) {

@@ -16,7 +16,8 @@ struct AnswerOptions {
   bool headOnly = false;  // answer to HEAD: the header alone
 };
 
-// The answer for a page: status 200, type, length, security header fields.
+// The answer for a page: status 200, type, length, security header fields. Where the page is a script that
+// leads on to another one, the same way stands behind it for browsers without scripts.
 [[nodiscard]] std::string pageAnswer(PageKind kind, const std::string& body, const AnswerOptions& options);
 
 // For scripts of the pages: JSON.

@@ -15,11 +15,17 @@
   function address(name) { return attribute.call(get.call(document, 'strip'), 'data-status').replace('status.json', name); }
 
   function ask(method, name, body, done) {
-    var request = new XMLHttpRequest();
+    var request = new XMLHttpRequest(), place = get.call(document, 'atwork');
+    var patience = setTimeout(function () { place.textContent = 'One moment...'; }, 500);
+    function answered(text) {
+      clearTimeout(patience);
+      place.textContent = '';
+      done(text);
+    }
     request.open(method, address(name));
     if (body) request.setRequestHeader('Content-Type', 'text/plain');
-    request.onload = function () { done(request.status === 200 ? request.responseText : ''); };
-    request.onerror = function () { done(''); };
+    request.onload = function () { answered(request.status === 200 ? request.responseText : ''); };
+    request.onerror = function () { answered(''); };
     request.send(body);
   }
   function read(text) {

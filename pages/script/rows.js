@@ -4,7 +4,7 @@
 (function () {
   var get = Document.prototype.getElementById;
   var LISTS = { friend: 'FriendList', enemy: 'EnemyList' };
-  var form, tools, offer;
+  var form, tools, offer, refused = false;
 
   function all(selector, within) { return Array.prototype.slice.call((within || form).querySelectorAll(selector)); }
   function element(name, text, type) {
@@ -68,9 +68,8 @@
     }
     strangers = on('');
     enemies = on('enemy');
-    if (!strangers.length) box.checked = false;
-    else if (offer.dataset.strangers !== String(strangers)) box.checked = true;
-    offer.dataset.strangers = String(strangers);
+    if (!rows.length) refused = false;
+    box.checked = strangers.length > 0 && !refused;
     offer.querySelector('label').hidden = !strangers.length;
     offer.querySelector('label span').textContent = strangers.length === 1 ? 'and put the sender on the FriendList'
       : 'and put the ' + strangers.length + ' senders who are on no list on the FriendList';
@@ -112,6 +111,7 @@
     tools = document.querySelector('.tools .acts');
     offer = document.querySelector('.tools .offer');
     if (offer && JSON.parse(strip.getAttribute('data-now')).testMode) offer.dataset.testmode = '1';
+    if (offer) offer.addEventListener('change', function (event) { refused = !event.target.checked; });
     senders().forEach(showLists);
     acts = tools.querySelector('button');
     acts.before(listButton('friend', ''), listButton('enemy', ''));

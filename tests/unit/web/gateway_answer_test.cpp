@@ -38,6 +38,25 @@ TEST(PageAnswer, APageOfTheProgramIsSentAsItWasBuilt) {
   EXPECT_EQ(body(pageAnswer(PageKind::page, page, kKeepAlive)), page);
 }
 
+TEST(PageAnswer, ABrowserWithoutScriptsIsLedOnByMarkup) {
+  const std::string script =
+      "<script language='Javascript'>window.location='preview.htm?b=spam&k=a%20b&s=X'</script>\r\n";
+  EXPECT_EQ(body(pageAnswer(PageKind::page, script, kKeepAlive)),
+            script +
+                "<noscript><meta http-equiv=\"refresh\" "
+                "content=\"0;url=preview.htm?b=spam&amp;k=a%20b&amp;s=X\"></noscript>\r\n");
+  const std::string back = "<script language='Javascript'>history.back()</script>\r\n";
+  EXPECT_EQ(body(pageAnswer(PageKind::page, back, kKeepAlive)),
+            back + "<noscript><p>Go back with your browser's button.</p></noscript>\r\n");
+  EXPECT_EQ(body(pageAnswer(PageKind::message, back, kKeepAlive)), back);
+}
+
+TEST(PageAnswer, AWayThatCouldEndItsMarkupIsNotRepeated) {
+  const std::string script =
+      "<script language='Javascript'>window.location='display\"><b>.htm?s=X'</script>\r\n";
+  EXPECT_EQ(body(pageAnswer(PageKind::page, script, kKeepAlive)), script);
+}
+
 TEST(WithoutConnections, FramesLinksAndMetaElementsBecomeUnknownOnes) {
   EXPECT_EQ(withoutConnections("<LINK rel=preconnect><IFrame src=x><frame><meta name=referrer><base href=x>"),
             "<xink rel=preconnect><xframe src=x><xrame><xeta name=referrer><xase href=x>");

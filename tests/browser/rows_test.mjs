@@ -34,10 +34,13 @@ const SENDERS = {
   c: 'Cleo <cleo@friend.example>',
   d: '"wilma@home.example" <d+news@y.example>',
 };
+// Keys of their own for each test: what has been restored is remembered by its key.
+let round = 0;
 beforeEach(() => {
+  round++;
   for (const name of Object.keys(app.spamBox())) app.remove(`spam/${name}`);
   for (const [name, from] of Object.entries(SENDERS)) {
-    app.write(`spam/${name}.txt`, mail({ from, subject: name }).toString('latin1'));
+    app.write(`spam/${name}${round}.txt`, mail({ from, subject: name }).toString('latin1'));
   }
   server.maildrop.messages = [];
   server.maildrop.add({ uid: 'f1', data: friendly('kept-1') });
@@ -46,7 +49,7 @@ beforeEach(() => {
   app.write(ENEMIES, '@enemy.example\r\n');
 });
 
-inEachBrowser((userTest, browser) => {
+inEachBrowser((userTest) => {
   const row = (subject, rest = '') => `#boxes tr:has(td.subject a:text-is("${subject}")) ${rest}`;
   const strip = async (user, text) => {
     await user.page.waitForFunction((wanted) => document.querySelector('#strip').textContent.includes(wanted), text);
@@ -232,14 +235,13 @@ inEachBrowser((userTest, browser) => {
 
   userTest('AServersRefusalIsToldInItsWords', () => app, async (user) => {
     server.smtp.options.faults = [{ verb: 'MAIL', nth: 1, error: '553 5.7.1 you are not ann' }];
-    app.write(`spam/refused-${browser}.txt`, mail({ from: SENDERS.a, subject: 'refused' }).toString('latin1'));
     await user.login();
-    await user.tick('R', 'refused');
+    await user.tick('R', 'a');
     await user.page.click('button[name="SUBMIT3"]');
     await strip(user, '0 restored, 1 could not be');
     await strip(user, 'you are not ann');
     await user.shows('spambox');
-    assert.equal(await user.page.locator(row('refused', '.mark:text-is("restored")')).count(), 0);
+    assert.equal(await user.page.locator(row('a', 'td.date .mark')).count(), 0);
     await user.picture('restore-refused');
   });
 
@@ -295,7 +297,7 @@ inEachBrowser((userTest, browser) => {
     await user.page.check('.offer input');
     await user.page.click('button[name="SUBMIT3"]');
     await user.page.waitForSelector(row('a', 'td.date .mark'));
-    assert.ok(!app.exists('spam/b.txt'));
+    assert.ok(!app.exists(`spam/b${round}.txt`));
     assert.equal(server.maildrop.messages.length, 2);
     assert.deepEqual(entriesOf(FRIENDS), ['@friend.example', "ann.o'hara@x.example"]);
   }, { javaScriptEnabled: false });

@@ -59,11 +59,21 @@ std::string removedJson() {
   return json + "]}";
 }
 
+// A server that is no server, or that has just refused the account, is not what the user meant. One that
+// cannot be reached may be: the next attempt tells.
+bool mailboxEntered() {
+  const MailFailure& failure = lastMailFailures.pop;
+  const bool refused = failure.reason == MailReason::saidNo && failure.step == MailStep::loggingOn;
+  return !settings.POP_SERVER.empty() && !refused && failure.reason != MailReason::fieldUnreadable &&
+         failure.reason != MailReason::schemeUnknown;
+}
+
 std::string setupJson() {
   const bool friends = listLength(kFriendList) >= kShortestFriendList;
   // The listing that is held saves a look at the folder, which may be large.
-  const bool ran = outcomes.filterRun.time != 0 || spamboxCount() > 0 || countSpam() > 0;
-  return "{\"mailbox\": " + truth(!settings.POP_SERVER.empty()) + ", \"friends\": " + truth(friends) +
+  const bool ran =
+      (outcomes.filterRun.time != 0 && outcomes.filterRun.good) || spamboxCount() > 0 || countSpam() > 0;
+  return "{\"mailbox\": " + truth(mailboxEntered()) + ", \"friends\": " + truth(friends) +
          ", \"run\": " + truth(ran) + "}";
 }
 

@@ -53,6 +53,39 @@ TEST_F(Status, TellsWhyAServerCouldNotBeUsed) {
                         "\"mail.example\", \"port\": 110, \"words\": \"\", \"text\": \""));
 }
 
+TEST_F(Status, TheFirstStepsAreDoneOnceTheyHaveSucceeded) {
+  const auto steps = [] {
+    const std::string status = statusJson();
+    const std::size_t at = status.find("{\"mailbox\"");
+    return status.substr(at, status.find('}', at) + 1 - at);
+  };
+  EXPECT_EQ(steps(), R"({"mailbox": false, "friends": false, "run": false})");
+  settings.POP_SERVER = "pop.example";
+  makeFile("\\data\\friendlist.txt", "@friend.example\r\n");
+  // A run that was asked for too early.
+  outcomes.filterRun = outcome(false, "You need to set up your FriendList first!");
+  EXPECT_EQ(steps(), R"({"mailbox": true, "friends": true, "run": false})");
+  outcomes.filterRun = outcome(true, "Mail filtered:  2 msgs.  0 spam.");
+  EXPECT_EQ(steps(), R"({"mailbox": true, "friends": true, "run": true})");
+}
+
+TEST_F(Status, AMailboxThatRefusesTheAccountIsNotEntered) {
+  settings.POP_SERVER = "pop.example";
+  const auto entered = [](MailReason reason, MailStep step) {
+    lastMailFailures.pop.reason = reason;
+    lastMailFailures.pop.step = step;
+    return statusJson().find("{\"mailbox\": true") != std::string::npos;
+  };
+  EXPECT_FALSE(entered(MailReason::saidNo, MailStep::loggingOn));
+  EXPECT_FALSE(entered(MailReason::fieldUnreadable, MailStep::connecting));
+  EXPECT_FALSE(entered(MailReason::schemeUnknown, MailStep::connecting));
+  // It may work in a minute.
+  EXPECT_TRUE(entered(MailReason::saidNo, MailStep::fetching));
+  EXPECT_TRUE(entered(MailReason::timedOut, MailStep::connecting));
+  EXPECT_TRUE(entered(MailReason::nameNotFound, MailStep::connecting));
+  EXPECT_TRUE(entered(MailReason::none, MailStep::none));
+}
+
 TEST_F(Status, TheTaskThatBeganLastIsUnderWay) {
   const Activity outer(Task::filterRun);
   {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "desktop/dlgConfig.h"
 #include "desktop/win32/dialog_template.h"
 #include "desktop/win32/dialog_text.h"
@@ -35,7 +36,7 @@ constexpr int kTextWidth = 100, kNumberWidth = 36, kTextHeight = 13, kLabelHeigh
 constexpr int kUnitWidth = 68, kTickWidth = 12, kCaptionWidth = 42, kTickHeight = 11;
 constexpr int kBesideLeft = 112;  // of a box beside the row above, from that row's box on
 constexpr int kButtonWidth = 54, kButtonHeight = 15;
-constexpr int kNotesHeight = 50;  // above the buttons; two notes of some 250 characters
+constexpr int kNotesHeight = 50;  // above the buttons; two notes of some 250 characters, longer ones scroll
 
 const std::vector<const Setting*>& rows() {
   return settingsInDialog();
@@ -116,8 +117,31 @@ void showCaptions(HWND dialog) {
   setWindowText(GetDlgItem(dialog, CancelButton), kDlgConfigCancelCaption);
 }
 
+bool fits(HWND text) {
+  RECT shown = {};
+  SendMessageW(text, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&shown));
+  const auto last = static_cast<WPARAM>(SendMessageW(text, WM_GETTEXTLENGTH, 0, 0));
+  const LRESULT place = last == 0 ? 0 : SendMessageW(text, EM_POSFROMCHAR, last - 1, 0);
+  const HDC screen = GetDC(text);
+  const HGDIOBJ before =
+      SelectObject(screen, reinterpret_cast<HGDIOBJ>(SendMessageW(text, WM_GETFONT, 0, 0)));
+  TEXTMETRICW font = {};
+  GetTextMetricsW(screen, &font);
+  SelectObject(screen, before);
+  ReleaseDC(text, screen);
+  return static_cast<SHORT>(HIWORD(place)) + font.tmHeight <= shown.bottom;
+}
+
+// What a server says may be long: notes that do not fit are scrolled, and reached by the Tab key for that.
 void showNotes(HWND dialog) {
-  setWindowText(GetDlgItem(dialog, IDC_CONFIG_NOTES), dlgConfigNotes());
+  const HWND notes = GetDlgItem(dialog, IDC_CONFIG_NOTES);
+  ShowScrollBar(notes, SB_VERT, FALSE);
+  setWindowText(notes, replaceAll(dlgConfigNotes(), "\n", "\r\n"));
+  const bool scrolls = !fits(notes);
+  if (scrolls) ShowScrollBar(notes, SB_VERT, TRUE);
+  const LONG_PTR style = GetWindowLongPtrW(notes, GWL_STYLE);
+  SetWindowLongPtrW(notes, GWL_STYLE,
+                    scrolls ? style | WS_TABSTOP : style & ~static_cast<LONG_PTR>(WS_TABSTOP));
 }
 
 void fillBoxes(HWND dialog, const DlgConfig& boxes) {
@@ -162,7 +186,7 @@ void update(HWND dialog) {
   }
 }
 
-void command(HWND dialog, WPARAM wParam) {
+void command(HWND dialog, WPARAM wParam, LPARAM lParam) {
   constexpr int kFromAccelerator = 1;
   const int id = LOWORD(wParam);
   if (HIWORD(wParam) == kFromAccelerator) {
@@ -171,10 +195,15 @@ void command(HWND dialog, WPARAM wParam) {
     update(dialog);
   } else if (id == CancelButton && HIWORD(wParam) == BN_CLICKED) {
     closeModal(dialog);
+  } else if (id == IDC_CONFIG_NOTES && HIWORD(wParam) == EN_SETFOCUS) {
+    // Shown from the beginning: the Tab key chooses the whole text, and so scrolls to its end, behind this.
+    const auto notes = reinterpret_cast<HWND>(lParam);
+    PostMessageW(notes, EM_SETSEL, 0, 0);
+    PostMessageW(notes, EM_SCROLLCARET, 0, 0);
   }
 }
 
-INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
+INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
   switch (message) {
     case WM_INITDIALOG:
       showCaptions(dialog);
@@ -182,7 +211,7 @@ INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
       showNotes(dialog);
       return TRUE;
     case WM_COMMAND:
-      command(dialog, wParam);
+      command(dialog, wParam, lParam);
       return TRUE;
     default:
       return FALSE;

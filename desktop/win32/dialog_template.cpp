@@ -30,7 +30,7 @@ void DialogTemplate::addLabel(int id, Place place) {
 }
 
 void DialogTemplate::addText(int id, Place place) {
-  addControl(kStatic, id, place, SS_LEFT | SS_NOPREFIX | WS_GROUP);
+  addControl(kEdit, id, place, ES_LEFT | ES_MULTILINE | ES_READONLY | WS_VSCROLL | WS_GROUP);
 }
 
 void DialogTemplate::addTextBox(int id, Place place, DWORD style) {

@@ -20,7 +20,7 @@ class DialogTemplate {
   // In the order in which the Tab key goes through them. A label stands before the box that it belongs to:
   // that is where a screen reader takes the box's name from.
   void addLabel(int id, Place place);
-  // Text that may hold any character and breaks into lines.
+  // Text that may hold any character, breaks into lines, and can be scrolled.
   void addText(int id, Place place);
   void addTextBox(int id, Place place, DWORD style);  // ES_PASSWORD, or 0
   void addCheckBox(int id, Place place);

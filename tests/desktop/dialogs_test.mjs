@@ -2,8 +2,10 @@
 
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
+import path from 'node:path';
 import { after, before, beforeEach, test } from 'node:test';
 
+import { repository } from '../support/launcher.mjs';
 import { MailServer } from '../support/mailserver.mjs';
 import { until } from '../support/tools.mjs';
 import { Desktop, windowsPath } from './wine.mjs';
@@ -172,6 +174,47 @@ test('Servers that let nobody in are reported in turn, the settings stay saved, 
     assert.equal(await desktop.answerBox(30000), 'Settings updated');
     await desktop.gone(open);
     assert.ok(server.pop.count('PASS') === 2 && server.smtp.count('AUTH') === 2);
+  } finally {
+    await server.stop();
+  }
+});
+
+test('Reasons that are too long for their place are reached by the Tab key and scrolled; short ones are passed over', async () => {
+  const NOTES = 290;
+  const words = 'your account has been locked for reasons that we would rather tell you in full '.repeat(3).trim();
+  const server = await MailServer.start({ messages: [], user: 'joe', password: 'secret',
+    pop: { faults: [{ verb: 'PASS', error: words }] }, smtp: { faults: [{ verb: 'AUTH-PASSWORD', error: words }] } });
+  try {
+    const dialog = await config();
+    const afterTheLastBox = async () => {
+      await desktop.click(box(await desktop.dialog('Config'), ROW.perPage));
+      await desktop.key('Tab');
+      const id = async () => (await desktop.dialog('Config')).children.find((child) => child.focused)?.id;
+      await until(async () => ![undefined, BOX + ROW.perPage].includes(await id()), 'the focus');
+      return await id();
+    };
+    assert.notEqual(await afterTheLastBox(), NOTES);
+    await desktop.fill(box(dialog, ROW.pop), `127.0.0.1:${server.popPort}`);
+    await desktop.fill(box(dialog, ROW.smtp), `127.0.0.1:${server.smtpPort}`);
+    await desktop.fill(box(dialog, ROW.smtpUser), 'joe');
+    await desktop.key('Return');
+    for (const text of [CONNECT_TEXT, 'Cannot log onto POP3 Server!', 'Cannot log onto SMTP Server!', 'Settings updated']) {
+      assert.equal(await desktop.answerBox(30000), text);
+    }
+    assert.equal(await afterTheLastBox(), NOTES);
+    const notes = desktop.control(await desktop.dialog('Config'), NOTES);
+    assert.equal((await desktop.ask(`text ${notes.handle}`)).split(words).length, 3, 'both reasons');
+    await until(async () => (await desktop.ask(`topline ${notes.handle}`)) === 0, 'their beginning');
+    const area = (await desktop.dialog('Config')).rect;
+    await desktop.screenshot(path.join(repository, 'build', 'screenshots', 'settings-dialog-long-notes.png'), area);
+    await desktop.key('ctrl+End');
+    await until(async () => (await desktop.ask(`topline ${notes.handle}`)) > 0, 'the end of the reasons');
+    server.pop.options.faults = [];
+    server.smtp.options.faults = [];
+    for (const row of [ROW.password, ROW.smtpPassword]) await desktop.fill(box(await desktop.dialog('Config'), row), 'secret');
+    await press(await desktop.dialog('Config'), 'Update');
+    for (const text of [CONNECT_TEXT, 'Settings updated']) assert.equal(await desktop.answerBox(30000), text);
+    await desktop.gone(dialog);
   } finally {
     await server.stop();
   }

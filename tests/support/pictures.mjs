@@ -96,10 +96,14 @@ async function windowPictures(server) {
   const desktop = await Desktop.start({ dpi: 96 });
   const app = await desktop.install({ lists, settings: settingsFor(server) });
   await desktop.run(app);
+  const FRAME = 3;  // the window manager's, round a window
   const take = async (name, window) => {
+    // No tip beside the pointer.
+    await desktop.xdotool('mousemove', 1270, 990);
+    await until(async () => !(await desktop.windows()).some((one) => one.class === 'tooltips_class32' && one.visible), 'the end of the tip');
     const png = path.join(scratch, `${name}.png`);
     const [left, top, right, bottom] = window.rect;
-    await desktop.screenshot(png, [left, top, right, bottom]);
+    await desktop.screenshot(png, [left + FRAME, top + FRAME, right - FRAME, bottom - FRAME]);
     keep(name, png);
   };
   const main = await desktop.main({ visible: true });
@@ -107,12 +111,21 @@ async function windowPictures(server) {
   await until(() => /Mail filtered/.test(app.log()), 'the filter run', 60000);
   await until(async () => /Mail filtered/.test(await desktop.logText()), 'its line');
   if (isWanted('main-window')) await take('main-window', await desktop.main({ visible: true }));
-  for (const [entry, title, name] of [['Import', 'Import Addresses to FriendList', 'import-dialog'], ['Config', 'Config', 'settings-dialog']]) {
-    if (!isWanted(name)) continue;
-    const dialog = await desktop.openDialog(entry, title);
-    await take(name, dialog);
+  if (isWanted('import-dialog')) {
+    const dialog = await desktop.openDialog('Import', 'Import Addresses to FriendList');
+    const list = dialog.children.find((child) => child.id === 306);
+    await desktop.click(list);
+    await desktop.type('rook@correspondence-chess.example\nedgar.finch@example.com\naunt.hedwig@home.example\n@observatory.example\n');
+    await take('import-dialog', dialog);
     await desktop.key('Escape');
     await desktop.gone(dialog);
+  }
+  if (isWanted('settings-dialog')) {
+    const dialog = await desktop.openDialog('Config', 'Config');
+    // The test's servers have numbers for names.
+    for (const [shown, instead] of [[`127.0.0.1:${server.popPort}`, 'pop.home.example:995'], [`127.0.0.1:${server.smtpPort}`, 'smtp.home.example:465'],
+      [String(app.wantedPort), '7000']]) await desktop.fill(dialog.children.find((child) => child.text === shown), instead);
+    await take('settings-dialog', dialog);
   }
   await desktop.stop();
 }

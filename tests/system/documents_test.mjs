@@ -143,3 +143,48 @@ test('a rule that is broken fails script/lint', async () => {
   await broken('tidy', /slow\.cpp.*performance-unnecessary-value-param/);
   removeFolder(folder);
 });
+
+describe('the guide', () => {
+  const guide = fs.readFileSync(path.join(repository, 'docs', 'guide.html'), 'utf8');
+  // What a reader sees, in one line, with straight quotation marks.
+  const plain = (html) => html.replaceAll('<br>', ' ').replace(/<[^>]*>/g, '').replaceAll('&lt;', '<').replaceAll('&gt;', '>')
+    .replaceAll('&quot;', '"').replaceAll('&amp;', '&').replace(/[“”]/g, '"').replace(/\s+/g, ' ').trim();
+  const said = plain(guide);
+  const sources = execFileSync('git', ['ls-files', 'core', 'mail', 'pages', 'web', 'desktop'], { cwd: repository, encoding: 'utf8' })
+    .split('\n').filter((file) => /\.(cpp|js)$/.test(file));
+
+  // What is no message: labels, tips and help texts, which explain themselves where they stand, and what the chapter on mail
+  // providers tells.
+  const NO_MESSAGES = /^desktop\/(console\/|win32\/|frmAbout)|^pages\/(message_page\.cpp|find_page\.cpp|script\/providers\.js)$/;
+
+  // The texts of a source file that are told to somebody: three words at least and a sentence's end, or the asterisks of a
+  // log line. A text that is put together from pieces gives its pieces.
+  function messagesOf(file) {
+    const source = fs.readFileSync(path.join(repository, file), 'latin1').replace(/^\s*\/\/.*$/gm, '').replace(/^#include.*$/gm, '')
+      .replace(/"\s*\n\s*"/g, '');
+    const quoted = file.endsWith('.js') ? /'((?:[^'\\\n]|\\.)*)'/g : /"((?:[^"\\\n]|\\.)*)"/g;
+    // Markup around a text is taken off: a piece of it may begin or end in the middle of a tag.
+    const texts = [...source.matchAll(quoted)].flatMap(([, text]) => text.replace(/\\[rn]/g, ' ').replace(/\\(.)/g, '$1')
+      .replace(/<\/?(b|i|strong|small|code)>/g, '').replace(/^"[^<>]*>/, '').split(/<\/?[a-z!][^<>]*(?:>|$)/).map(plain));
+    return texts.filter((text) => (text.match(/[A-Za-z']{2,}/g) ?? []).length >= 3 && /[a-z)"][.!?]( |$)|^\*\*/.test(text));
+  }
+
+  test('has every message of the program', () => {
+    const messages = sources.filter((file) => !NO_MESSAGES.test(file)).flatMap((file) => messagesOf(file).map((text) => [file, text]));
+    assert.ok(messages.length > 100, `${messages.length} messages`);
+    assert.deepEqual(messages.filter(([, text]) => !said.includes(text)), []);
+  });
+
+  // The server names that the settings page offers for an address are those of the guide.
+  test('names the servers of every provider that the settings page knows', () => {
+    const providers = fs.readFileSync(path.join(repository, 'pages', 'script', 'providers.js'), 'latin1');
+    const offered = [...providers.matchAll(/'([a-z0-9.-]+:\d+)'/g)].map(([, name]) => name);
+    assert.ok(offered.length > 20);
+    assert.deepEqual(offered.filter((name) => !said.includes(name)), []);
+  });
+
+  test('names every file of the application folder', () => {
+    for (const name of ['Vornelle.ini', 'Vornelle.log', 'tls-certificates.txt', 'message.txt', 'data\\friendlist.txt', 'data\\subjectlist.txt',
+      'data\\enemylist.txt', 'spam\\']) assert.ok(said.includes(name), name);
+  });
+});

@@ -156,23 +156,26 @@
       return box.name.slice(0, prefix.length) === prefix && /^\d+$/.test(box.name.slice(Number(attribute(form, 'data-length'))));
     });
   }
+  function shown(boxes) { return boxes.filter(function (box) { return !box.closest('tr').hidden; }); }
   function ticked(form, prefix) { return rowBoxes(form, prefix).filter(function (box) { return box.checked; }); }
   function messages(n) { return n === 1 ? '1 message' : n + ' messages'; }
 
   function mayDelete(form) {
-    var gone = ticked(form, attribute(form, 'data-delete')), back = ticked(form, attribute(form, 'data-restore')), both, text = [];
+    var gone = ticked(form, attribute(form, 'data-delete')), back = ticked(form, attribute(form, 'data-restore')), both, away, text = [];
     if (!gone.length && !back.length) { alert('No message is checked.'); return false; }
     if (!latest(form)) {
       alert('The list was shown anew in another window, so the rows of this page no longer count. The page is loaded again: please check the messages once more.');
       location.reload();
       return false;
     }
-    if (!gone.length) return true;
+    away = gone.concat(back).length - shown(gone.concat(back)).length;
+    if (!gone.length && !away) return true;
     both = gone.filter(function (box) {
       return back.some(function (other) { return other.closest('tr') === box.closest('tr'); });
     });
     if (back.length) text.push('Restore ' + messages(back.length) + '.');
-    text.push('Delete ' + messages(gone.length) + (page === 'inbox' ? ' from the mail server for good?' : ' from the SpamBox for good?'));
+    if (gone.length) text.push('Delete ' + messages(gone.length) + (page === 'inbox' ? ' from the mail server for good?' : ' from the SpamBox for good?'));
+    if (away) text.push((away === 1 ? '1 tick stands' : away + ' ticks stand') + ' in rows that the filter does not show.');
     if (both.length) text.push((both.length === 1 ? '1 of them is' : both.length + ' of them are') + ' checked for both, and deleted only once sent.');
     return confirm(text.join('\n\n'));
   }
@@ -245,7 +248,7 @@
     all('.all', form).forEach(function (box) {
       box.closest('label').hidden = false;
       box.addEventListener('change', function () {
-        rowBoxes(form, box.dataset.prefix).forEach(function (one) { one.checked = box.checked; });
+        shown(rowBoxes(form, box.dataset.prefix)).forEach(function (one) { one.checked = box.checked; });
         count();
       });
     });
@@ -255,7 +258,7 @@
       if (!working) button.textContent = back && gone ? 'Restore ' + back + ', delete ' + gone : back ? 'Restore ' + back : gone ? 'Delete ' + gone : name;
       if (page !== 'inbox') button.classList.toggle('danger', gone > 0);
       all('.all', form).forEach(function (box) {
-        var rows = rowBoxes(form, box.dataset.prefix), on = ticked(form, box.dataset.prefix).length;
+        var rows = shown(rowBoxes(form, box.dataset.prefix)), on = shown(ticked(form, box.dataset.prefix)).length;
         box.checked = on > 0 && on === rows.length;
         box.indeterminate = on > 0 && on < rows.length;
       });
@@ -315,7 +318,6 @@
     function look() {
       var left = seconds - Math.round(performance.now() / 1000);
       if (left > 125) return;
-      place.hidden = false;
       place.textContent = left > 65 ? 'Your session ends in two minutes.' : 'Your session ends within a minute: save what you have typed.';
     }
     if (seconds > 0) setInterval(look, 5000);

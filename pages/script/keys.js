@@ -123,7 +123,7 @@
       case 'r': tick(row, 'restore', shift); return true;
       case 'x': clear(row); return true;
       case 'o': return press('td.subject a', row);
-      case 'f': return press('.lists button:not(.enemy)', row);
+      case 'f': return press('.lists button.friend', row);
       case 'e': return press('.lists button.enemy', row);
     }
     return false;

@@ -44,7 +44,7 @@ function settingsFor(server) {
   return {
     EMAIL_ADDRESS: 'wilma@home.example', POP_SERVER: `127.0.0.1:${server.popPort}`, POP_ACCOUNT: account.user,
     POP_PASSWORD: account.password, SMTP_SERVER: `127.0.0.1:${server.smtpPort}`, SMTP_USER: account.user,
-    SMTP_PASSWORD: account.password, TEST_MODE: 'FALSE', ACTIVATE_START: 'TRUE', NEW_WINDOW: 'FALSE',
+    SMTP_PASSWORD: account.password, TEST_MODE: 'FALSE', ACTIVATE_START: 'TRUE', NEW_WINDOW: 'FALSE', MESSAGES_PER_PAGE: '30',
   };
 }
 
@@ -75,7 +75,7 @@ async function pagePictures(server) {
   await take('friendlist', { width: 1120, height: 560 }, async (user) => { await login(user); await user.go('friendlist'); });
   await take('reader', { width: 1120, height: 620 }, async (user) => {
     await login(user);
-    await user.page.locator('#boxes .subject a').nth(1).click();
+    await user.page.locator('#boxes .subject a', { hasText: 'Your account has been' }).click();
     await user.page.waitForSelector('html[data-page="preview"]');
   });
   await take('spambox-phone', { width: 390, height: 760 }, login);
@@ -84,10 +84,10 @@ async function pagePictures(server) {
     await user.open('/');
     await user.page.click('#login button');
     await user.shows('config');
-    await user.page.fill('#EMAIL_ADDRESS', 'wilma@home.example');
-    await user.page.fill('#POP_SERVER', 'pop.home.example:995');
-    await user.page.fill('#POP_ACCOUNT', 'wilma');
-    await user.page.evaluate(() => document.querySelector('#POP_SERVER').closest('fieldset').scrollIntoView({ block: 'center' }));
+    // A well-known provider, whose servers are offered.
+    await user.page.fill('#EMAIL_ADDRESS', 'wilma.winterbottom@gmx.net');
+    await user.page.waitForSelector('#provider button');
+    await user.page.evaluate(() => document.querySelector('h1').scrollIntoView());
   });
   for (const one of [light, dark, app, fresh]) await (one.close ? one.close() : one.stop());
 }

@@ -87,14 +87,17 @@ std::size_t findNoCase(std::string_view text, std::string_view find, std::size_t
   if (find.size() > text.size() - from) return std::string_view::npos;
   const std::size_t last = text.size() - find.size();
   const char first = toLowerChar(find[0]);
-  // What has no letter case, as the "<" that every marker begins with, is found by the fastest means there
+  // What has no letter case, as the "<!--" that every marker begins with, is found by the fastest means there
   // is.
   const bool hasCase = first != toUpperChar(find[0]);
+  const auto caseless = [](char c) { return toLowerChar(c) == toUpperChar(c); };
+  const auto prefixLength = std::find_if_not(find.begin(), find.end(), caseless) - find.begin();
+  const std::string_view prefix = find.substr(0, static_cast<std::size_t>(prefixLength));
   for (std::size_t at = from; at <= last; ++at) {
     if (hasCase) {
       while (at <= last && toLowerChar(text[at]) != first) ++at;
     } else {
-      at = text.find(find[0], at);
+      at = text.find(prefix, at);
     }
     if (at > last) break;
     if (equalsNoCase(text.substr(at, find.size()), find)) return at;

@@ -18,9 +18,15 @@ std::int64_t sessionMinutesLeft() {
   return std::int64_t{settings.SESSION_MIN} - form1.sessionMinutesUsed;
 }
 
-// As replaceAllNoCase. Most markers stand in few pages, and a page is not copied for the others.
+// As replaceAllNoCase. Most markers stand once in a page or not at all, and it is not copied for those.
 void fill(std::string& page, std::string_view marker, std::string_view text) {
-  if (containsNoCase(page, marker)) page = replaceAllNoCase(page, marker, text);
+  const std::size_t first = findNoCase(page, marker);
+  if (first == std::string::npos) return;
+  if (findNoCase(page, marker, first + marker.size()) == std::string::npos) {
+    page.replace(first, marker.size(), text);
+  } else {
+    page = replaceAllNoCase(page, marker, text);
+  }
 }
 
 }  // namespace

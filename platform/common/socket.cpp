@@ -252,8 +252,11 @@ std::string SocketControl::getData() {
 
 bool SocketControl::sendData(std::string_view bytes) {
   if (impl_->state != Impl::State::connected) return false;
-  impl_->outgoing.append(bytes);
-  impl_->sends.push_back(bytes.size());
+  // What the system takes at once is not copied first.
+  const bool first = impl_->sends.empty() && !impl_->lost;
+  const std::size_t taken = first ? impl_->connection->send(bytes) : 0;
+  impl_->outgoing.append(bytes.substr(taken));
+  impl_->sends.push_back(bytes.size() - taken);
   impl_->flush();
   impl_->ready();
   return true;

@@ -10,6 +10,16 @@ namespace {
 
 constexpr std::size_t kLongestName = 255;
 
+char asciiLower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
+
+// The names of machines know no letter case but that of ASCII: two that differ in more are two machines.
+bool sameAscii(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return asciiLower(x) == asciiLower(y); });
+}
+
 [[gnu::cold]] std::optional<std::string> ipv4Octets(std::string_view text) {
   std::string octets;
   while (true) {
@@ -92,12 +102,12 @@ std::string bareHost(std::string_view host) {
 [[gnu::cold]] bool nameCovers(std::string_view certified, std::string_view host) {
   if (certified.empty() || host.empty()) return false;
   if (!certified.starts_with("*."))
-    return certified.find('*') == std::string_view::npos && equalsNoCase(certified, host);
+    return certified.find('*') == std::string_view::npos && sameAscii(certified, host);
   const std::string_view behind = certified.substr(1);
   const std::size_t dot = host.find('.');
   if (dot == std::string_view::npos || dot == 0) return false;
   const bool twoLabels = behind.find('.', 1) != std::string_view::npos;
-  return twoLabels && behind.find('*') == std::string_view::npos && equalsNoCase(behind, host.substr(dot));
+  return twoLabels && behind.find('*') == std::string_view::npos && sameAscii(behind, host.substr(dot));
 }
 
 std::string printableName(std::string_view text) {

@@ -144,7 +144,7 @@ TEST_F(SocketTest, CloseComesOnceAndTheSocketCanStillSend) {
 
 TEST_F(SocketTest, AResetCountsAsClose) {
   sim::Client client;
-  SocketControl& socket = connected(client);
+  static_cast<void>(connected(client));
   client.reset();
   doEvents();
   EXPECT_EQ(events, "C0 ");

@@ -261,14 +261,17 @@ bool isBusy() {
 enum class Turn { serve, progress, wait };
 
 // Pages that take files alone are served in the middle of what is under way, one at a time. Those that would
-// take the mail component away wait a moment, and then show how far it is. Actions wait.
-Turn turnOf(const Connection& connection) {
+// take the mail component away wait a moment, and then show how far it is; so do those that would put other
+// messages under the numbers of a form that waits. Actions wait.
+Turn turnOf(const Connection& connection, bool formWaits) {
   const std::vector<PageWork>& serving = gateway->serving;
   if (serving.empty() && !isBusy()) return Turn::serve;
   if (!serving.empty() && (serving.size() > 1 || serving.back() == PageWork::files)) return Turn::wait;
-  switch (traitsOf(connection).work) {
+  const PageTraits traits = traitsOf(connection);
+  switch (traits.work) {
     case PageWork::files:
-      return Turn::serve;
+      if (!formWaits || traits.rows != PageRows::fills) return Turn::serve;
+      [[fallthrough]];
     case PageWork::mailbox:
       return connection.request.method != "POST" &&
                      monotonicMilliseconds() - connection.lastActivity >= kGatewayProgressMilliseconds
@@ -282,11 +285,13 @@ Turn turnOf(const Connection& connection) {
 
 // The first request of the queue whose turn it is. False when there is none.
 bool serveNext() {
+  bool formWaits = false;  // whose messages go by the row tables
   for (auto waiting = gateway->queue.begin(); waiting != gateway->queue.end(); ++waiting) {
     Connection* const connection = find(*waiting);
-    const Turn turn = turnOf(*connection);
+    const Turn turn = turnOf(*connection, formWaits);
     if (turn == Turn::wait) {
       if (!isBusy()) return false;  // in their order
+      formWaits = formWaits || traitsOf(*connection).rows == PageRows::reads;
       continue;
     }
     const std::uint64_t id = *waiting;
@@ -302,9 +307,10 @@ bool serveNext() {
 }
 
 // What waits now, and what comes while it is served, has its turn. In the middle of something that goes on
-// only when this returns no more is served than waits now.
+// only when this returns no more is served than waits now; in the middle of a wait for a server one, since it
+// is looked again soon.
 void serveQueue() {
-  std::size_t most = gateway->queue.size();
+  std::size_t most = waitingForServer() ? 1 : gateway->queue.size();
   while (gateway && (most > 0 || (gateway->serving.empty() && !isBusy())) && serveNext()) {
     if (most > 0) --most;
   }

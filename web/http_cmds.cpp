@@ -145,7 +145,9 @@ std::string unrecognizedPage() {
 constexpr PageTraits kPage{PageKind::page, PageWork::files};
 constexpr PageTraits kMailPage{PageKind::page,
                                PageWork::mailbox};  // from the held listing where MSG= asks for it
+constexpr PageTraits kHeldPage{PageKind::page, PageWork::files, PageRows::fills};
 constexpr PageTraits kAction{PageKind::page, PageWork::action};
+constexpr PageTraits kRowAction{PageKind::page, PageWork::action, PageRows::reads};
 
 // The first row whose name the path begins with wins, so the order counts.
 constexpr Row kRowsForEverybody[] = {
@@ -159,8 +161,8 @@ constexpr Row kRowsForEverybody[] = {
 constexpr Row kRowsWithSession[] = {
     {"DISPLAYINBOX.HTM", displayInbox, kMailPage},
     {"DISPLAYEMAIL.CGI", displayEmail, {PageKind::message, PageWork::mailbox}},
-    {"DELETERESTORE.CGI", deleteRestore, kAction},
-    {"DELETE.CGI", deleteMail, kAction},
+    {"DELETERESTORE.CGI", deleteRestore, kRowAction},
+    {"DELETE.CGI", deleteMail, kRowAction},
     {"DISPLAYSPAMBOX.HTM", displaySpamBox, kMailPage},
     {"DISPLAYSPAM.CGI", displaySpam, {PageKind::message, PageWork::files}},
     {"DISPLAYFRIENDLIST.HTM", [] { return pageList("FriendList"); }, kPage},
@@ -222,7 +224,7 @@ PageTraits pageTraits(std::string_view target) {
   if (startsWithNoCase(path, kPreview)) return previewTakesMailbox(path) ? kMailPage : kPage;
   const PageTraits& traits = rowWithSession(path, true).traits;
   const bool listing = traits.kind == PageKind::page && traits.work == PageWork::mailbox;
-  return listing && firstMessageNumber(path) != -1 ? kPage : traits;
+  return listing && firstMessageNumber(path) != -1 ? kHeldPage : traits;
 }
 
 std::optional<std::string> dispatchRequest() {

@@ -23,9 +23,13 @@ enum class PageWork {
   action,   // changes something: one after the other
 };
 
+// What it has to do with the row tables, by whose numbers a posted form names its messages.
+enum class PageRows { none, fills, reads };
+
 struct PageTraits {
   PageKind kind = PageKind::unknown;
   PageWork work = PageWork::files;
+  PageRows rows = PageRows::none;
 };
 
 // Of the row of the page table that answers this target ("/config.htm?s=...") for the gateway. Without a live

@@ -8,8 +8,10 @@
 namespace vornelle {
 namespace {
 
-// Events of one look: a browser that asks on and on must not keep the program from the server.
+// Events of one look, and milliseconds: a browser that asks on and on must not keep the program from the
+// server.
 constexpr int kMostEvents = 64;
+constexpr std::int64_t kLongestLook = 50;
 
 struct Waits {
   std::function<void()> beforeBlocking;
@@ -50,7 +52,8 @@ void serveMeanwhile() {
       waits().lastLook = monotonicMilliseconds();
     }
   } const look;
-  for (int i = 0; i < kMostEvents; ++i) {
+  const std::int64_t start = monotonicMilliseconds();
+  for (int i = 0; i < kMostEvents && monotonicMilliseconds() - start < kLongestLook; ++i) {
     loop::collectSocketEvents();
     if (!loop::serveSocketEvent(loop::Which::meanwhile)) break;
   }

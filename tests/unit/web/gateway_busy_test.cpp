@@ -1,11 +1,14 @@
 // The gateway while something is under way: what is served in the middle of it, what waits, what shows how
 // far it is.
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "core/activity.h"
 #include "core/form1.h"
 #include "mail/mail_component.h"
+#include "platform/clock.h"
 #include "platform/modGoToSleep.h"
 #include "tests/unit/mail/sim_maildrop.h"
 #include "tests/unit/web/gateway_test_support.h"
@@ -82,6 +85,40 @@ TEST_F(BusyGateway, APageThatTakesTheMailComponentShowsHowFarItIsAfterAMoment) {
     EXPECT_THAT(requestsTaken(), ElementsAre("GET /mailfilter.cgi?s=SESSION")) << target;
     taken_.clear();
   }
+}
+
+// Its boxes carry numbers, and the listing would put other messages under them.
+TEST_F(BusyGateway, NoHeldListingOvertakesAFormThatGoesByItsRows) {
+  for (const std::string form : {"delete.cgi", "deleterestore.cgi"}) {
+    sim::Client deletion = open(), held = open();
+    std::string list;
+    meanwhile_ = [&] {
+      const Activity run(Task::filterRun);
+      deletion.send(post("/" + form + "?s=SESSION", "SUBMIT3=DELETE&D0=1&END=1"));
+      doEvents();
+      held.send(get("/displayspambox.htm?s=SESSION&MSG=0"));
+      list = ask(live("displayfriendlist.htm"));
+      EXPECT_THAT(held.received(), IsEmpty());
+      sim::advance(kGatewayProgressMilliseconds + 50);
+      EXPECT_EQ(body(held.received()), "<p>Filtering</p>[SESSION]");
+    };
+    ask(live("mailfilter.cgi"));
+    EXPECT_THAT(list, StartsWith("HTTP/1.1 200"));
+    EXPECT_THAT(requestsTaken(),
+                ElementsAre("GET /mailfilter.cgi?s=SESSION", "GET /displayfriendlist.htm?s=SESSION",
+                            "POST /" + form + "?s=SESSION"));
+    taken_.clear();
+  }
+}
+
+TEST_F(BusyGateway, OtherActionsThatWaitHoldUpNoHeldListing) {
+  sim::Client action = open();
+  meanwhile_ = [&] {
+    action.send(live("add2white.cgi"));
+    doEvents();
+    EXPECT_THAT(ask(get("/displayspambox.htm?s=SESSION&MSG=0")), StartsWith("HTTP/1.1 200"));
+  };
+  ask(live("mailfilter.cgi"));
 }
 
 TEST_F(BusyGateway, WhatIsOverInAMomentShowsNoProgress) {
@@ -199,6 +236,33 @@ TEST_F(GatewayInAWait, ProgressIsShownInItsMiddleToo) {
   pause(kGatewayProgressMilliseconds);  // nothing ticks
   EXPECT_TRUE(currentMail->popGetHeaderList(1));
   EXPECT_EQ(body(inbox.received()), "<p>Filtering</p>[SESSION]");
+}
+
+// A browser, or what else runs on this machine, may ask for as many pages as it likes.
+TEST_F(GatewayInAWait, TheServerWaitsForAPageOrTwoHoweverManyAreAskedFor) {
+  for (const bool queued : {false, true}) {
+    std::vector<sim::Client> clients;
+    for (int i = 0; i < 20; ++i) clients.push_back(open());
+    const std::function<void()> slowPage = [&] {
+      if (queued) doEvents();
+      pause(100);
+      meanwhile_ = slowPage;
+    };
+    meanwhile_ = slowPage;
+    std::vector<std::int64_t> times;  // at which commands have come
+    fetchHeaders("", [&] {
+      times.push_back(monotonicMilliseconds());
+      if (times.size() > 1) return;
+      for (sim::Client& client : clients) client.send(live("displayfriendlist.htm"));
+    });
+    ASSERT_GT(times.size(), 1u);
+    EXPECT_LE(times[1] - times[0], 300) << queued;
+    doEvents();
+    sim::advance(10000);
+    EXPECT_EQ(requestsTaken().size(), 20u);  // in their time
+    taken_.clear();
+    meanwhile_ = nullptr;
+  }
 }
 
 TEST_F(GatewayInAWait, TimersAndThePlainWireWaitForItsEndEvenBehindAPage) {

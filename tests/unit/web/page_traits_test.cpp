@@ -57,5 +57,14 @@ TEST_F(PageTraitsTest, AListingTakesTheMailComponentUnlessTheHeldOneIsAskedFor) 
   EXPECT_EQ(of("/displayemail.cgi").work, PageWork::mailbox);
 }
 
+TEST_F(PageTraitsTest, ListingsFillTheRowTablesAndTheFormsOfTheirPagesGoByThem) {
+  for (const char* path : {"/displayinbox.htm?msg=0&s=", "/displayspambox.htm?MSG=15&s="})
+    EXPECT_EQ(pageTraits(std::string(path) + kSessionId).rows, PageRows::fills) << path;
+  for (const char* path : {"/delete.cgi", "/deleterestore.cgi"})
+    EXPECT_EQ(of(path).rows, PageRows::reads) << path;
+  for (const char* path : {"/addtolist.cgi", "/preview.cgi", "/displayfriendlist.htm", "/displayspam.cgi"})
+    EXPECT_EQ(of(path).rows, PageRows::none) << path;
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -9,6 +9,7 @@
 #include "pages/browser_text.h"
 #include "pages/template.h"
 #include "platform/files.h"
+#include "platform/meanwhile.h"
 #include "web/request.h"
 
 namespace vornelle {
@@ -17,10 +18,12 @@ namespace {
 constexpr int kSessionIdLength = 64;
 
 // The maker's announcement as a block of table rows, which the page hides while the text is empty; "" where a
-// server has answered with a whole page of its own (an error page, a captive portal).
+// server has answered with a whole page of its own (an error page, a captive portal). In the middle of a wait
+// for a mail server it is the text as it came last: fetching it may take seconds, and they would count as
+// that server's.
 std::string announcementBlock() {
   const std::string path = applicationFolder() + "\\message.txt";
-  openUrl(VORNELLE_ANNOUNCEMENT_URL, path);
+  if (!waitingForServer()) openUrl(VORNELLE_ANNOUNCEMENT_URL, path);
   const std::string text = readWholeFile(path);
   if (containsNoCase(text, "<html>")) return "";
   return "\r\n<tr><td colspan='2'><p>" + pageText(text) +

@@ -1,8 +1,12 @@
 #include "web/session.h"
 
 #include <algorithm>
+#include <memory>
+#include <string_view>
 
 #include "core/version.h"
+#include "platform/meanwhile.h"
+#include "platform/net_stream.h"
 #include "tests/unit/web/web_test_support.h"
 #include "web/request.h"
 
@@ -17,6 +21,11 @@ using testing::StartsWith;
 
 constexpr const char* kIncorrect =
     "<script language='Javascript'>alert('Login incorrect!');history.back()</script>";
+
+struct SilentServer : sim::Server {
+  void onConnect(std::string& /*out*/) override {}
+  void onData(std::string_view /*bytes*/, std::string& /*out*/) override {}
+};
 
 class SessionTest : public WebTest {
  protected:
@@ -209,6 +218,23 @@ TEST_F(SessionTest, TheAnnouncementIsFetchedForEachLoginPage) {
   (void)loginPage("");
   (void)loginPage("x");
   EXPECT_THAT(sim::shell().downloadedUrls, SizeIs(2));
+}
+
+// The fetch may take seconds, and they would count as the mail server's.
+TEST_F(SessionTest, InTheMiddleOfAWaitForAServerTheAnnouncementIsTheOneThatCameLast) {
+  makeFile("\\message.txt", "News");
+  makeFile("\\data\\login.htm", "<form>x</form>");
+  sim::addServer("mail.example", 110, [] { return std::make_unique<SilentServer>(); });
+  const auto stream = openNetStream("mail.example", 110, 1000);
+  ASSERT_TRUE(stream);
+  std::string page;
+  setMeanwhile([&] { page = loginPage(""); });
+  char byte;
+  EXPECT_FALSE(stream->read(&byte, 1, 1000));
+  setMeanwhile(nullptr);
+  EXPECT_THAT(page, HasSubstr("<p>News</p>"));
+  EXPECT_THAT(sim::shell().downloadedUrls, IsEmpty());
+  EXPECT_EQ(contentOf("\\message.txt"), "News");
 }
 
 TEST_F(SessionTest, AnAnnouncementThatIsAWholePageIsNotShown) {

@@ -65,7 +65,7 @@ std::string CommonDialog1(HWND dialog) {
   question.lpstrTitle = title.c_str();
   question.Flags = OFN_EXPLORER | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
   if (!GetOpenFileNameW(&question)) return {};
-  return narrowPath(path.c_str());
+  return narrowPath(path.substr(0, path.find(L'\0')));
 }
 
 void loadFile(HWND dialog) {

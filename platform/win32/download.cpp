@@ -21,7 +21,7 @@ namespace vornelle {
 namespace {
 
 constexpr std::int64_t kMilliseconds = 2000;
-constexpr std::size_t kMostBytes = 64 * 1024;
+constexpr std::size_t kMostBytes = 64U << 10;
 constexpr DWORD kChunk = 2048;
 constexpr DWORD kFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_AUTO_REDIRECT |
                          INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_NO_COOKIES | INTERNET_FLAG_NO_AUTH |

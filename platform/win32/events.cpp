@@ -148,7 +148,7 @@ void waitEvents() {
 }
 
 // Windows tells the main window itself.
-void setTerminationHandler(std::function<void()>) {}
+void setTerminationHandler(std::function<void()>) {}  // NOLINT(performance-unnecessary-value-param)
 
 Timer::Timer(int intervalMilliseconds, bool enabled) : interval_(intervalMilliseconds), enabled_(enabled) {
   restart();

@@ -223,6 +223,7 @@ bool writeFileUnflushed(const std::string& path, std::string_view bytes) {
 
 std::vector<bool> flushFiles(const std::vector<std::string>& paths) {
   std::vector<bool> result;
+  result.reserve(paths.size());
   for (const std::string& path : paths) result.push_back(fileExists(path));
   return result;
 }

@@ -27,13 +27,13 @@ constexpr ULONG kContextFlags = ISC_REQ_SEQUENCE_DETECT | ISC_REQ_REPLAY_DETECT 
                                 ISC_REQ_MANUAL_CRED_VALIDATION;
 
 // A record takes 16 KB and a little.
-constexpr std::size_t kLongestRecord = 64 * 1024;
+constexpr std::size_t kLongestRecord = 64U << 10;
 constexpr char kAlert = 0x15;
 
 // The host's name as the name system and certificates know it; "" where it can be none. An address stays as
 // it is.
 [[gnu::cold]] std::string asciiHost(const std::string& host) {
-  const std::string bare = bareHost(host);
+  std::string bare = bareHost(host);
   if (addressOctets(bare) || std::all_of(bare.begin(), bare.end(), [](char c) { return c > 0; })) return bare;
   const std::wstring wide = widen(bare);
   std::array<wchar_t, 256> ascii{};

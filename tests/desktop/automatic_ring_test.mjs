@@ -1,4 +1,5 @@
 // The run that the Windows program's schedule starts: the tests of the console program, two minutes of the real clock.
+// ctest: first
 
 import { useWindowsProgram } from './window_run.mjs';
 

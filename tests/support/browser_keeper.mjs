@@ -77,7 +77,7 @@ if (process.argv[1] === fileURLToPath(import.meta.url)) {
   if (what === 'start') {
     await ask('stop');
     spawn(process.execPath, [process.argv[1], 'keep', String(process.ppid)], { detached: true, stdio: 'ignore' }).unref();
-    await until(() => fs.existsSync(address), 'the keeper of the browsers');
+    await until(() => fs.existsSync(address), 'the keeper of the browsers', 100000);
   } else if (what === 'stop') {
     await ask('stop');
   } else if (what === 'keep') {

@@ -1,5 +1,6 @@
 // The run that the schedule starts: two minutes after the program, by the real clock. Unlike one that is asked for over
 // HTTP it holds no request, so pages are served in the middle of it.
+// ctest: first
 
 import assert from 'node:assert/strict';
 import fs from 'node:fs';

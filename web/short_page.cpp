@@ -30,13 +30,11 @@ std::string inBrowserForm(std::string body) {
   constexpr std::string_view kBodyEnd = "</body></html>";
   for (const std::string_view tag : {"h2", "h3"}) {
     const std::string start = "<html><body><" + std::string(tag) + ">";
+    if (!body.starts_with(start)) continue;  // as most pages do not: they are not looked through
     const std::string close = "</" + std::string(tag) + ">";
     const std::size_t end = body.find(close);
     const std::size_t rest = body.rfind(kBodyEnd);
-    if (!body.starts_with(start) || end == std::string::npos || rest == std::string::npos ||
-        rest < end + close.size()) {
-      continue;
-    }
+    if (end == std::string::npos || rest == std::string::npos || rest < end + close.size()) continue;
     std::string lines = body.substr(end + close.size(), rest - end - close.size());
     if (lines.find("<a ") == std::string::npos) lines += "<p><a href='/'>Start page</a></p>";
     return shortPage(body.substr(start.size(), end - start.size()), "<div>" + lines + "</div>");

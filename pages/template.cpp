@@ -1,7 +1,11 @@
 #include "pages/template.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "base/text.h"
 #include "core/form1.h"
@@ -27,6 +31,41 @@ void fill(std::string& page, std::string_view marker, std::string_view text) {
   } else {
     page = replaceAllNoCase(page, marker, text);
   }
+}
+
+// The longest stretch of the page in which no marker begins: the scripts of top.inc, as a rule. Every marker
+// begins like one of these and ends at a ">".
+std::string_view longestPlainStretch(std::string_view page) {
+  constexpr std::string_view kBeginnings[] = {"<!--", "<HEAD>", "</TITLE>"};
+  std::vector<std::size_t> places = {page.size()};
+  for (const std::string_view beginning : kBeginnings) {
+    for (std::size_t at = 0; (at = findNoCase(page, beginning, at)) != std::string::npos; ++at) {
+      places.push_back(at);
+    }
+  }
+  std::sort(places.begin(), places.end());
+  std::string_view longest = page.substr(0, 0);
+  std::size_t from = 0;
+  for (const std::size_t place : places) {
+    if (place > from && place - from > longest.size()) longest = page.substr(from, place - from);
+    from = std::min(page.find('>', place), page.size() - 1) + 1;
+  }
+  return longest;
+}
+
+// Runs `work` on the page while its longest plain stretch, which may be most of it, is set aside: each marker
+// would make the program look through it, and move it.
+template <typename Work>
+std::string withoutPlainStretch(std::string page, const Work& work) {
+  // No text that is filled in can look like this: a NUL gets into none.
+  constexpr std::string_view kAside("<\0aside>", 8);
+  const std::string_view plain = longestPlainStretch(page);
+  const auto start = static_cast<std::size_t>(plain.data() - page.data());
+  const std::string aside(plain);
+  page.replace(start, aside.size(), kAside);
+  work(page);
+  const std::size_t place = page.find(kAside);
+  return place == std::string::npos ? page : page.replace(place, kAside.size(), aside);
 }
 
 }  // namespace
@@ -63,16 +102,18 @@ std::string readTemplate(std::string_view templateName) {
 
 std::string fillPage(std::string page, const std::vector<Marker>& pageMarkers,
                      const std::vector<Marker>& lateMarkers) {
-  for (const auto& [marker, text] : pageMarkers) fill(page, marker, text);
-  fill(page, "<!--SSVERSION-->", versionText());
-  fill(page, "<!--SSSESSION-->", form1.sessionId);
-  for (const auto& [marker, text] : lateMarkers) fill(page, marker, text);
-  // No address in the tag: the browser asks for the same page again when the session is over and meets the
-  // login page.
-  const std::int64_t secondsLeft = sessionMinutesLeft() * 60;
-  fill(page, "<HEAD>",
-       "<head>\r\n<meta http-equiv='refresh' content='" + std::to_string(secondsLeft) + "'>\r\n");
-  return pageTitleUpdate(page);
+  return withoutPlainStretch(std::move(page), [&](std::string& rest) {
+    for (const auto& [marker, text] : pageMarkers) fill(rest, marker, text);
+    fill(rest, "<!--SSVERSION-->", versionText());
+    fill(rest, "<!--SSSESSION-->", form1.sessionId);
+    for (const auto& [marker, text] : lateMarkers) fill(rest, marker, text);
+    // No address in the tag: the browser asks for the same page again when the session is over and meets the
+    // login page.
+    const std::int64_t secondsLeft = sessionMinutesLeft() * 60;
+    fill(rest, "<HEAD>",
+         "<head>\r\n<meta http-equiv='refresh' content='" + std::to_string(secondsLeft) + "'>\r\n");
+    pageTitleUpdate(rest);
+  });
 }
 
 }  // namespace vornelle

@@ -56,6 +56,7 @@ const BEFORE_LOGIN = [
     await user.page.fill('#account', 'a&b');
     await user.page.waitForSelector('#account-problem:visible');
   }],
+  ['guide', (user) => user.open('/guide.htm')],
   ['no such view', (user) => user.open(`/view.htm?v=${'A'.repeat(32)}`)],
 ];
 const VIEWS = [

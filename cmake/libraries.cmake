@@ -76,6 +76,7 @@ target_link_libraries(vornelle_portable INTERFACE vornelle_startup)
 # What goes over every byte of a mailbox is built for speed in a program that is built for size.
 if(WIN32)
   set_source_files_properties(
+    ${PROJECT_SOURCE_DIR}/base/characters.cpp
     ${PROJECT_SOURCE_DIR}/base/text.cpp
     ${PROJECT_SOURCE_DIR}/base/unicode.cpp
     ${PROJECT_SOURCE_DIR}/core/letter_case.cpp

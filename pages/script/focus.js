@@ -70,6 +70,12 @@
     if (part.link) return list(findAll(part.place + ' a')).filter(function (link) { return link.textContent === part.link; })[0];
     return null;
   }
+  // What can be seen already moves nothing: the strip above it says what came of the action. A button in a bar that sticks to
+  // the window's edge would be scrolled for, since that edge counts as hidden.
+  function focus(target) {
+    var place = target.getBoundingClientRect();
+    target.focus({ preventScroll: place.top >= 0 && place.bottom <= innerHeight });
+  }
   function arrive() {
     var before = store(null), target = null, read;
     if (!before || Date.now() - before.time > FRESH) return;
@@ -81,7 +87,7 @@
     } else if (before.part && before.part.action === 'mailfilter.cgi') {
       target = placeFor(before.part);
     }
-    if (target) target.focus();
+    if (target) focus(target);
   }
 
   document.addEventListener('submit', function () { submitted = document.activeElement; }, true);

@@ -102,7 +102,7 @@
     steps = [
       [setup.mailbox, 'Enter your mailbox', pageLink('config').href],
       [setup.friends, 'Put the people you know on the FriendList', pageLink('friendlist').href],
-      [setup.run, 'Press Filter Mail, and look through the SpamBox for people you know', pageLink('spambox').href],
+      [setup.run, 'Press Filter Mail and look through the SpamBox', pageLink('spambox').href],
       [status.active && !status.testMode, 'When only spam is caught: test mode off, Active on', pageLink('config').href + '#ACTIVE'],
     ];
     if (steps.every(function (step) { return step[0]; })) return null;

@@ -76,6 +76,20 @@ inEachBrowser((userTest) => {
     assert.equal(app.read(FRIENDS), 'bob@x.example\r\neve@x.example\r\n');
   });
 
+  userTest('WhatCameOfSavingIsInSightWhereverTheButtonWasPressed', () => app, async (user) => {
+    await user.login();
+    await user.go('config');
+    await user.page.focus('#HTTP_PORT_CFG');  // the last field of the page
+    await user.page.click('.save button');
+    await strip(user, 'Saved.');
+    await user.page.waitForFunction(() => document.activeElement.closest('.save'));
+    const [top, bottom, height] = await user.page.evaluate(() => {
+      const line = document.querySelector('#strip .good, #strip .bad').getBoundingClientRect();
+      return [line.top, line.bottom, innerHeight];
+    });
+    assert.ok(top >= 0 && bottom <= height, `${top} to ${bottom} of ${height}`);
+  }, { viewport: { width: 1024, height: 640 } });
+
   userTest('TheStripTellsWhatCameOfAFilterRun', () => app, async (user) => {
     const names = Array.from({ length: 40 }, (_, n) => `spam-${n}`);
     slow.addSpam(...names);

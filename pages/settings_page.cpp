@@ -38,7 +38,7 @@ std::string logInNote() {
   std::string html =
       "<p id=\"log-in-note\">Account name and password are also your log-in to these pages, right or wrong. "
       "Correct them here before you are logged out. Otherwise log in with exactly what stands here now, or "
-      "open the settings from the menu of Vornelle's own window.</p>\r\n";
+      "open Config in the menu of Vornelle's own window.</p>\r\n";
   if (!form1.requestByGateway || !earlierLogIn) return html;
   return html +
          "<form method=\"post\" class=\"offer\" data-wait=\"Trying to log onto the servers.\" "

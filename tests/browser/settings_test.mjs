@@ -147,7 +147,7 @@ inEachBrowser((userTest) => {
     assert.ok(await user.page.isHidden('#provider'));
     await user.page.fill('#EMAIL_ADDRESS', 'Joe@GMX.com ');
     await user.page.waitForSelector('#provider:visible');
-    assert.match(await user.text('#provider'), /^GMX has the servers pop\.gmx\.com:995 and mail\.gmx\.com:465\./);
+    assert.match(await user.text('#provider'), /^GMX \(others\) has the servers pop\.gmx\.com:995 and mail\.gmx\.com:465\. What has to be done there: Allow POP3/);
     await user.picture('settings-provider');
     await user.page.click('#provider button');
     const values = await user.page.$$eval('#POP_SERVER, #POP_ACCOUNT, #SMTP_SERVER, #SMTP_USER', (all) => all.map((one) => one.value));
@@ -156,6 +156,7 @@ inEachBrowser((userTest) => {
     await user.page.fill('#EMAIL_ADDRESS', 'joe@hotmail.com');
     assert.match(await user.text('#provider'), /^Outlook\.com takes no password/);
     assert.equal(await user.page.locator('#provider button').count(), 0);
+    assert.match(await user.page.getAttribute('#provider a', 'href'), /guide\.htm.*#providers$/);
     assert.deepEqual(posted(), []);
   });
 
@@ -220,6 +221,22 @@ inEachBrowser((userTest) => {
       await user.page.waitForSelector('#CHECK_MIN[value="20"]');
       await user.go('inbox');
       assert.equal(user.dialogs.length, asked + 1);
+    });
+
+    userTest('ARefusedPasswordIsToldToBeTheLogInTooAndTheOneOfBeforeCanBePutBack', () => other, async (user) => {
+      await settings(user);
+      await user.page.fill('#POP_PASSWORD', 'wrong');
+      await update(user);
+      await user.said('Cannot log onto POP3 Server!');
+      await user.page.waitForSelector('#log-in-note');
+      assert.match(await user.text('#POP3-note'), /While logging on, .* said: .* account or password/);
+      assert.match(await user.text('#log-in-note'), /are also your log-in to these pages, right or wrong/);
+      await user.picture('settings-refused-password');
+      assert.match(other.read('Vornelle.ini'), /POP_PASSWORD=wrong\r\n/);
+      await user.page.click('form[action^="earlierlogin"] button');
+      await user.page.waitForSelector('#log-in-note', { state: 'detached' });
+      await user.page.waitForFunction(() => document.querySelector('#strip').textContent.includes('Saved. The mail servers'));
+      assert.match(other.read('Vornelle.ini'), /POP_PASSWORD=secret\r\n/);
     });
   });
 });

@@ -175,12 +175,19 @@ describe('the guide', () => {
     assert.deepEqual(messages.filter(([, text]) => !said.includes(text)), []);
   });
 
-  // The server names that the settings page offers for an address are those of the guide.
-  test('names the servers of every provider that the settings page knows', () => {
-    const providers = fs.readFileSync(path.join(repository, 'pages', 'script', 'providers.js'), 'latin1');
-    const offered = [...providers.matchAll(/'([a-z0-9.-]+:\d+)'/g)].map(([, name]) => name);
-    assert.ok(offered.length > 20);
-    assert.deepEqual(offered.filter((name) => !said.includes(name)), []);
+  // The build takes them from there (script/templates).
+  test('gives the settings page the servers of each provider, and no address belongs to two of them', () => {
+    const rows = [...guide.matchAll(/<tr data-domains="([^"]+)"><td>[^<]+<\/td><td><code>([^<]+)<\/code>.*?<br><code>([^<]+)<\/code>/g)];
+    assert.ok(rows.length > 20);
+    assert.equal(rows.length, guide.match(/data-domains=/g).length);
+    const domains = rows.flatMap(([, all]) => all.split(' '));
+    assert.deepEqual(domains.filter((one, at) => domains.indexOf(one) !== at), []);
+    for (const [, all, pop, smtp] of rows) {
+      assert.match(pop, /^[a-z0-9.-]+:995$/, all);
+      assert.match(smtp, /^[a-z0-9.-]+:(465|587)$/, all);
+    }
+    const page = fs.readFileSync(path.join(repository, 'dist', 'linux', 'data', 'config.htm'), 'latin1');
+    for (const [, all, pop, smtp] of rows) assert.match(page, new RegExp(`\\["${all}","[^"]+","${pop}","${smtp}",`));
   });
 
   test('names every file of the application folder', () => {

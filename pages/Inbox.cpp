@@ -108,7 +108,7 @@ std::string inboxRow(std::int16_t i, const KnownSenders* known) {
   return "<tr class='tableBGcolor'>\r\n" + senderCell(from, "", known) + textCell("date", *inboxDate(i)) +
          subjectCell(*inboxSubject(i), messageAddress("displayemail.cgi?uidl=" + *uidl, "inbox", *uidl),
                      sizeText) +
-         sizeCell(sizeText) + boxCellStart("delete") + rowBox(settings.deletePrefix, i) +
+         sizeCell(sizeText) + boxCellStart("delete") + rowBox(settings.deletePrefix, i, *uidl) +
          "\r\n    </td>\r\n" + "  </tr>\r\n";
 }
 

@@ -113,8 +113,9 @@ std::string spamboxRow(std::int16_t i, const KnownSenders* known) {
          textCell("date", *spamboxDate(i), wasRestored(*key) ? "restored" : "") +
          subjectCell(*spamboxSubject(i), messageAddress("displayspam.cgi?fn=" + *key + ".txt", "spam", *key),
                      sizeText) +
-         sizeCell(sizeText) + boxCellStart("restore") + rowBox(settings.restorePrefix, i) + "</td>\r\n" +
-         boxCellStart("delete") + rowBox(settings.deletePrefix, i) + "</td>\r\n" + "  </tr>\r\n";
+         sizeCell(sizeText) + boxCellStart("restore") + rowBox(settings.restorePrefix, i, *key) +
+         "</td>\r\n" + boxCellStart("delete") + rowBox(settings.deletePrefix, i, *key) + "</td>\r\n" +
+         "  </tr>\r\n";
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
 #include "pages/befriend.h"
+#include "pages/message_rows.h"
 #include "pages/template.h"
 #include "platform/events.h"
 #include "platform/files.h"
@@ -35,6 +36,7 @@ struct CheckedRow {
   std::int32_t row = 0;
   std::string key;
   std::string sender;
+  bool stale = false;  // another message stands in the row than the one that was ticked
 };
 
 // Names come from the browser, and keys of an Inbox row from the server: neither may lead out of the SpamBox
@@ -71,6 +73,8 @@ std::string noSuchMessage() {
 // The checked boxes of a posted form: "D3=1&R5=1&...&END". What stands in their rows is taken at once, since
 // a page that is built while the first rows are worked through would put other messages under the same
 // numbers. Only names that are a prefix and plain digits count: another field must never be taken for a row.
+// The last page that was built owns the row tables; a box of another one, in another window of the browser
+// say, has a stamp that tells so.
 std::vector<CheckedRow> checkedRows(std::string_view rest) {
   std::vector<CheckedRow> rows;
   const std::size_t end = findNoCase(rest, "&END");
@@ -91,7 +95,10 @@ std::vector<CheckedRow> checkedRows(std::string_view rest) {
     if (number > kLastRow) continue;
     const auto row = static_cast<std::int32_t>(number);
     const auto index = static_cast<std::size_t>(row);
-    rows.push_back({isRestore, row, form1.rowKey[index], form1.rowSender[index]});
+    const std::string& key = form1.rowKey[index];
+    const std::string_view value = pair.substr(equals + 1);
+    const bool stale = value.starts_with('k') && value != rowStamp(key);
+    rows.push_back({isRestore, row, key, form1.rowSender[index], stale});
   }
   return rows;
 }
@@ -199,7 +206,7 @@ bool restoreRow(const CheckedRow& row) {
 std::vector<std::string> restoredSenders(const std::vector<CheckedRow>& rows) {
   std::vector<std::string> senders;
   for (const CheckedRow& row : rows) {
-    if (!row.restore || !isNameInFolder(row.key)) continue;
+    if (!row.restore || row.stale || !isNameInFolder(row.key)) continue;
     const auto message = MailComponent::loadMessageFileHeader(spamPath(row.key));
     if (message) senders.push_back(message->getFromDisplay());
   }
@@ -234,7 +241,12 @@ void workThrough(std::vector<CheckedRow> rows, bool inbox, bool befriend) {
     const CheckedRow& row = rows[i];
     activity.step(static_cast<int>(i), static_cast<int>(rows.size()));
     doEvents();
-    if (row.restore) {
+    if (row.stale) {
+      LogWindowAdd("**Not " + std::string(row.restore ? "restored" : "deleted") + ", since row " +
+                   std::to_string(row.row) + " holds another message now");
+      ++(row.restore ? tally.notRestored : tally.notDeleted);
+      if (row.restore) notRestored.push_back(row.row);
+    } else if (row.restore) {
       const bool restored = restoreRow(row);
       ++(restored ? tally.restored : tally.notRestored);
       if (!restored) notRestored.push_back(row.row);
@@ -306,7 +318,7 @@ void deleteChecked(std::string_view box) {
 }
 
 void actOnMessage(std::string_view box, const std::string& key, const std::string& sender, MessageAct act) {
-  workThrough({{act != MessageAct::remove, 0, key, sender}}, box == "INBOX",
+  workThrough({{act != MessageAct::remove, 0, key, sender, false}}, box == "INBOX",
               act == MessageAct::restoreAndBefriend);
 }
 

@@ -1,8 +1,10 @@
 #include "pages/message_rows.h"
 
+#include <cstdio>
 #include <optional>
 
 #include "base/characters.h"
+#include "base/hash.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "base/url_decode.h"
@@ -189,8 +191,16 @@ std::string sizeTextOf(std::string_view bytes) {
   return bytes2KB(val(bytes));
 }
 
-std::string rowBox(std::string_view prefix, int row) {
-  return "<input name='" + std::string(prefix) + std::to_string(row) + "' type='checkbox' value='1'>";
+std::string rowBox(std::string_view prefix, int row, std::string_view key) {
+  const std::string value = form1.requestByGateway ? rowStamp(key) : "1";
+  return "<input name='" + std::string(prefix) + std::to_string(row) + "' type='checkbox' value='" + value +
+         "'>";
+}
+
+std::string rowStamp(std::string_view key) {
+  char text[24];
+  std::snprintf(text, sizeof text, "k%016llx", static_cast<unsigned long long>(fnv1a(key)));
+  return text;
 }
 
 }  // namespace vornelle

@@ -83,7 +83,11 @@ struct RowPage {
 // The size for display of a byte count in decimal.
 [[nodiscard]] std::string sizeTextOf(std::string_view bytes);
 
-// "<input name='D3' type='checkbox' value='1'>"
-[[nodiscard]] std::string rowBox(std::string_view prefix, int row);
+// "<input name='D3' type='checkbox' value='1'>"; in a browser the value is the stamp of the row's message.
+[[nodiscard]] std::string rowBox(std::string_view prefix, int row, std::string_view key);
+
+// A short stand-in for a message's key, "k" and 16 hexadecimal digits: by it a box that is posted tells
+// whether its number still means the message that was ticked.
+[[nodiscard]] std::string rowStamp(std::string_view key);
 
 }  // namespace vornelle

@@ -6,6 +6,7 @@
 
 #include "core/activity.h"
 #include "mail/mail_component.h"
+#include "pages/message_rows.h"
 #include "tests/unit/line_server.h"
 #include "tests/unit/pages/pages_test_support.h"
 
@@ -500,6 +501,41 @@ TEST_F(MessageActions, ASenderWhoseAddressWouldNeedAQuestionIsNotMadeAFriend) {
   EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "");
   EXPECT_EQ(outcomes.restore.text,
             "4 restored, 4 senders not put on the FriendList: do that by hand if it has to be");
+}
+
+// Two windows of a browser: the page that was built last owns the rows.
+TEST_F(MessageActions, ABoxOfAnOlderPageDoesNothingToTheMessageThatStandsInItsRowNow) {
+  for (const char* key : {"a", "b", "c"})
+    makeFile("\\spam\\" + std::string(key) + ".txt", "From: " + std::string(key) + "@x.example\r\n");
+  makeFile("\\data\\friendlist.txt", "");
+  row(0, "a", "ann");
+  row(1, "b", "bob");
+  row(2, "c", "cy");
+  form("befriend=1&SUBMIT3=RESTORE-DELETE&D0=" + rowStamp("z") + "&D1=" + rowStamp("b") +
+       "&R2=" + rowStamp("z") + "&D2=" + rowStamp("c") + "&END=1");
+  form1.requestByGateway = true;
+  deleteChecked("SPAMBOX");
+  EXPECT_EQ(contentOf("\\spam\\a.txt"), "From: a@x.example\r\n");
+  EXPECT_EQ(contentOf("\\spam\\b.txt"), "(missing)");
+  EXPECT_EQ(contentOf("\\spam\\c.txt"), "From: c@x.example\r\n");
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "");
+  EXPECT_EQ(outbox_.text, "");
+  EXPECT_THAT(logged(),
+              ElementsAre("**Not deleted, since row 0 holds another message now", "Delete spam from bob",
+                          "**Not restored, since row 2 holds another message now",
+                          "**Not deleted, since it could not be restored: c.txt"));
+  EXPECT_EQ(outcomes.deletion.text, "1 deleted, 2 could not be: the event log tells why");
+}
+
+TEST_F(MessageActions, ABoxOfAnOlderPageDeletesNothingFromTheServerEither) {
+  mailbox_.add("a", "a@x.example", "Hi");
+  mailbox_.add("b", "b@x.example", "Hi");
+  row(0, "a", "ann");
+  row(1, "b", "bob");
+  form("SUBMIT3=DELETE&D0=" + rowStamp("b") + "&D1=" + rowStamp("b") + "&END=1");
+  deleteChecked("INBOX");
+  EXPECT_THAT(logged(),
+              ElementsAre("**Not deleted, since row 0 holds another message now", "Delete mail from bob"));
 }
 
 TEST_F(MessageActions, WhatHasBeenRestoredIsKnownUntilItIsDeleted) {

@@ -174,7 +174,7 @@ TEST_F(MessageRows, TheSizeIsInKilobytes) {
 }
 
 TEST_F(MessageRows, ABoxIsNamedByItsPrefixAndItsRow) {
-  EXPECT_EQ(rowBox("D", 12), "<input name='D12' type='checkbox' value='1'>");
+  EXPECT_EQ(rowBox("D", 12, "key"), "<input name='D12' type='checkbox' value='1'>");
 }
 
 // ---- through the gateway ----
@@ -190,6 +190,12 @@ TEST_F(BrowserRows, EachCellNamesItsColumn) {
   EXPECT_EQ(boxCellStart("restore"),
             "    <td align='center' style='background-color:#3FE11F' class='restore'>");
   EXPECT_EQ(boxCellStart("delete"), "    <td align='center' style='background-color:red' class='delete'>");
+}
+
+TEST_F(BrowserRows, ABoxCarriesTheStampOfItsMessage) {
+  EXPECT_EQ(rowBox("D", 12, "key"), "<input name='D12' type='checkbox' value='" + rowStamp("key") + "'>");
+  EXPECT_EQ(rowStamp("").size(), 17u);
+  EXPECT_NE(rowStamp("key"), rowStamp("kez"));
 }
 
 TEST_F(BrowserRows, AMarkStandsBehindTheDate) {

@@ -124,6 +124,16 @@ function setRegistry(prefix, hive, key, name, value) {
   fs.appendFileSync(file, `\n[${key.replaceAll('\\', '\\\\')}] 1700000000\n${line}\n`);
 }
 
+// Chinese, Japanese and Korean letters come from the font that script/setup installs. Wine looks for those of Windows, each
+// script in its own way: Korean in what is linked to the window's font, the others (by the tags "hani" and "kana") in one that
+// stands in for it.
+function linkFonts(prefix) {
+  const font = 'WenQuanYi Zen Hei';
+  setRegistry(prefix, 'system.reg', 'Software\\Microsoft\\Windows NT\\CurrentVersion\\FontLink\\SystemLink', 'DejaVu Sans',
+    `str(7):"wqy-zenhei.ttc,${font}\\0"`);
+  for (const tag of ['696e6168', '616e616b']) setRegistry(prefix, 'user.reg', 'Software\\Wine\\Uniscribe\\Fallback', tag, `"${font}"`);
+}
+
 // An authority (its certificate in DER) that this Wine trusts beside those of the machine.
 export function trustAuthority(prefix, der) {
   const word = (value) => { const bytes = Buffer.alloc(4); bytes.writeUInt32LE(value); return bytes; };
@@ -194,6 +204,7 @@ export class Desktop {
       `dword:${dpi.toString(16).padStart(8, '0')}`);
     if (authority) trustAuthority(this.prefix, authority);
     this.#registerBrowser();
+    linkFonts(this.prefix);
     this.manager = keepChild(spawn('openbox', [], { env: this.env, stdio: 'ignore' }));
     this.probe = new Probe(this.env);
     // Once it has answered, Wine's server runs. Two programs that start together in a new prefix would each start one.

@@ -145,7 +145,9 @@ inEachBrowser((userTest, browser) => {
         })));
         await new Promise((resolve) => setTimeout(resolve, 700));`);
       await assertUntouched();
-      // A whole window goes there, and the user has clicked.
+      // A whole window goes there, and the user has clicked. From one address, which is another site for two of the three
+      // and the same site for one.
+      if (host !== 'localhost') return;
       const baits = HOSTS.map(program).flatMap((at) => [`<a href="${at}/UNLOADME" target="_blank">`, `<a href="${at}/LOGOUT.CGI" target="_blank">`,
         ...['UNLOADME', 'LOGOUT.CGI', `preview.cgi?s=${app.sessionId}`].map((target) => `<form method="post" action="${at}/${target}" target="_blank">
           <input type="hidden" name="b" value="spam"><input type="hidden" name="k" value="kept"><input type="hidden" name="act" value="delete">

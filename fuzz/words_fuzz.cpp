@@ -12,7 +12,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string value(reinterpret_cast<const char*>(data), size);
   const std::string text = vornelle::decodeEncodedWords(value);
-  // A character of one byte becomes at most eight letters: "&#65439;", a half-width katakana behind "ESC ( I".
+  // A character of one byte becomes at most eight letters: "&#65439;", a half-width katakana behind "ESC (
+  // I".
   if (text.size() > 8 * size) std::abort();
   bool plain = value.find("=?") == std::string::npos;
   for (const char c : value) plain = plain && static_cast<unsigned char>(c) < 0x80;

@@ -11,7 +11,6 @@
   function showProblem(field) {
     var text = problemOf(field), place = document.getElementById(field.id + '-problem');
     place.textContent = text;
-    place.hidden = !text;
     if (text) field.setAttribute('aria-invalid', 'true'); else field.removeAttribute('aria-invalid');
     return text;
   }

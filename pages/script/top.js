@@ -69,21 +69,26 @@
   function reveal(field) {
     var place = byId(field.id + '-problem');
     field.scrollIntoView({ block: 'nearest' });
-    if (place && !place.hidden) place.scrollIntoView({ block: 'nearest' });
+    if (place && place.textContent) place.scrollIntoView({ block: 'nearest' });
+  }
+
+  // What is announced has to be there before it says anything.
+  function problemPlace(field) {
+    var id = field.id + '-problem', place = byId(id);
+    if (place) return place;
+    place = make('p');
+    place.id = id;
+    place.className = 'problem';
+    place.setAttribute('role', 'alert');
+    (field.closest('.field') || field.closest('.line').parentNode).appendChild(place);
+    return place;
   }
 
   function showProblem(field, form) {
-    var text = problemOf(field, form), id = field.id + '-problem', place = byId(id);
-    if (!place && text) {
-      place = make('p');
-      place.id = id;
-      place.className = 'problem';
-      place.setAttribute('role', 'alert');
-      (field.closest('.field') || field.closest('.line').parentNode).appendChild(place);
-    }
-    if (place) { place.textContent = text; place.hidden = !text; }
+    var text = problemOf(field, form), place = problemPlace(field);
+    place.textContent = text;
     if (text) field.setAttribute('aria-invalid', 'true'); else field.removeAttribute('aria-invalid');
-    describe(field, id, text);
+    describe(field, place.id, text);
     return text;
   }
 
@@ -110,6 +115,7 @@
       data.append(text.slice(0, at), text.slice(at + 1));
     });
     typed(form).forEach(function (field) {
+      problemPlace(field);
       field.addEventListener('input', function () { if (showProblem(field, form) && field.matches(':focus')) reveal(field); });
     });
   }

@@ -134,6 +134,9 @@ async function walk(user, look) {
     await go(user);
     await look(name);
   }
+  // The page that was wanted without a session is not what is shown next here.
+  await user.open('/');
+  await user.page.evaluate(() => sessionStorage.clear());
   await user.login();
   session = user.sessionId;
   for (const [name, go] of VIEWS) {
@@ -167,7 +170,8 @@ const everyViewIsClean = (scheme) => (userTest) => {
     assert.equal(found.join('\n'), '');
   }, { viewport: DESK });
 
-  userTest(`TheCheckerFindsNothingOnThePageThatWaits (${scheme})`, () => app, async (user) => {
+  if (scheme === 'light') return;
+  userTest('TheCheckerFindsNothingOnThePageThatWaits', () => app, async (user) => {
     const end = await showProgress(user);
     try {
       assert.equal((await violations(user)).join('\n'), '');
@@ -177,5 +181,148 @@ const everyViewIsClean = (scheme) => (userTest) => {
   });
 };
 
-inEachBrowser(everyViewIsClean('light'));
-inEachBrowser(everyViewIsClean('dark'), { dark: true });
+// Elements that stand beyond the window's edge, or whose text does not fit into them. Wide tables of the guide scroll by
+// themselves.
+const whatIsLost = (page) => page.evaluate(() => {
+  const lost = document.documentElement.scrollWidth > innerWidth ? [`the page is ${document.documentElement.scrollWidth} pixels wide`] : [];
+  for (const one of document.querySelectorAll('body *')) {
+    const box = one.getBoundingClientRect();
+    const style = getComputedStyle(one);
+    if (!box.width || !box.height || style.visibility === 'hidden' || one.closest('.skip, svg, iframe, select, .wide')) continue;
+    const cut = /hidden|clip/.test(style.overflowX) && one.scrollWidth > one.clientWidth + 1 && !/^(input|textarea)$/.test(one.localName) && !one.title;
+    if (box.left < -1 || box.right > innerWidth + 1 || cut) lost.push(`${one.localName}.${one.className} ${one.textContent.trim().slice(0, 30)}: ${Math.round(box.left)} to ${Math.round(box.right)}`);
+  }
+  return lost;
+});
+
+// What the Tab key reaches, as far as it is not to be seen there: behind something, or beyond the window's edge.
+async function hiddenStops(page) {
+  const hidden = [];
+  for (let stop = 0; stop < 120; stop++) {
+    await page.keyboard.press('Tab');
+    const found = await page.evaluate(() => {
+      const one = document.activeElement;
+      if (!one || one === document.body || one.localName === 'html') return 'end';
+      if (one.dataset.reached) return 'end';
+      one.dataset.reached = '1';
+      if (one.localName === 'iframe') return '';
+      const box = one.getClientRects()[0];
+      const [x, y] = [box.left + Math.min(box.width, 60) / 2, box.top + Math.min(box.height, 60) / 2];
+      const top = document.elementFromPoint(x, y);
+      return top && (one.contains(top) || top.contains(one)) ? '' : `${one.outerHTML.slice(0, 90)} at ${Math.round(x)}, ${Math.round(y)} behind ${top?.outerHTML.slice(0, 60)}`;
+    });
+    if (found === 'end' && stop > 5) break;
+    if (found && found !== 'end') hidden.push(found);
+  }
+  return hidden;
+}
+
+inEachBrowser((userTest, name) => {
+  everyViewIsClean('light')(userTest);
+
+  for (const [what, size] of [['a small phone', { width: 320, height: 568 }], ['a desk at 200 percent', { width: 640, height: 400 }]]) {
+    userTest(`NothingIsLostOn ${what}`, () => app, async (user) => {
+      const lost = [];
+      await walk(user, async (view) => lost.push(...(await whatIsLost(user.page)).map((one) => `${view}: ${one}`)));
+      assert.equal(lost.join('\n'), '');
+    }, { viewport: size });
+  }
+
+  userTest('WhatHasTheFocusCanBeSeen', () => app, async (user) => {
+    await user.login();
+    const hidden = [];
+    for (const size of [{ width: 1024, height: 640 }, { width: 640, height: 400 }]) {
+      await user.page.setViewportSize(size);
+      for (const view of ['spambox', 'config', 'enemylist']) {
+        await user.go(view);
+        await user.page.evaluate(() => document.querySelector('.skip').focus());
+        hidden.push(...(await hiddenStops(user.page)).map((one) => `${view}, ${size.width} pixels wide: ${one}`));
+        // Backwards things come from above.
+        await user.page.evaluate(() => { for (const one of document.querySelectorAll('[data-reached]')) delete one.dataset.reached; });
+      }
+    }
+    assert.equal(hidden.join('\n'), '');
+  });
+
+  userTest('TheFirstStopLeadsPastTheNavigation', () => app, async (user) => {
+    await user.login();
+    await user.page.evaluate(() => document.activeElement.blur());
+    await user.page.keyboard.press('Tab');
+    assert.equal(await user.page.evaluate(() => document.activeElement.textContent), 'Skip to the content');
+    assert.ok((await user.page.locator('.skip').boundingBox()).x >= 0, 'it is in sight');
+    await user.page.keyboard.press('Enter');
+    await user.page.keyboard.press('Tab');
+    assert.ok(await user.page.evaluate(() => !!document.activeElement.closest('main')));
+  });
+
+  userTest('WhatIsAnnouncedIsThereFromTheStart', () => app, async (user) => {
+    await user.login();
+    for (const [view, wanted] of [['spambox', '#strip #atwork #ending #shown'], ['enemylist', '#strip #atwork #ending #addinput-problem'],
+      ['config', '#strip #atwork #ending #POP_SERVER-problem']]) {
+      await user.go(view);
+      for (const place of wanted.split(' ')) {
+        assert.match(await user.page.getAttribute(place, 'role'), /^(status|alert)$/, place);
+        assert.ok(await user.page.$eval(place, (one) => {
+          for (let up = one; up; up = up.parentElement) if (getComputedStyle(up).display === 'none') return false;
+          return true;
+        }), `${view}: ${place} is rendered`);
+      }
+    }
+    await user.page.fill('#POP_SERVER', 'a&b');
+    await user.page.waitForSelector('#POP_SERVER-problem:visible');
+    assert.equal(await user.page.getAttribute('#POP_SERVER', 'aria-describedby'), 'POP_SERVER-hint POP_SERVER-problem');
+    await user.page.fill('#POP_SERVER', `127.0.0.1:${server.popPort}`);
+    await user.page.waitForSelector('#POP_SERVER-problem', { state: 'hidden' });
+    assert.equal(await user.page.getAttribute('#POP_SERVER', 'aria-describedby'), 'POP_SERVER-hint');
+  });
+
+  userTest('TheFocusIsKeptBehindAnAction', () => app, async (user) => {
+    const focused = () => user.page.evaluate(() => document.activeElement.id || document.activeElement.name || document.activeElement.textContent.trim());
+    const comesBack = async (work) => {
+      await user.page.evaluate(() => { window.old = true; });
+      await work();
+      await user.page.waitForFunction(() => !window.old && document.readyState === 'complete' && document.querySelector('nav a[aria-current]'));
+    };
+    await user.login();
+    await user.go('subjectlist');
+    await user.page.fill('#addinput', `${name}s`);
+    await comesBack(() => user.page.keyboard.press('Enter'));
+    assert.equal(await focused(), 'addinput');
+    await user.page.selectOption('#entries', { index: 0 });
+    await user.page.focus('form[action^="deletefromlist"] button');
+    await comesBack(() => user.page.keyboard.press('Enter'));
+    assert.equal(await focused(), 'Remove the selected entry');
+    await user.go('spambox');
+    await user.page.focus('h1 a:has-text("Next")');
+    await comesBack(() => user.page.keyboard.press('Enter'));
+    assert.equal(await focused(), 'Next');
+    // The last page has no such link: the heading tells where one is.
+    await comesBack(() => user.page.keyboard.press('Enter'));
+    assert.match(await focused(), /^SpamBox/);
+    // Out of the row that is deleted into the one that takes its place.
+    await user.go('spambox');
+    app.write('spam/gone.txt', mail({ subject: 'to be deleted' }).toString('latin1'));
+    await user.go('spambox');
+    await user.tick('D', 'to be deleted');
+    await user.page.evaluate(() => { document.querySelector('#boxes tbody tr:first-child').querySelector('td.delete input').focus(); });
+    await comesBack(() => user.page.evaluate(() => document.querySelector('#boxes').requestSubmit(document.querySelector('[name="SUBMIT3"]'))));
+    assert.ok(!(await user.subjects()).includes('to be deleted'));
+    assert.equal(await focused(), 'D0');
+  });
+});
+
+inEachBrowser((userTest) => {
+  everyViewIsClean('dark')(userTest);
+
+  userTest('NothingMovesForThoseWhoWantItStill', () => app, async (user) => {
+    await user.login();
+    assert.ok(await user.page.evaluate(() => matchMedia('(prefers-reduced-motion: reduce)').matches));
+    await user.page.check('input[name="D0"]');
+    // A page at work, held still by taking back what it sends.
+    await user.page.evaluate(() => addEventListener('submit', (event) => event.preventDefault()));
+    await user.page.click('button[name="SUBMIT3"]');
+    await user.page.waitForSelector('button[name="SUBMIT3"].atwork:disabled');
+    assert.equal(await user.page.evaluate(() => document.getAnimations().length), 0);
+    assert.equal(await user.page.$eval('button.atwork', (button) => getComputedStyle(button, '::before').animationName), 'none');
+  });
+}, { dark: true });

@@ -33,7 +33,7 @@ export class Browser {
   static async open(name, { dark = false } = {}) {
     const browser = new Browser();
     browser.name = name;
-    browser.look = dark ? { colorScheme: 'dark' } : {};
+    browser.look = dark ? { colorScheme: 'dark', reducedMotion: 'reduce' } : {};
     const kind = KINDS[`${name} dark`] && dark ? `${name} dark` : name;
     browser.process = await sharedBrowser(kind)
       ?? await KINDS[kind].type.launch({ ...KINDS[kind].options, headless: true, timeout: 60000 });

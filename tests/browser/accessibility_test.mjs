@@ -221,7 +221,7 @@ inEachBrowser((userTest, name) => {
   everyViewIsClean('light')(userTest);
 
   for (const [what, size] of [['a small phone', { width: 320, height: 568 }], ['a desk at 200 percent', { width: 640, height: 400 }]]) {
-    userTest(`NothingIsLostOn ${what}`, () => app, async (user) => {
+    userTest(`NothingIsLost (${what})`, () => app, async (user) => {
       const lost = [];
       await walk(user, async (view) => lost.push(...(await whatIsLost(user.page)).map((one) => `${view}: ${one}`)));
       assert.equal(lost.join('\n'), '');

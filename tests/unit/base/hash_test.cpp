@@ -5,7 +5,7 @@
 namespace vornelle {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 TEST(Hash, IsThePublishedOne) {
   EXPECT_EQ(fnv1a(""sv), 0xcbf29ce484222325u);

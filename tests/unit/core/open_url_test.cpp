@@ -9,7 +9,7 @@ using OpenUrl = SimTest;
 constexpr const char* kUrl = "http://vornelle.example/message.txt";
 
 TEST_F(OpenUrl, StoresTheBodyAsRawBytes) {
-  const std::string body("line\nline\r\n\x80\0\xFF end", 19);
+  const std::string body("line\nline\r\n\x80\0\xFF end", 18);
   sim::shell().downloads[kUrl] = body;
   openUrl(kUrl, inFolder("\\message.txt"));
   EXPECT_EQ(contentOf("\\message.txt"), body);

@@ -15,7 +15,6 @@ namespace {
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 constexpr const char* kConnecting =
     "Vornelle will now attempt to connect to "

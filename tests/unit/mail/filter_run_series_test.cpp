@@ -8,7 +8,6 @@ namespace vornelle {
 namespace {
 
 using testing::Contains;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr int kMessages = 48;

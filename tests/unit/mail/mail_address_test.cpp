@@ -42,11 +42,9 @@ TEST(EnvelopeAddress, AQuotedLocalPartStays) {
 }
 
 TEST(EnvelopeAddress, WhatCannotBeSentIsNobody) {
-  for (const char* field : {"", "<>", "Bob", "<bob>", "Bob Builder", "<bob @x.example>",
-                            "<b\xF6"
-                            "b@x.example>",
-                            "@x.example", "bob@", "<bob@x.example\r\nRCPT TO:<eve@x.example>>",
-                            "<\"bob@x.example>", "\"", "(", "<", "\\"}) {
+  for (const char* field :
+       {"", "<>", "Bob", "<bob>", "Bob Builder", "<bob @x.example>", "<b\366b@x.example>", "@x.example",
+        "bob@", "<bob@x.example\r\nRCPT TO:<eve@x.example>>", "<\"bob@x.example>", "\"", "(", "<", "\\"}) {
     EXPECT_EQ("", envelopeAddress(field)) << field;
   }
 }

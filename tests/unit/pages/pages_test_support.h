@@ -27,7 +27,7 @@ class PageTest : public SimTest {
 
 // A mailbox on a POP3 server.
 struct Mailbox : SimMaildrop {
-  void add(std::string uidl, std::string from, std::string subject, std::size_t bodySize = 10) {
+  void add(std::string uidl, const std::string& from, const std::string& subject, std::size_t bodySize = 10) {
     std::string source;
     if (!from.empty()) source += "From: " + from + "\r\n";
     if (!subject.empty()) source += "Subject: " + subject + "\r\n";

@@ -17,6 +17,6 @@ export const KINDS = {
   'firefox': { type: firefox, options: FIREFOX },
   'firefox dark': {
     type: firefox,
-    options: { ...FIREFOX, firefoxUserPrefs: { 'layout.css.prefers-color-scheme.content-override': 0 } },
+    options: { ...FIREFOX, firefoxUserPrefs: { 'layout.css.prefers-color-scheme.content-override': 0, 'ui.prefersReducedMotion': 1 } },
   },
 };

@@ -29,7 +29,7 @@ const PATIENCE = 30000;  // milliseconds until something that never comes is giv
 const screenshots = path.join(repository, 'build', 'screenshots');
 
 export class Browser {
-  // options: dark, a browser that prefers dark pages
+  // options: dark, a browser that prefers dark pages on which nothing moves
   static async open(name, { dark = false } = {}) {
     const browser = new Browser();
     browser.name = name;

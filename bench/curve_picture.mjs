@@ -5,7 +5,7 @@ import fs from 'node:fs';
 
 const [from, to] = process.argv.slice(2);
 const figures = JSON.parse(fs.readFileSync(from, 'utf8')).map((f) => ({ ...f, cost: f.seconds / f.count * 1000 }));
-const WIDTH = 720, HEIGHT = 420, LEFT = 70, RIGHT = 110, TOP = 40, BOTTOM = 60;
+const WIDTH = 720, HEIGHT = 420, LEFT = 70, RIGHT = 125, TOP = 40, BOTTOM = 60;
 const COLOURS = ['#1b6ca8', '#c0562f', '#3d7a3a', '#7a4a9e'];
 const powers = (values) => [10 ** Math.floor(Math.log10(Math.min(...values))), 10 ** Math.ceil(Math.log10(Math.max(...values)))];
 const counts = [...new Set(figures.map((f) => f.count))].sort((a, b) => a - b);

@@ -6,6 +6,7 @@ import { after, before, beforeEach } from 'node:test';
 
 import { inEachBrowser } from '../support/browsers.mjs';
 import { SlowApplication } from '../support/slow_application.mjs';
+import { until } from '../support/tools.mjs';
 
 let slow;
 let app;
@@ -96,5 +97,31 @@ inEachBrowser((userTest) => {
     await user.login();
     await user.page.click('form[action^="mailfilter"] button');
     await strip(user, 'Filtered: 2 messages stay in your mailbox, 40 messages lie in the SpamBox.');
+  });
+
+  userTest('WhileAFilterRunLastsTheStripCountsItsMessages', () => app, async (user) => {
+    slow.addSpam(...Array.from({ length: 20 }, (_, n) => `slow-${n}`));
+    await user.login();
+    slow.server.pop.options.late = 60;  // milliseconds before each answer: some seconds for the whole run
+    try {
+      // The page itself notes what it shows: nothing can be asked of one that is on its way to the next.
+      await user.page.evaluate(() => {
+        sessionStorage.setItem('counted', '');
+        setInterval(() => {
+          const text = document.querySelector('#strip .working')?.textContent;
+          if (text) sessionStorage.setItem('counted', `${sessionStorage.getItem('counted')}${text}\n`);
+        }, 100);
+      });
+      const from = app.events().length;
+      await user.page.mouse.click(...await user.place('form[action^="mailfilter"] button'));
+      await until(() => slow.served(from, 'mailfilter.cgi') > 0, 'the end of the run', 60000);
+      await strip(user, 'Filtered: 2 messages stay in your mailbox, 20 messages lie in the SpamBox.');
+      const counted = await user.page.evaluate(() => sessionStorage.getItem('counted'));
+      const numbers = [...counted.matchAll(/^Filtering: (\d+) of 22\.\.\.$/gm)].map(([, number]) => Number(number));
+      assert.ok(new Set(numbers).size >= 2, counted);
+      assert.deepEqual(numbers, [...numbers].sort((one, other) => one - other));
+    } finally {
+      slow.server.pop.options.late = 0;
+    }
   });
 });

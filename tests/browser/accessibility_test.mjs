@@ -190,7 +190,8 @@ const whatIsLost = (page) => page.evaluate(() => {
     const style = getComputedStyle(one);
     if (!box.width || !box.height || style.visibility === 'hidden' || one.closest('.skip, svg, iframe, select, .wide')) continue;
     const cut = /hidden|clip/.test(style.overflowX) && one.scrollWidth > one.clientWidth + 1 && !/^(input|textarea)$/.test(one.localName) && !one.title;
-    if (box.left < -1 || box.right > innerWidth + 1 || cut) lost.push(`${one.localName}.${one.className} ${one.textContent.trim().slice(0, 30)}: ${Math.round(box.left)} to ${Math.round(box.right)}`);
+    const spills = one.localName === 'td' && one.scrollWidth > one.clientWidth + 1;
+    if (box.left < -1 || box.right > innerWidth + 1 || cut || spills) lost.push(`${one.localName}.${one.className} ${one.textContent.trim().slice(0, 30)}: ${Math.round(box.left)} to ${Math.round(box.right)}`);
   }
   return lost;
 });

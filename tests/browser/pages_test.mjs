@@ -287,7 +287,8 @@ inEachBrowser((userTest, name) => {
 
   userTest('ASenderIsPutOnEachListByAClickInItsRow', () => app, async (user) => {
     for (const [button, list] of [['Add to FriendList', 'friendlist'], ['Add to EnemyList', 'enemylist']]) {
-      app.write(`data/${list}.txt`, list === 'friendlist' ? '@friend.example\r\n' : '');
+      app.write('data/friendlist.txt', '@friend.example\r\n');
+      app.write('data/enemylist.txt', '');
       await user.login();
       const row = (await user.rows()).find((one) => one.subject.startsWith('caught-'));
       const domain = `@spam-${row.subject}.example`;

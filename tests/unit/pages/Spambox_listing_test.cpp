@@ -85,7 +85,7 @@ TEST_F(SpamBoxList, InTheMiddleOfAScanNoRowMixesTwoMessages) {
   int looked = 0;
   sim::after(0, [&] {
     for (std::int16_t i = 0; i < spamboxCount(); i++) {
-      EXPECT_TRUE(*spamboxKey(i) == "" || *spamboxSubject(i) == "about " + *spamboxKey(i)) << i;
+      EXPECT_TRUE(spamboxKey(i)->empty() || *spamboxSubject(i) == "about " + *spamboxKey(i)) << i;
       looked++;
     }
   });

@@ -7,7 +7,6 @@ namespace vornelle {
 namespace {
 
 using testing::HasSubstr;
-using testing::Not;
 
 class PageLinks : public PageTest {
  protected:

@@ -20,7 +20,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::StartsWith;
 
 class BusyGateway : public GatewayTest {
@@ -242,6 +241,7 @@ TEST_F(GatewayInAWait, ProgressIsShownInItsMiddleToo) {
 TEST_F(GatewayInAWait, TheServerWaitsForAPageOrTwoHoweverManyAreAskedFor) {
   for (const bool queued : {false, true}) {
     std::vector<sim::Client> clients;
+    clients.reserve(20);
     for (int i = 0; i < 20; ++i) clients.push_back(open());
     const std::function<void()> slowPage = [&] {
       if (queued) doEvents();

@@ -57,6 +57,7 @@ TEST_F(GatewayTest, FieldsThatAParameterCouldBeMistakenInAreNotHandedOver) {
 
 TEST_F(GatewayTest, OneRequestIsServedAndTheOthersFollowInOrderOfArrival) {
   std::vector<sim::Client> clients;
+  clients.reserve(3);
   for (int i = 0; i < 3; ++i) clients.push_back(open());
   meanwhile_ = [&] {
     clients[1].send(get("/1"));

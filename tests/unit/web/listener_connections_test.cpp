@@ -75,6 +75,7 @@ TEST_F(ListenerTest, SilentConnectionsBelowAServedOneStillEndAfterThirtySeconds)
 
 TEST_F(ListenerTest, TheHundredthSimultaneousRequestIsDroppedYetUsesAnIndexUp) {
   std::vector<sim::Client> clients;
+  clients.reserve(99);
   for (int i = 0; i < 99; ++i) clients.push_back(connected());
   std::vector<std::int32_t> seen;
   sim::Client hundredth;

@@ -42,6 +42,7 @@ TEST_F(ListenerTest, DeadConnectionsAreReleased) {
 
 TEST_F(ListenerTest, ATimedOutConnectionIsReleasedOnceItsPeerGoes) {
   std::vector<sim::Client> silent;
+  silent.reserve(50);
   for (int i = 0; i < 50; ++i) silent.push_back(connected());
   sim::advance(31000);
   EXPECT_EQ(loadedConnections(), 50u);

@@ -253,10 +253,8 @@ TEST(Charset, HostileBytesTakeLinearTime) {
   // hundredths of a second, with sanitizers too.
   constexpr std::size_t kBytes = 256U << 10;
   constexpr double kSeconds = 0.25;
-  for (const std::string piece : {"\xE4", "\x1B", "\x1B$B",
-                                  "\x81"
-                                  "0\x81",
-                                  "\x8F\xA1", "~", "~{", "\x0E", "\xFF<"}) {
+  for (const std::string piece :
+       {"\xE4", "\x1B", "\x1B$B", "\2010\201", "\x8F\xA1", "~", "~{", "\x0E", "\xFF<"}) {
     std::string bytes;
     while (bytes.size() < kBytes) bytes += piece;
     for (const char* charset : {"utf-8", "utf-16", "utf-7", "shift_jis", "euc-jp", "iso-2022-jp",

@@ -157,7 +157,7 @@ TEST_F(WindowsFilesTest, AnEndingIsThatOfTheLongName) {
 }
 
 // Runs a program to its end; its exit status.
-DWORD runToItsEnd(const std::filesystem::path& program, std::wstring arguments) {
+DWORD runToItsEnd(const std::filesystem::path& program, const std::wstring& arguments) {
   STARTUPINFOW start{};
   start.cb = sizeof start;
   PROCESS_INFORMATION process{};

@@ -4,8 +4,9 @@
 'use strict';
 (function () {
   var WORKING = 1000, IDLE = 10000, OLD = 300;  // milliseconds between two looks; seconds until good news goes
+  var NEWS = 10;  // seconds for which a result is shown at the lower edge too, where the strip is out of sight
   var get = Document.prototype.getElementById, find = Document.prototype.querySelector, make = Document.prototype.createElement;
-  var shown = '', timer = 0;
+  var shown = '', timer = 0, below = 0;
 
   function strip() { return get.call(document, 'strip'); }
   function page() { return (document.documentElement.getAttribute('data-page') || '').toLowerCase(); }
@@ -80,6 +81,16 @@
     return line;
   }
 
+  // Somebody far down a long page sees what came of a click there too. The strip has told it to those who listen.
+  function showBelow(status) {
+    var result = latestResult(status), place = get.call(document, 'below');
+    var isNews = result && status.now - result.time < NEWS && !status.underWay && strip().getBoundingClientRect().bottom < 0;
+    place.textContent = isNews ? result.text : '';
+    place.className = isNews && !result.good ? 'bad' : '';
+    clearTimeout(below);
+    if (isNews) below = setTimeout(function () { place.textContent = ''; }, 1000 * NEWS);
+  }
+
   // A sentence with a link behind it to the place where that is changed.
   function noteLine(text, link, target) {
     var line = element('p', text + ' ', 'note'), to = element('a', link);
@@ -135,6 +146,7 @@
     ].filter(Boolean);
     // What has not changed is not said again.
     now = lines.map(function (line) { return line.outerHTML; }).join('');
+    showBelow(status);
     if (now === shown) return;
     shown = now;
     place.replaceChildren.apply(place, lines);

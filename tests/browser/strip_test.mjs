@@ -91,6 +91,24 @@ inEachBrowser((userTest) => {
     assert.ok(top >= 0 && bottom <= height, `${top} to ${bottom} of ${height}`);
   }, { viewport: { width: 1024, height: 640 } });
 
+  userTest('WhatCameOfAClickFarDownIsSeenThere', () => app, async (user) => {
+    slow.addSpam(...Array.from({ length: 15 }, (_, n) => `below-${n}`));
+    await user.login();
+    await user.page.click('form[action^="mailfilter"] button');
+    await strip(user, 'Filtered: ');
+    assert.equal(await user.page.textContent('#below'), '', 'the strip itself is in sight');
+    const last = user.page.locator('#boxes tbody tr').last();
+    await last.scrollIntoViewIfNeeded();
+    await last.locator('button:text-is("Enemy")').click();
+    await user.page.waitForFunction(() => document.querySelector('#below').textContent.startsWith('Added "'));
+    const [top, bottom, height] = await user.page.evaluate(() => {
+      const line = document.querySelector('#below').getBoundingClientRect();
+      return [line.top, line.bottom, innerHeight];
+    });
+    assert.ok(top > 0 && bottom <= height, `${top} to ${bottom} of ${height}`);
+    await user.picture('strip-below');
+  }, { viewport: { width: 1024, height: 480 } });
+
   userTest('TheStripTellsWhatCameOfAFilterRun', () => app, async (user) => {
     const names = Array.from({ length: 40 }, (_, n) => `spam-${n}`);
     slow.addSpam(...names);

@@ -91,6 +91,5 @@ if(WIN32)
     ${PROJECT_SOURCE_DIR}/mail/quoted_printable.cpp
     ${PROJECT_SOURCE_DIR}/platform/common/charset.cpp
     ${PROJECT_SOURCE_DIR}/platform/common/code_page.cpp
-    ${PROJECT_SOURCE_DIR}/platform/common/tls_stream.cpp
     PROPERTIES COMPILE_OPTIONS -O2)
 endif()

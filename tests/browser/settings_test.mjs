@@ -121,7 +121,7 @@ inEachBrowser((userTest) => {
       await user.page.focus('#EMAIL_ADDRESS');
       for (let i = 0; i < 18; i++) {
         await user.page.keyboard.press('Tab');
-        const at = await user.page.evaluate(() => (document.activeElement.closest('.field') ? `#${document.activeElement.id}` : ''));
+        const at = await user.page.evaluate(() => (document.activeElement.matches('.field input') ? `#${document.activeElement.id}` : ''));
         if (!at) continue;
         assert.ok(await isClear(user, at), `${at}`);
         if (await user.page.locator(`${at}-hint`).count()) assert.ok(await isClear(user, `${at}-hint`), `${at}-hint`);

@@ -109,6 +109,9 @@ inEachBrowser((userTest) => {
       await Promise.all(tabs.map(async (tab, i) => {
         const [target, name] = pages[(round + i) % pages.length];
         await tab.goto(`${user.origin}/${target}?s=${session}`);
+        // A page that waits for the mailbox shows how far it is, and turns into the wanted one.
+        await tab.waitForFunction(() => document.documentElement.dataset.page !== 'progress');
+        await tab.waitForSelector('nav a[aria-current]');
         assert.equal((await tab.getAttribute('html', 'data-page')).toLowerCase(), name);
         assert.equal(await tab.getAttribute('nav a[aria-current]', 'data-for'), name);
       }));

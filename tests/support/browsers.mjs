@@ -29,14 +29,15 @@ const PATIENCE = 30000;  // milliseconds until something that never comes is giv
 const screenshots = path.join(repository, 'build', 'screenshots');
 
 export class Browser {
-  // options: dark, a browser that prefers dark pages on which nothing moves
-  static async open(name, { dark = false } = {}) {
+  // options: dark, a browser that prefers dark pages on which nothing moves; own, one that is not shared, where a window has
+  // to keep the focus: Firefox takes it away when somebody else opens another
+  static async open(name, { dark = false, own = false } = {}) {
     const browser = new Browser();
     browser.name = name;
     browser.look = dark ? { colorScheme: 'dark', reducedMotion: 'reduce' } : {};
     const kind = KINDS[`${name} dark`] && dark ? `${name} dark` : name;
-    browser.process = await sharedBrowser(kind)
-      ?? await KINDS[kind].type.launch({ ...KINDS[kind].options, headless: true, timeout: 60000 });
+    browser.process = (!own && await sharedBrowser(kind))
+      || await KINDS[kind].type.launch({ ...KINDS[kind].options, headless: true, timeout: 60000 });
     return browser;
   }
 

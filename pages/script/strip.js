@@ -6,7 +6,7 @@
   var WORKING = 1000, IDLE = 10000, OLD = 300;  // milliseconds between two looks; seconds until good news goes
   var NEWS = 10;  // seconds for which a result is shown at the lower edge too, where the strip is out of sight
   var get = Document.prototype.getElementById, find = Document.prototype.querySelector, make = Document.prototype.createElement;
-  var shown = '', timer = 0, below = 0;
+  var shown = '', told = '', timer = 0;
 
   function strip() { return get.call(document, 'strip'); }
   function page() { return (document.documentElement.getAttribute('data-page') || '').toLowerCase(); }
@@ -81,15 +81,18 @@
     return line;
   }
 
-  // Somebody far down a long page sees what came of a click there too. The strip has told it to those who listen.
+  // Somebody far down a long page sees what came of a click there too, once, until something else has the focus: nothing may
+  // lie over that. The strip has told it to those who listen.
   function showBelow(status) {
-    var result = latestResult(status), place = get.call(document, 'below');
-    var isNews = result && status.now - result.time < NEWS && !status.underWay && strip().getBoundingClientRect().bottom < 0;
-    place.textContent = isNews ? result.text : '';
-    place.className = isNews && !result.good ? 'bad' : '';
-    clearTimeout(below);
-    if (isNews) below = setTimeout(function () { place.textContent = ''; }, 1000 * NEWS);
+    var result = latestResult(status), id = result ? result.name + result.time : '';
+    if (status.underWay || id === told) return;
+    told = id;
+    if (!result || status.now - result.time >= NEWS || strip().getBoundingClientRect().bottom >= 0) return;
+    get.call(document, 'below').textContent = result.text;
+    get.call(document, 'below').className = result.good ? '' : 'bad';
+    setTimeout(hideBelow, 1000 * NEWS);
   }
+  function hideBelow() { get.call(document, 'below').textContent = ''; }
 
   // A sentence with a link behind it to the place where that is changed.
   function noteLine(text, link, target) {
@@ -175,6 +178,7 @@
   });
   document.addEventListener('visibilitychange', look);
   document.addEventListener('entries-added', look);
+  document.addEventListener('focusin', hideBelow);
   // While a form's answer is waited for, the page stays and tells how far it is.
   document.addEventListener('submit', function () { setTimeout(look, WORKING / 2); });
   window.addEventListener('pageshow', function (event) { if (event.persisted) look(); });

@@ -6,7 +6,7 @@ import { execFileSync, spawn } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
 
-import { freePort, isRoot, keepChild, listening, removeFolder, temporaryFolder, until } from './tools.mjs';
+import { converse, freePort, isRoot, keepChild, removeFolder, temporaryFolder, until } from './tools.mjs';
 
 const DAEMONS = '/usr/lib/postfix/sbin';
 
@@ -51,7 +51,8 @@ export class Postfix {
     postfix.child = keepChild(spawn(program, args, { stdio: ['ignore', 'ignore', 'inherit'] }), 'SIGTERM');
     postfix.child.once('exit', (code, signal) => { postfix.ended = `Postfix ended (${signal ?? code})\n${postfix.log()}`; });
     await Promise.race([
-      listening(postfix.port, 'Postfix'),
+      // A part of it that does not reach Dovecot's log-on in time ends, and its port is still listened on.
+      until(async () => /^250[ -](AUTH|STARTTLS)/m.test(await converse(postfix.port, ['EHLO test', 'QUIT']).catch(() => '')), 'Postfix', 60000),
       until(() => postfix.ended, 'Postfix', 16000).then((text) => { throw new Error(text); }),
     ]);
     return postfix;

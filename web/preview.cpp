@@ -235,7 +235,8 @@ std::string previewAction() {
   const std::optional<std::string> next = place < 0 ? std::nullopt : keyAt(box, place + 1);
   const bool restore = act == "restore";
   if (restore && box.name == "spam") {
-    const bool befriend = requestParam("befriend").has_value();
+    // A box that is not ticked is not posted.
+    const bool befriend = form1.requestText.find("&befriend=1&") != std::string::npos;
     actOnMessage("SPAMBOX", key, formDecode(requestParam("sender").value_or("")),
                  befriend ? MessageAct::restoreAndBefriend : MessageAct::restore);
   } else if (act == "delete") {

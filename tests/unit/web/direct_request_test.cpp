@@ -99,6 +99,21 @@ TEST_F(DispatchTest, AnAddressOfOurOwnPagesNamesItsMessageOnTheServerExactly) {
   EXPECT_THAT(shown("k=a%252523b"), HasSubstr("does not exist"));
 }
 
+TEST_F(DispatchTest, TheReaderMakesAFriendOfTheSenderWhereTheUserHasTickedItOnly) {
+  logIn();
+  makeFile("\\spam\\one.txt", "From: Bob <bob@spam.example>\r\n\r\nx\r\n");
+  const auto restore = [](const std::string& fields) {
+    static_cast<void>(answerDirectly(
+        "POST /preview.cgi?s=" + kSessionId +
+        " HTTP/1.1\r\nHost: localhost\r\n\r\nb=spam&k=one&sender=bob%40spam.example&act=restore&" + fields +
+        "END=1"));
+  };
+  restore("");
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "(missing)");
+  restore("befriend=1&");
+  EXPECT_EQ(contentOf("\\data\\friendlist.txt"), "bob@spam.example\r\n");
+}
+
 // A request that lets the test in while it is being served: the mail server does, in the middle of a fetch.
 class DirectTurnTest : public DispatchTest {
  protected:

@@ -74,8 +74,8 @@ const FilterListInfo* findList(std::string_view name) {
 }
 
 void createMissingLists() {
-  for (const FilterListInfo& list : kFilterLists) {
-    const std::string path = pathOf(list.name);
+  for (const std::string_view name : {kEnemyList, kFriendList, kSubjectList}) {
+    const std::string path = pathOf(name);
     if (!fileExists(path)) static_cast<void>(appendFile(path, ""));  // a missing list reads as an empty one
   }
 }
@@ -188,7 +188,7 @@ void logAdditions(std::string_view listName, const std::vector<std::string>& ent
 void listRemoveLine(std::string_view type, std::string_view lineNumber) {
   // The type becomes a part of a path: nothing but the lists' names may pass.
   const FilterListInfo* const list = findList(type);
-  if (!list || trim(lineNumber).empty() || listLength(list->name) == 0) return;
+  if (!list || trim(lineNumber).empty()) return;
   const std::string name(list->name);
   const std::optional<Lines> lines = readLines(name);
   if (!lines) return LogWindowAdd("**" + name + " cannot be read, nothing removed");

@@ -55,7 +55,7 @@ inline constexpr std::uint64_t kShortestFriendList = 8;
 // The list with that name in any letter case; null when there is none.
 [[nodiscard]] const FilterListInfo* findList(std::string_view name);
 
-// Makes an empty file for each list that has none.
+// Makes an empty file for each list that has none, in the order of the files' names.
 void createMissingLists();
 
 // The bytes of the list's file; 0 where there is none.
@@ -100,9 +100,9 @@ void logAdditions(std::string_view listName, const std::vector<std::string>& ent
 
 // Removes the line whose number, counted from 0 over all lines of the file, blank ones too, is the value of
 // the text as val() reads it, and writes the other lines back, each with its CR LF, also where no line has
-// that number. `type` is the list's name in any letter case. Both come from a request: a text of blanks and
-// any other name remove nothing. At most kListCapacity lines are kept, with a log line when that leaves some
-// out.
+// that number; of a list without a file there are none. `type` is the list's name in any letter case. Both
+// come from a request: a text of blanks and any other name remove nothing. At most kListCapacity lines are
+// kept, with a log line when that leaves some out.
 void listRemoveLine(std::string_view type, std::string_view lineNumber);
 
 // An entry as the list's page showed it: its place among the entries, counted from 0 without the blank lines,

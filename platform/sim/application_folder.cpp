@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "platform/sim/world.h"
 #include "platform/unix/file_hooks.h"
@@ -72,6 +73,9 @@ void failReadsOf(const std::string& part) {
 void failReplacementsOf(const std::string& part) {
   world().failingReplacements = part;
 }
+void beforeWrites(std::function<void(const std::string& path)> step) {
+  world().beforeWrite = std::move(step);
+}
 
 }  // namespace sim
 
@@ -81,6 +85,7 @@ std::string nativeApplicationFolder() {
   return sim::folder().path;
 }
 bool writingFails(const std::string& path) {
+  if (sim::world().beforeWrite) sim::world().beforeWrite(path);
   return sim::contains(path, sim::world().failingWrites);
 }
 bool readingFails(const std::string& path) {

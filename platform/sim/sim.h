@@ -142,6 +142,8 @@ void failFlushesOf(const std::string& part);
 void failReadsOf(const std::string& part);
 // Nothing can be put in the place of a file whose path contains the text; what is there can be written.
 void failReplacementsOf(const std::string& part);
+// Runs with the path before every write of a file, also before one that is to fail.
+void beforeWrites(std::function<void(const std::string& path)> step);
 
 // ---- random numbers ----
 void setRandomSeed(std::uint64_t seed);  // fillRandom is a fixed sequence in this world

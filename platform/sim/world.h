@@ -74,6 +74,7 @@ struct World {
   std::string failingFlushes;
   std::string failingReads;
   std::string failingReplacements;
+  std::function<void(const std::string& path)> beforeWrite;
   std::uint64_t random = 0;
 };
 

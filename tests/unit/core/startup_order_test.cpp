@@ -11,6 +11,7 @@ namespace vornelle {
 namespace {
 
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -154,6 +155,15 @@ TEST_F(Startup, TheSpamFolderComesBeforeTheLists) {
   Form1_Load();
   EXPECT_TRUE(folder);
   EXPECT_FALSE(list);
+}
+
+TEST_F(Startup, TheListsAreMadeInTheOrderOfTheirNames) {
+  std::vector<std::string> made;
+  sim::beforeWrites([&](const std::string& path) {
+    if (path.ends_with("list.txt")) made.push_back(path.substr(path.rfind('\\') + 1));
+  });
+  Form1_Load();
+  EXPECT_THAT(made, ElementsAre("enemylist.txt", "friendlist.txt", "subjectlist.txt"));
 }
 
 TEST_F(Startup, AStartMinimizedIsMinimizedBeforeTheBanner) {

@@ -236,9 +236,11 @@ TEST_F(FilterLists, OnlyTheThreeListsCanLoseALine) {
   EXPECT_EQ(contentOf("\\data\\enemylist.txt"), "a\r\n");
 }
 
-TEST_F(FilterLists, RemovingFromAMissingListMakesNoFile) {
-  listRemoveLine("FriendList", "0");
+TEST_F(FilterLists, RemovingFromAMissingListWritesBackThatItHasNoLines) {
+  listRemoveLine("FriendList", "");
   EXPECT_EQ(friends(), "(missing)");
+  listRemoveLine("FriendList", "0");
+  EXPECT_EQ(friends(), "");
 }
 
 TEST_F(FilterLists, RemovingKeepsAtMostAsManyLinesAsAListHolds) {

@@ -52,9 +52,9 @@ struct MailComponent::Impl {
   }
   bool smtpEnded(bool succeeded) { return ended(succeeded, smtp->failure(), lastMailFailures.smtp); }
 
-  // Runs a step of the POP3 session. Where the memory does not suffice the step fails, and with it the
-  // session: who knows how much of an answer has been read. `otherwise` is the reason of a failure that
-  // neither the line nor the server has told.
+  // Runs a step of the POP3 session and keeps how it has ended. Where the memory does not suffice the step
+  // fails, and with it the session: who knows how much of an answer has been read. `otherwise` is the reason
+  // of a failure that neither the line nor the server has told.
   template <typename Step>
   auto inSession(MailReason otherwise, const Step& step) -> decltype(step()) {
     decltype(step()) result{};
@@ -137,7 +137,12 @@ std::unique_ptr<HeaderList> MailComponent::popGetHeaderList(int /*option*/) {
 }
 
 bool MailComponent::popExpect(const std::vector<std::string_view>& uidls) {
-  return impl_->pop && impl_->inSession(MailReason::saidNo, [&] { return impl_->pop->expect(uidls); });
+  try {
+    // No step of the session: nothing is said on the line, and where it is not done nothing has failed.
+    return impl_->pop && impl_->pop->expect(uidls);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 std::unique_ptr<MailMessage> MailComponent::popGetMessage(const std::string& uidl) {

@@ -102,8 +102,8 @@ void logFailure(std::string_view line, MailFailure failure);
 // "AB:CD:..." for a fingerprint of hexadecimal digits, as certificates are shown elsewhere.
 [[nodiscard]] std::string shownFingerprint(std::string_view fingerprint);
 
-// What the last task met at each server, for the pages: it stays when the mail component has gone. A task
-// that succeeds clears its entry.
+// What the last task met at each server, for the pages: it stays when the mail component has gone. The next
+// task clears its entry when it connects.
 struct LastMailFailures {
   MailFailure pop, smtp;
 };

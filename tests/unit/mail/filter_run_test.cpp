@@ -86,6 +86,14 @@ TEST_F(FilterRun, SpamIsSavedWholeLoggedAndDeleted) {
   EXPECT_EQ(currentMail, nullptr);
 }
 
+TEST_F(FilterRun, ARunThatWentWellLeavesNoFailureForThePages) {
+  add("id1", "eve@elsewhere.example");
+  add("id2", "bob@friends.example");
+  mailFilter();
+  EXPECT_THAT(drop.uidls(), ElementsAre("id2"));
+  EXPECT_EQ(failureText(lastMailFailures.pop), "");
+}
+
 TEST_F(FilterRun, SpamWithoutASenderIsLoggedAsNoName) {
   drop.mails = {{.uidl = "id1", .source = "Subject: x\r\n\r\nbody\r\n"},
                 {.uidl = "id2", .source = "From:    \r\n\r\nbody\r\n"}};

@@ -33,6 +33,15 @@ TEST_F(MailReasonsTest, ASuccessHasNone) {
   EXPECT_FALSE(lastMailFailures.pop);
 }
 
+TEST_F(MailReasonsTest, ALineThatFetchesNothingAheadHasNotFailed) {
+  deliver("id-1", message(1));
+  ASSERT_TRUE(mail->popConnect());
+  ASSERT_TRUE(mail->popGetHeaderList(1));
+  EXPECT_FALSE(mail->popExpect({"id-1"}));
+  EXPECT_FALSE(mail->failure());
+  EXPECT_FALSE(lastMailFailures.pop);
+}
+
 TEST_F(MailReasonsTest, TheFieldIsNoServer) {
   mail->setPopServer("mail.example:99999");
   expectLogOnFailure(MailReason::fieldUnreadable, MailStep::connecting);

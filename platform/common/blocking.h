@@ -23,11 +23,18 @@ void serveMeanwhile();
 // The same, unless it has just been done: for streams that bring so much that there is never a wait.
 void serveMeanwhileIfDue();
 
-// Waits for at most so many milliseconds with `wait`, which tells whether what it waits for has come. It is
-// asked in slices; between them the sockets that may be are served. Between a short wait and a long one the
-// program is told. What has come while they were served has come in time.
+// What has come of a wait, or of a slice of it.
+enum class Waited {
+  come,      // what was waited for
+  timeOver,  // it has not
+  failed,    // it cannot be waited for: the system says so, at once, and would say so again
+};
+
+// Waits for at most so many milliseconds with `wait`, which is asked in slices; between them the sockets that
+// may be are served. Between a short wait and a long one the program is told. What has come while they were
+// served has come in time.
 template <typename Wait>
-bool waitTold(std::int64_t milliseconds, const Wait& wait) {
+Waited waitTold(std::int64_t milliseconds, const Wait& wait) {
   const std::int64_t start = monotonicMilliseconds();
   bool told = false;
   while (true) {
@@ -37,8 +44,8 @@ bool waitTold(std::int64_t milliseconds, const Wait& wait) {
       told = true;
       aboutToBlock();
     }
-    if (wait(std::min(left, kMeanwhileInterval))) return true;
-    if (left == 0) return false;
+    const Waited slice = wait(std::min(left, kMeanwhileInterval));
+    if (slice != Waited::timeOver || left == 0) return slice;
     serveMeanwhile();
   }
 }

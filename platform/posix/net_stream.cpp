@@ -23,8 +23,8 @@
 namespace vornelle {
 namespace {
 
-// False when the time has passed. True also for a broken connection: the next call says so.
-bool waitFor(int descriptor, short events, std::int64_t until) {
+// It has come also where the connection is broken: the next call says so.
+Waited waitFor(int descriptor, short events, std::int64_t until) {
   const std::int64_t left = std::max<std::int64_t>(until - monotonicMilliseconds(), 0);
   return waitTold(left, [&](std::int64_t milliseconds) {
     const std::int64_t end = monotonicMilliseconds() + milliseconds;
@@ -32,8 +32,9 @@ bool waitFor(int descriptor, short events, std::int64_t until) {
       pollfd look{descriptor, events, 0};
       const std::int64_t rest = std::max<std::int64_t>(end - monotonicMilliseconds(), 0);
       const int count = poll(&look, 1, static_cast<int>(rest));
-      if (count > 0) return true;
-      if (count == 0 || errno != EINTR) return false;
+      if (count > 0) return Waited::come;
+      if (count == 0) return Waited::timeOver;
+      if (errno != EINTR) return Waited::failed;
     }
   });
 }
@@ -51,7 +52,7 @@ class TcpStream final : public NetStream {
       if (got >= 0) return static_cast<std::size_t>(got);
       if (errno == EINTR) continue;
       if (errno != EAGAIN && errno != EWOULDBLOCK) return std::nullopt;
-      if (!waitFor(socket_.get(), POLLIN, until)) return std::nullopt;
+      if (waitFor(socket_.get(), POLLIN, until) != Waited::come) return std::nullopt;
     }
   }
 
@@ -66,7 +67,7 @@ class TcpStream final : public NetStream {
       }
       if (sent < 0 && errno == EINTR) continue;
       if (sent < 0 && errno != EAGAIN && errno != EWOULDBLOCK) return false;
-      if (!waitFor(socket_.get(), POLLOUT, until)) return false;
+      if (waitFor(socket_.get(), POLLOUT, until) != Waited::come) return false;
     }
     return true;
   }
@@ -80,6 +81,11 @@ NetProblem problemOf(int error) {
   return error == ETIMEDOUT ? NetProblem::timedOut : NetProblem::unreachable;
 }
 
+// Of a wait that has brought nothing.
+NetProblem problemOf(Waited waited) {
+  return waited == Waited::timeOver ? NetProblem::timedOut : NetProblem::unreachable;
+}
+
 Descriptor connectTo(const addrinfo& address, std::int64_t until, NetProblem& problem) {
   const auto fail = [&problem](NetProblem why) {
     problem = std::max(problem, why);
@@ -90,7 +96,8 @@ Descriptor connectTo(const addrinfo& address, std::int64_t until, NetProblem& pr
   if (!socket.isOpen()) return fail(NetProblem::unreachable);
   if (connect(socket.get(), address.ai_addr, address.ai_addrlen) != 0) {
     if (errno != EINPROGRESS) return fail(problemOf(errno));
-    if (!waitFor(socket.get(), POLLOUT, until)) return fail(NetProblem::timedOut);
+    const Waited waited = waitFor(socket.get(), POLLOUT, until);
+    if (waited != Waited::come) return fail(problemOf(waited));
     int error = 0;
     socklen_t length = sizeof error;
     if (getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &length) != 0 || error != 0)
@@ -122,17 +129,18 @@ struct LookUp {
 
   [[nodiscard]] bool finished() const { return gai_error(const_cast<gaicb*>(&request)) != EAI_INPROGRESS; }
 
-  // Whether it has ended within that time.
-  [[nodiscard]] bool ends(std::int64_t milliseconds) const {
+  [[nodiscard]] Waited ends(std::int64_t milliseconds) const {
     const std::int64_t end = monotonicMilliseconds() + milliseconds;
     while (!finished()) {
       const std::int64_t left = end - monotonicMilliseconds();
-      if (left <= 0) return false;
+      if (left <= 0) return Waited::timeOver;
       const timespec time{static_cast<time_t>(left / 1000), static_cast<long>(left % 1000 * 1000000)};
       const gaicb* const waitedFor[] = {&request};
-      gai_suspend(waitedFor, 1, &time);
+      const int error = gai_suspend(waitedFor, 1, &time);
+      const bool mayGoOn = error == 0 || error == EAI_AGAIN || error == EAI_INTR || error == EAI_ALLDONE;
+      if (!mayGoOn) return Waited::failed;
     }
-    return true;
+    return Waited::come;
   }
 
   // An address needs no looking up.
@@ -142,17 +150,16 @@ struct LookUp {
     return getaddrinfo(host.c_str(), port.c_str(), &numeric, &request.ar_result) == 0;
   }
 
-  // False when the time has passed.
-  [[nodiscard]] bool run(std::int64_t until) {
+  [[nodiscard]] Waited run(std::int64_t until) {
     request.ar_name = host.c_str();
     request.ar_service = port.c_str();
     request.ar_request = &hints;
     gaicb* list[] = {&request};
-    if (getaddrinfo_a(GAI_NOWAIT, list, 1, nullptr) != 0) return true;  // it brings nothing
+    if (getaddrinfo_a(GAI_NOWAIT, list, 1, nullptr) != 0) return Waited::come;  // it brings nothing
     const std::int64_t all = std::max<std::int64_t>(until - monotonicMilliseconds(), 0);
-    if (waitTold(all, [this](std::int64_t milliseconds) { return ends(milliseconds); })) return true;
-    gai_cancel(&request);
-    return false;
+    const Waited waited = waitTold(all, [this](std::int64_t milliseconds) { return ends(milliseconds); });
+    if (waited != Waited::come) gai_cancel(&request);
+    return waited;
   }
 };
 
@@ -166,9 +173,10 @@ std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int 
   if (host.empty() || host.find('\0') != std::string::npos || !isPort(port)) return nullptr;
   const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
   const auto lookUp = std::make_shared<LookUp>(host, port);
-  if (!lookUp->isAddress() && !lookUp->run(end)) {
+  const Waited lookedUp = lookUp->isAddress() ? Waited::come : lookUp->run(end);
+  if (lookedUp != Waited::come) {
     LeftBehind<LookUp>::instance().keep(lookUp);
-    why = NetProblem::timedOut;
+    why = problemOf(lookedUp);
     return nullptr;
   }
   if (lookUp->request.ar_result) why = NetProblem::none;

@@ -16,6 +16,7 @@
 #include "platform/clock.h"
 #include "platform/common/blocking.h"
 #include "platform/common/left_behind.h"
+#include "platform/win32/handle.h"
 
 namespace vornelle {
 namespace {
@@ -94,10 +95,9 @@ class Transfer {
       return done ? Step::doneAtOnce : Step::failed;
     }
     const std::int64_t left = std::max<std::int64_t>(end - monotonicMilliseconds(), 0);
-    const bool ended = waitTold(left, [this](std::int64_t milliseconds) {
-      return WaitForSingleObject(stepDone_, static_cast<DWORD>(milliseconds)) == WAIT_OBJECT_0;
-    });
-    return ended && result_ != 0 ? Step::doneLater : Step::failed;
+    const Waited ended = waitTold(
+        left, [this](std::int64_t milliseconds) { return win32::waitForEvent(stepDone_, milliseconds); });
+    return ended == Waited::come && result_ != 0 ? Step::doneLater : Step::failed;
   }
 
   // On a thread of the system's.

@@ -9,6 +9,7 @@
 #include "platform/common/blocking.h"
 #include "platform/common/connecting.h"
 #include "platform/common/left_behind.h"
+#include "platform/win32/handle.h"
 #include "platform/win32/text.h"
 #include "platform/win32/winsock.h"
 
@@ -36,11 +37,11 @@ class Deadline {
 
 enum class For { reading, writing };
 
-// False on time-out or a failed connection attempt.
-bool waitSocket(SOCKET socket, For purpose, const Deadline& deadline) {
-  fd_set wanted;
+// It has failed also where a connection attempt has.
+Waited waitSocket(SOCKET socket, For purpose, const Deadline& deadline) {
   const bool reads = purpose == For::reading;
-  const bool ready = waitTold(deadline.left(), [&](std::int64_t milliseconds) {
+  return waitTold(deadline.left(), [&](std::int64_t milliseconds) {
+    fd_set wanted;
     fd_set failed;
     FD_ZERO(&wanted);
     FD_ZERO(&failed);
@@ -48,10 +49,11 @@ bool waitSocket(SOCKET socket, For purpose, const Deadline& deadline) {
     FD_SET(socket, &failed);
     const auto left = static_cast<long>(milliseconds);
     timeval time{left / 1000, left % 1000 * 1000};
-    return select(0, reads ? &wanted : nullptr, reads ? nullptr : &wanted, reads ? nullptr : &failed, &time) >
-           0;
+    const int count =
+        select(0, reads ? &wanted : nullptr, reads ? nullptr : &wanted, reads ? nullptr : &failed, &time);
+    if (count == 0) return Waited::timeOver;
+    return count > 0 && FD_ISSET(socket, &wanted) ? Waited::come : Waited::failed;
   });
-  return ready && FD_ISSET(socket, &wanted);
 }
 
 class SocketStream : public NetStream {
@@ -66,7 +68,7 @@ class SocketStream : public NetStream {
       const int got = recv(socket_.get(), buffer, most, 0);
       if (got >= 0) return static_cast<std::size_t>(got);
       if (WSAGetLastError() != WSAEWOULDBLOCK) return std::nullopt;
-      if (!waitSocket(socket_.get(), For::reading, deadline)) return std::nullopt;
+      if (waitSocket(socket_.get(), For::reading, deadline) != Waited::come) return std::nullopt;
     }
   }
 
@@ -79,7 +81,8 @@ class SocketStream : public NetStream {
         continue;
       }
       if (sent < 0 && WSAGetLastError() != WSAEWOULDBLOCK) return false;
-      if (!waitSocket(socket_.get(), For::writing, Deadline(timeoutMilliseconds))) return false;
+      const Waited waited = waitSocket(socket_.get(), For::writing, Deadline(timeoutMilliseconds));
+      if (waited != Waited::come) return false;
     }
     return true;
   }
@@ -107,23 +110,22 @@ class LookUp {
 
   [[nodiscard]] bool finished() const { return WaitForSingleObject(overlapped_.hEvent, 0) == WAIT_OBJECT_0; }
 
-  // False when the time has passed.
-  [[nodiscard]] bool run(const Deadline& deadline) {
+  [[nodiscard]] Waited run(const Deadline& deadline) {
     const int started = GetAddrInfoExW(host_.c_str(), port_.c_str(), NS_ALL, nullptr, &hints_, &addresses_,
                                        nullptr, &overlapped_, nullptr, &cancel_);
     if (started != WSA_IO_PENDING) {
       SetEvent(overlapped_.hEvent);
-      return true;
+      return Waited::come;
     }
-    const auto ends = [this](std::int64_t milliseconds) {
-      return WaitForSingleObject(overlapped_.hEvent, static_cast<DWORD>(milliseconds)) == WAIT_OBJECT_0;
-    };
-    if (waitTold(deadline.left(), ends)) {
+    const Waited waited = waitTold(deadline.left(), [this](std::int64_t milliseconds) {
+      return win32::waitForEvent(overlapped_.hEvent, milliseconds);
+    });
+    if (waited == Waited::come) {
       failed_ = GetAddrInfoExOverlappedResult(&overlapped_) != 0;
-      return true;
+    } else if (cancel_) {
+      GetAddrInfoExCancel(&cancel_);
     }
-    if (cancel_) GetAddrInfoExCancel(&cancel_);
-    return false;
+    return waited;
   }
 
   [[nodiscard]] std::vector<ADDRINFOW> addresses() const {
@@ -155,6 +157,11 @@ NetProblem problemOf(int error) {
   return error == WSAETIMEDOUT ? NetProblem::timedOut : NetProblem::unreachable;
 }
 
+// Of a wait that has brought nothing.
+NetProblem problemOf(Waited waited) {
+  return waited == Waited::timeOver ? NetProblem::timedOut : NetProblem::unreachable;
+}
+
 // The system's own word on a connection attempt that has ended; 0 while it goes on.
 int attemptError(const Socket& socket) {
   int error = 0;
@@ -174,9 +181,10 @@ bool connectSocket(const Socket& socket, const ADDRINFOW& address, const Deadlin
     return fail(NetProblem::unreachable);
   if (connect(socket.get(), address.ai_addr, static_cast<int>(address.ai_addrlen)) != 0) {
     if (const int error = WSAGetLastError(); error != WSAEWOULDBLOCK) return fail(problemOf(error));
-    if (!waitSocket(socket.get(), For::writing, deadline)) {
+    const Waited waited = waitSocket(socket.get(), For::writing, deadline);
+    if (waited != Waited::come) {
       const int error = attemptError(socket);
-      return fail(error != 0 ? problemOf(error) : NetProblem::timedOut);
+      return fail(error != 0 ? problemOf(error) : problemOf(waited));
     }
   }
   const BOOL on = TRUE;
@@ -196,9 +204,10 @@ std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int 
   }
   const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
   const auto lookUp = std::make_shared<LookUp>(host, port);
-  if (!lookUp->run(Deadline::at(end))) {
+  const Waited lookedUp = lookUp->run(Deadline::at(end));
+  if (lookedUp != Waited::come) {
     LeftBehind<LookUp>::instance().keep(lookUp);
-    why = NetProblem::timedOut;
+    why = problemOf(lookedUp);
     return nullptr;
   }
   const std::vector<ADDRINFOW> addresses = lookUp->addresses();

@@ -250,6 +250,18 @@ TEST_F(InAWait, WhatCameWhileTheyWereServedHasComeInTime) {
   EXPECT_EQ(readOnce(*stream, 100), "late");
 }
 
+TEST_F(InAWait, AWaitThatTheSystemRefusesEndsAtOnceAndIsNoTimeOut) {
+  int asked = 0;
+  const auto refused = [&asked](std::int64_t) {
+    ++asked;
+    return Waited::failed;
+  };
+  EXPECT_EQ(waitTold(60'000, refused), Waited::failed);
+  EXPECT_EQ(asked, 1);
+  EXPECT_EQ(waitTold(0, [](std::int64_t) { return Waited::timeOver; }), Waited::timeOver);
+  EXPECT_EQ(waitTold(0, [](std::int64_t) { return Waited::come; }), Waited::come);
+}
+
 // The look-ups go on by themselves; what they write to must still be there.
 TEST(NetStreamTest, LookUpsThatAreNotWaitedForHurtNobody) {
   ScriptServer server([](native::Socket connection) { readUntil(connection, "nothing"); });

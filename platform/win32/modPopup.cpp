@@ -17,12 +17,14 @@ constexpr std::size_t kMostTipCharacters = 63;
 bool iconIsUp = false;
 std::wstring iconTip;
 
-bool tellShell(DWORD command) {
+constexpr UINT kEverything = NIF_MESSAGE | NIF_ICON | NIF_TIP;
+
+bool tellShell(DWORD command, UINT parts = kEverything) {
   NOTIFYICONDATAW record{};
   record.cbSize = NOTIFYICONDATAW_V1_SIZE;
   record.hWnd = win32::mainWindow();
   record.uID = win32::kNotifyIconId;
-  record.uFlags = NIF_MESSAGE | NIF_ICON | NIF_TIP;
+  record.uFlags = parts;
   record.uCallbackMessage = win32::kNotifyIconMessage;
   record.hIcon = reinterpret_cast<HICON>(GetClassLongPtrW(record.hWnd, GCLP_HICONSM));
   std::copy(iconTip.begin(), iconTip.end(), record.szTip);
@@ -43,7 +45,7 @@ bool notifyIconAdd(const std::string& tip) {
 
 bool notifyIconModifyTip(const std::string& tip) {
   setTip(tip);
-  return tellShell(NIM_MODIFY);
+  return tellShell(NIM_MODIFY, NIF_TIP);
 }
 
 bool notifyIconDelete() {

@@ -2,6 +2,7 @@
 // and answers each with one line of JSON:
 //
 //   windows          every visible top-level window with its controls
+//   look             as little of each main window and message box as tells whether there is something new
 //   text HANDLE      the whole text of a window
 //   topline HANDLE   the number of the first line in sight in an edit box
 //   tips PID         the tool tips of a process: [{"window": HANDLE, "text": "..."}]
@@ -177,6 +178,44 @@ std::string describe(HWND window, bool withChildren, bool silent) {
     result += "]";
   }
   return result + "}";
+}
+
+// The handle of the log box and how much it holds (-1: no answer), or what a message box says and its button.
+std::string look() {
+  std::vector<HWND> found;
+  EnumWindows(
+      [](HWND window, LPARAM list) -> BOOL {
+        const std::wstring name = classOf(window);
+        if (name == L"VornelleForm1" || (name == L"#32770" && IsWindowVisible(window)))
+          reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
+        return TRUE;
+      },
+      reinterpret_cast<LPARAM>(&found));
+  std::string result = "[";
+  for (const HWND window : found) {
+    constexpr int kLogBox = 107;
+    const std::wstring className = classOf(window);
+    result += (result.size() > 1 ? ",{" : "{");
+    result += "\"handle\":" + handleNumber(window) + ",\"class\":" + quoted(className) +
+              ",\"program\":" + quoted(programOf(window)) + ",\"pid\":" + number(processOf(window));
+    if (className == L"VornelleForm1") {
+      const HWND box = GetDlgItem(window, kLogBox);
+      const std::optional<DWORD_PTR> length = answerOf(box, WM_GETTEXTLENGTH, 0, 0, kLongestLook);
+      result += ",\"box\":" + handleNumber(box) +
+                ",\"length\":" + number(length ? static_cast<long long>(*length) : -1);
+    } else if (answers(window)) {
+      std::wstring said;
+      HWND button = nullptr;
+      for (HWND child = GetWindow(window, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        const std::wstring kind = classOf(child);
+        if (kind == L"Static") said += textOf(child, 400);
+        if (kind == L"Button" && !button) button = child;
+      }
+      result += ",\"said\":" + quoted(said) + ",\"button\":" + handleNumber(button);
+    }
+    result += "}";
+  }
+  return result + "]";
 }
 
 std::string windows() {
@@ -382,6 +421,7 @@ std::string answer(const std::string& line) {
   const std::string command = line.substr(0, blank);
   const std::string argument = blank == std::string::npos ? "" : line.substr(blank + 1);
   if (command == "windows") return windows();
+  if (command == "look") return look();
   if (command == "text") return quoted(textOf(handleOf(argument)));
   if (command == "topline") return number(SendMessageW(handleOf(argument), EM_GETFIRSTVISIBLELINE, 0, 0));
   if (command == "close") return boolean(PostMessageW(handleOf(argument), WM_CLOSE, 0, 0));

@@ -10,6 +10,12 @@ import { Desktop, PROGRAM_FOLDER, windowsPath, wineProgram, wineserverProgram } 
 
 const NO_ANSWER = '<no answer>';
 
+// Looking costs the programs time that they could have for their work. It is done often while somebody waits for what a
+// program shows, and now and then otherwise: a message box may want its answer.
+const OFTEN = 50;     // milliseconds
+const SELDOM = 500;
+const LATELY = 2000;  // so long ago somebody waits still
+
 // One desktop for all programs of a test process.
 let desktop;
 let desktopOptions;
@@ -28,16 +34,27 @@ function sharedDesktop() {
 // All running programs are looked at in one go, however many there are.
 const runs = new Set();
 let looking = null;
+let lookSooner = () => {};
 
 async function lookAtAll() {
   const own = await sharedDesktop();
   while (runs.size > 0) {
     const start = Date.now();
-    const windows = await own.windows();
+    const windows = await own.ask('look');
     for (const run of [...runs]) await run.look(windows);
-    // Looking at a long log box takes its time, which the program is to have most of.
-    const pause = Math.min(500, Math.max(50, 4 * (Date.now() - start)));
-    await new Promise((resolve) => setTimeout(resolve, pause));
+    // Reading a long log box takes its time, which the program is to have most of.
+    const took = Date.now() - start;
+    const wanted = () => [...runs].some((run) => run.isWaitedFor());
+    const end = Date.now() + SELDOM;
+    const soon = Date.now() + Math.min(SELDOM, Math.max(OFTEN, 4 * took));
+    for (;;) {
+      const pause = (wanted() ? soon : end) - Date.now();
+      if (pause <= 0) break;
+      await new Promise((resolve) => {
+        const timer = setTimeout(resolve, pause);
+        lookSooner = () => { clearTimeout(timer); resolve(); };
+      });
+    }
   }
   looking = null;
 }
@@ -47,7 +64,8 @@ export class WindowRun {
   memoryForLog = 8;
 
   constructor(folder, program, environment, shell) {
-    this.output = '';
+    this.seen = '';  // of the log box
+    this.waitedFor = 0;
     this.errors = '';
     this.ended = null;
     this.program = windowsPath(`${folder}/${program}`).toLowerCase();
@@ -65,12 +83,29 @@ export class WindowRun {
     this.answered = new Set();
     runs.add(this);
     looking ??= lookAtAll();
+    lookSooner();
     const ended = await gone;
     this.isGone = true;
     // What is being read of its windows is still its output.
     runs.delete(this);
     await this.lastLook;
     this.ended = ended;
+  }
+
+  // Nobody knows its port yet, or somebody reads what it shows.
+  isWaitedFor() { return !this.hasPort || Date.now() - this.waitedFor < LATELY; }
+
+  // What the log box showed when it was looked at last.
+  get output() {
+    this.waitedFor = Date.now();
+    lookSooner();
+    return this.seen;
+  }
+
+  // What it shows now, and all that was ever in it.
+  async shown() {
+    await this.desktop.ask('look').then((windows) => this.look(windows));
+    return this.seen;
   }
 
   look(windows) {
@@ -83,22 +118,19 @@ export class WindowRun {
       if (window.program.toLowerCase() !== this.program) continue;
       if (window.class === 'VornelleForm1') {
         this.main = window;
-        const box = window.text !== NO_ANSWER && window.children.find((child) => child.id === 107);
         // What is long is read when there is more of it.
-        const seen = box && `${box.length} ${box.text}`;
-        if (!box || seen === this.seen) continue;
+        if (window.length <= 0 || window.length === this.length) continue;
         // A window that is being destroyed has no text left.
-        const text = await this.desktop.ask(`text ${box.handle}`);
+        const text = await this.desktop.ask(`text ${window.box}`);
         if (!text || text === NO_ANSWER) continue;
-        this.output = text;
-        this.seen = seen;
+        this.seen = text;
+        this.length = window.length;
         continue;
       }
-      const button = window.class === '#32770' && window.children.find((child) => child.class === 'Button');
-      if (!button || this.answered.has(window.handle)) continue;
+      if (!window.button || this.answered.has(window.handle)) continue;
       this.answered.add(window.handle);
-      this.errors += window.children.filter((child) => child.class === 'Static').map((child) => child.text).join('') + '\n';
-      await this.desktop.ask(`press ${button.handle}`);
+      this.errors += window.said + '\n';
+      await this.desktop.ask(`press ${window.button}`);
     }
   }
 
@@ -108,6 +140,7 @@ export class WindowRun {
       if (!found && this.ended) throw new Error(`The program ended: ${JSON.stringify(this.ended)}\n${this.said()}`);
       return found;
     }, () => `the banner (${this.main ? 'the window is there' : 'no window'}, ${this.isGone ? 'gone' : 'running'}): ${this.said()}`, 60000);
+    this.hasPort = true;
     return Number(banner[1]);
   }
 

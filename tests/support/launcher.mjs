@@ -63,6 +63,9 @@ class ConsoleRun {
 
   said() { return `${this.output}\n${this.errors}`; }
 
+  // What it shows now, and all that was ever in it.
+  async shown() { return this.output; }
+
   // The window's close button.
   close() { this.child.kill('SIGTERM'); }
   kill() { this.child.kill('SIGKILL'); }

@@ -10,6 +10,7 @@ import { settingsForm } from '../support/forms.mjs';
 import { Application } from '../support/harness.mjs';
 import { MailServer } from '../support/mailserver.mjs';
 import { smallMailbox } from '../support/mails.mjs';
+import { until } from '../support/tools.mjs';
 
 let app;
 let server;
@@ -98,7 +99,9 @@ describe('login', () => {
     await app.login();
     await app.get('/foo.htm?s={s}');
     await app.get('/foo.htm?x=1&s={s}');
-    assert.ok(!(app.log() + app.process.output).includes(app.sessionId));
+    let shown;
+    await until(async () => (shown = await app.process.shown()).includes('foo.htm?x=1 request complete!'), () => `the line in ${shown}`);
+    assert.ok(!(app.log() + shown).includes(app.sessionId));
   });
 });
 

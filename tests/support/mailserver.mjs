@@ -44,6 +44,13 @@ class Service {
     this.port = this.listener.address().port;
   }
 
+  // As after a start with these options.
+  renew(options) {
+    for (const socket of this.sockets) socket.destroy();
+    this.sessions = [];
+    this.options = options;
+  }
+
   async stop() {
     for (const socket of this.sockets) socket.destroy();
     await new Promise((resolve) => this.listener.close(resolve));
@@ -73,6 +80,14 @@ export class MailServer {
     await server.pop.listen(options?.pop?.port ?? 0);
     await server.smtp.listen(options?.smtp?.port ?? 0);
     return server;
+  }
+
+  // As after a start with these messages and options of the sessions, at the same ports.
+  renew({ messages, pop, smtp } = {}) {
+    this.maildrop = new Maildrop(messages);
+    this.delivered = [];
+    this.pop.renew({ ...this.account, ...pop });
+    this.smtp.renew({ ...this.account, ...smtp });
   }
 
   get popPort() { return this.pop.port; }

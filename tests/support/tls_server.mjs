@@ -78,11 +78,18 @@ export async function serveOpenssl(certificate, ...args) {
 
 // A line to the server at that port. Of what the server says, `upTo` bytes pass on every connection; then the line is cut
 // ("cut"), reset ("reset") or falls silent ("silence"). The byte at `flip` has a bit turned. `pieces`: how many bytes go at a time,
-// `pause` milliseconds behind the ones before. Returns { port, close, passed (bytes, of the last connection) }.
-export async function lineTo(target, { upTo = Infinity, then = 'cut', flip = -1, pieces = Infinity, pause = 0 } = {}) {
+// `pause` milliseconds behind the ones before. Returns { port, close, passed (bytes, of the last connection), renew(options)
+// (ends all connections, and those that follow do as these options say) }.
+export async function lineTo(target, options) {
   const sockets = new Set();
   const line = { passed: 0 };
+  line.renew = (renewed) => {
+    options = renewed;
+    line.passed = 0;
+    for (const socket of sockets) socket.destroy();
+  };
   const server = net.createServer((near) => {
+    const { upTo = Infinity, then = 'cut', flip = -1, pieces = Infinity, pause = 0 } = options ?? {};
     const far = net.connect(target, '127.0.0.1');
     for (const socket of [near, far]) {
       sockets.add(socket);

@@ -6,26 +6,17 @@ import fs from 'node:fs';
 import { describe, test } from 'node:test';
 
 import { Application, assertNothingLost } from '../support/harness.mjs';
-import { MailServer } from '../support/mailserver.mjs';
+import { onLane } from '../support/lane.mjs';
 import { smallMailbox, spam } from '../support/mails.mjs';
 
 const concurrency = 3;
 
-async function withServer(options, body) {
-  const server = await MailServer.start({ messages: options.messages ?? smallMailbox() });
+const withServer = ({ messages = smallMailbox(), ...options }, body) => onLane({ messages, ...options }, async ({ app, server }) => {
   const before = server.maildrop.messages.map((message) => message.data);
-  let app;
-  try {
-    app = await Application.start({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}`, ...options.settings },
-      shell: options.shell });
-    await app.login();
-    const assertSafe = () => assertNothingLost(before, server.maildrop.messages.map((message) => message.data), app);
-    await body({ app, server, assertSafe });
-  } finally {
-    await app?.stop();
-    await server.stop();
-  }
-}
+  await app.login();
+  const assertSafe = () => assertNothingLost(before, server.maildrop.messages.map((message) => message.data), app);
+  await body({ app, server, assertSafe });
+});
 
 // Kills the program when the command arrives, starts it again and lets it filter.
 const killedAt = (verb, nth, wait = 0) => withServer({}, async ({ app, server, assertSafe }) => {

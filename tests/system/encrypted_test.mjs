@@ -14,7 +14,6 @@ import { Application } from '../support/harness.mjs';
 import { MailServer } from '../support/mailserver.mjs';
 import { friendly, largeMailbox, smallMailbox, spam } from '../support/mails.mjs';
 import { Postfix } from '../support/postfix.mjs';
-import { lineTo } from '../support/tls_server.mjs';
 import { freePort, until } from '../support/tools.mjs';
 import { certificates } from '../support/trusted.mjs';
 
@@ -277,13 +276,13 @@ describe('an encrypted line', { concurrency: 3 }, () => {
   // Cut without a word of TLS, at bytes of the encrypted line.
   test('CutAtManyAByteLosesNothing', async () => {
     let whole = 0;
-    await run({ line: async (port) => lineTo(port), recover: false }, async ({ between }) => { whole = between.passed; });
+    await run({ line: {}, recover: false }, ({ between }) => { whole = between.passed; });
     assert.ok(whole > 4000, `${whole} bytes`);
     const places = [];
     for (let at = 1; at < whole; at += at < 3000 ? 499 : 173) places.push(at);
     const worker = async () => {
       for (let at = places.shift(); at !== undefined; at = places.shift()) {
-        await run({ line: (port) => lineTo(port, { upTo: at, then: at % 2 ? 'cut' : 'reset' }), recover: false });
+        await run({ line: { upTo: at, then: at % 2 ? 'cut' : 'reset' }, recover: false });
       }
     };
     await Promise.all([worker(), worker(), worker()]);
@@ -315,14 +314,15 @@ describe('a series on an encrypted line', { concurrency: 3 }, () => {
 
   // Behind the headers, without a word of TLS: in the middle of a record, between two, before the answer to QUIT.
   test('CutAtManyAByteLosesNothing', async () => {
-    let listed = 0, whole = 0, between;
-    await run({ line: async (port) => { between = await lineTo(port); return between; }, recover: false,
-      pop: { faults: [{ verb: 'RETR', nth: 1, before: () => { listed = between.passed; } }] } }, () => { whole = between.passed; });
+    let listed = 0, whole = 0;
+    await run({ line: {}, recover: false,
+      pop: { faults: [{ verb: 'RETR', nth: 1, before: ({ server }) => { listed = server.between.passed; } }] },
+    }, ({ between }) => { whole = between.passed; });
     assert.ok(listed > 3000 && whole > listed + 10000, `${listed} ${whole}`);
     const places = Array.from({ length: 14 }, (_, i) => whole - 1 - Math.round((whole - listed) * i / 14));
     const worker = async () => {
       for (let at = places.shift(); at !== undefined; at = places.shift()) {
-        await run({ line: (port) => lineTo(port, { upTo: at, then: at % 2 ? 'cut' : 'reset' }), recover: false },
+        await run({ line: { upTo: at, then: at % 2 ? 'cut' : 'reset' }, recover: false },
           ({ server }) => { if (at < whole - 200) assert.equal(server.maildrop.messages.length, 80, `cut at ${at} of ${whole}`); });
       }
     };

@@ -6,9 +6,9 @@ import path from 'node:path';
 import { describe, test } from 'node:test';
 
 import { faultRun } from '../support/fault_run.mjs';
-import { Application } from '../support/harness.mjs';
+import { ask } from '../support/gateway_http.mjs';
+import { onLane } from '../support/lane.mjs';
 import { programPath } from '../support/launcher.mjs';
-import { MailServer } from '../support/mailserver.mjs';
 import { friendly, largeMailbox, mail, smallMailbox, spam } from '../support/mails.mjs';
 
 const filtered = (kept, saved) => new RegExp(`^Mail filtered:  ${kept} msgs\\.  ${saved} spam\\.$`);
@@ -43,21 +43,15 @@ describe('refusals', { concurrency }, () => {
       assert.match(line, filtered(1, 1));
       assert.deepEqual(server.maildrop.uids(), ['locked']);
     }));
-  test('AMessageThatTheServerGivesNothingOfCanBeDeletedFromTheInbox', async () => {
-    const server = await MailServer.start({ messages: refused() });
-    const app = await Application.start({ settings: { POP_SERVER: `127.0.0.1:${server.popPort}` } });
-    try {
+  test('AMessageThatTheServerGivesNothingOfCanBeDeletedFromTheInbox', () => onLane({ messages: refused() },
+    async ({ app, server }) => {
       await app.login();
       const page = await app.get('/displayinbox.htm?s={s}');
       assert.match(page, /displayemail\.cgi\?uidl=locked&s=/);
       assert.match(page, /showing 1 - 2 of 2/);
-      await app.post('/delete.cgi?s={s}', 'SUBMIT3=DELETE&D1=1&END=1');
+      await ask(app, '/delete.cgi?s={s}', { method: 'POST', body: 'SUBMIT3=DELETE&D1=1&END=1' });
       assert.deepEqual(server.maildrop.uids(), ['one']);
-    } finally {
-      await app.stop();
-      await server.stop();
-    }
-  });
+    }));
 });
 
 describe('sizes', { concurrency }, () => {

@@ -14,6 +14,7 @@
 //             the right one
 //   endless   a string or Buffer: the right answer's status line, then this text again and again until the client
 //             goes away; with status: false the text alone
+//   until     a promise: this answer, and those behind it, are held back until it is fulfilled
 //   before    a function that is called before the command is carried out; it gets the session
 //
 // Besides, cutAtByte cuts the line after so many bytes of everything that the server says in a session, and late holds
@@ -65,6 +66,7 @@ export class Wire {
   answer(text, fault) {
     let data = toBuffer(text);
     if (!fault) return this.write(data);
+    if (fault.until) this.last = (this.last ?? Promise.resolve()).then(() => fault.until);
     if (fault.answer !== undefined) {
       data = toBuffer(typeof fault.answer === 'function' ? fault.answer(data) : fault.answer);
     }
@@ -93,7 +95,7 @@ export class Wire {
       return;
     }
     this.sent += data.length;
-    if (this.options.late) return this.#writeLate(data);
+    if (this.options.late || this.last) return this.#writeLate(data);
     this.socket.write(data);
   }
 
@@ -101,7 +103,7 @@ export class Wire {
     const half = data.length > 100 ? data.length >> 1 : data.length;
     for (const piece of [data.subarray(0, half), data.subarray(half)]) {
       if (piece.length === 0) continue;
-      this.last = (this.last ?? Promise.resolve()).then(() => new Promise((resolve) => setTimeout(resolve, this.options.late)))
+      this.last = (this.last ?? Promise.resolve()).then(() => new Promise((resolve) => setTimeout(resolve, this.options.late ?? 0)))
         .then(() => { if (!this.socket.destroyed) this.socket.write(piece); });
     }
   }

@@ -126,7 +126,8 @@ describe('dovecot', { concurrency: 2 }, () => {
     const second = app.filterMail({ milliseconds: 20000 }).catch(() => {});
     const ends = () => app.events().filter((event) => event.startsWith('Mail filtered: ')).length;
     await until(() => ends() === 2, 'the end of both runs', 60000);
-    await Promise.all([first, second]);
+    // The other one's answer has no request left to go to.
+    await Promise.race([first, second]);
     assertNothingLost(stored, dovecot.messages(), app);
     await app.login();
     assert.equal(await app.filterMail(), 'Mail filtered:  30 msgs.  90 spam.');

@@ -77,6 +77,29 @@ TEST_F(FilterRunSeries, NoDeletionGoesOutBeforeItsFileIsWhole) {
   EXPECT_EQ(deletions, 36);
 }
 
+TEST_F(FilterRunSeries, AtMost64SavedMessagesOrAMebibyteOfThemWaitForTheirDeletion) {
+  const auto savedAtFirstDeletion = [&] {
+    const int spamBefore = countSpam();
+    int saved = 0;
+    drop.onCommand = [&](const std::string& line) {
+      if (line.starts_with("DELE ") && saved == 0) saved = countSpam() - spamBefore;
+    };
+    mailFilter();
+    EXPECT_TRUE(drop.mails.empty());
+    return saved;
+  };
+  drop.mails.clear();
+  for (int n = 1; n <= 200; ++n) add(idOf(n), "eve@elsewhere.example");
+  EXPECT_EQ(savedAtFirstDeletion(), 64);
+
+  settings.MAX_SPAM_SIZE = 30000;
+  for (int n = 1; n <= 20; ++n) {
+    add("large" + std::to_string(n), "eve@elsewhere.example");
+    drop.mails.back().source += std::string(300U << 10, 'x') + "\r\n";
+  }
+  EXPECT_EQ(savedAtFirstDeletion(), 4);
+}
+
 TEST_F(FilterRunSeries, InTestModeNothingIsDeleted) {
   form1.ckTestMode.setValue(1);
   mailFilter();

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "base/numbers.h"
+#include "core/activity.h"
 #include "core/event_log.h"
 #include "core/settings.h"
 #include "mail/mail_component.h"
@@ -20,9 +21,11 @@ bool reportFailure(const char* text) {
   return false;
 }
 
-// A log-on, which blocks the window for as long as the server takes.
+// A log-on, which blocks the window for as long as the server takes. Pages that are asked for meanwhile say
+// what it is; while a message box is open there is nothing under way.
 bool blocking(bool (MailComponent::*logOn)()) {
   const WaitCursor hourglass;
+  const Activity activity(Task::settingsTest);
   return currentMail && (currentMail.get()->*logOn)();
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <set>
 
+#include "core/activity.h"
 #include "core/settings.h"
 #include "mail/mail_component.h"
 #include "tests/unit/line_server.h"
@@ -426,6 +427,26 @@ TEST_F(SettingsDialog, TheHourglassIsShownForEachLogOnAndNeverWhileABoxIsOpen) {
   static_cast<void>(SaveButtonClick(dlgConfigLoad()));
   EXPECT_EQ(sim::shell().waitCursorsShown, 2);
   EXPECT_EQ(sim::shell().waitCursors, 0);
+}
+
+TEST_F(SettingsDialog, EachLogOnIsUnderWayForThePagesAndNothingIsWhileABoxIsOpen) {
+  settings.POP_SERVER = "pop.example";
+  settings.SMTP_SERVER = "smtp.example";
+  int logOns = 0;
+  const auto look = [&logOns] {
+    const std::optional<Progress> progress = underWay();
+    ASSERT_TRUE(progress);
+    EXPECT_EQ(taskName(progress->task), "settingsTest");
+    ++logOns;
+  };
+  for (const auto& [host, port] : std::map<std::string, int>{{"pop.example", 110}, {"smtp.example", 25}})
+    sim::addServer(host, port, [&look]() -> std::unique_ptr<sim::Server> {
+      look();
+      return nullptr;
+    });
+  sim::shell().onMessageBox = [](const std::string& text) { EXPECT_FALSE(underWay()) << text; };
+  static_cast<void>(SaveButtonClick(dlgConfigLoad()));
+  EXPECT_EQ(logOns, 2);
 }
 
 }  // namespace

@@ -1,6 +1,10 @@
 // Requests dispatched as values, in the middle of whatever the plain listener has under way.
 #include "web/direct_request.h"
 
+#include <functional>
+#include <utility>
+#include <vector>
+
 #include "platform/events.h"
 #include "tests/unit/mail/sim_maildrop.h"
 #include "tests/unit/web/dispatch_test_support.h"
@@ -97,6 +101,52 @@ TEST_F(DispatchTest, AnAddressOfOurOwnPagesNamesItsMessageOnTheServerExactly) {
   EXPECT_THAT(shown("k=a%23b"), HasSubstr("the sharp"));
   EXPECT_THAT(shown("k=a%2523b"), HasSubstr("the sign"));
   EXPECT_THAT(shown("k=a%252523b"), HasSubstr("does not exist"));
+}
+
+// What a run of forms leaves behind, and what they were answered.
+std::string leftByForms(const std::function<std::string(const std::string& request)>& ask) {
+  sim::reset();
+  resetProgramState();
+  assignConstants();
+  listenerStart();
+  form1.sessionId = kSessionId;
+  EXPECT_TRUE(createFolder(applicationFolder() + "\\spam"));
+  for (const char* const key : {"key1", "key2"})
+    EXPECT_TRUE(writeFile(applicationFolder() + "\\spam\\" + key + ".txt", "x\r\n"));
+  form1.rowKey[0] = "key1";
+  form1.rowKey[7] = "key2";
+  std::string left;
+  for (const auto& [page, fields] : std::vector<std::pair<std::string, std::string>>{
+           {"addtolist.cgi", "addtolist=Bob%40Example.com&type=FRIENDLIST&END=1"},
+           {"addtolist.cgi", "addtolist=%26%231055%3B+%DF%2B&type=subjectlist&END=1"},
+           {"addtolist.cgi", "addtolist=x&type=..\\friendlist&END=1"},
+           {"add2white.cgi", "addtolist=ann & eve&END=1"},
+           {"ADD2BLACK.CGI", "ADDTOLIST=Foe&END=1"},
+           {"add2black.cgi", "addtolist=foe&END=1"},
+           {"deletefromlist.cgi", "deletefromlist=1x&type=FriendList&END=1"},
+           {"deletefromlist.cgi", "deletefromlist=&type=EnemyList&END=1"},
+           {"deleterestore.cgi", "SUBMIT3=RESTORE-DELETE&R7=1&D7=1&D0=1&D5x=1&END=1"},
+           {"delete.cgi", "SUBMIT3=DELETE&D0=1&END=1"},
+           {"configupdate.cgi",
+            "ACTIVE=1&CHECK_MIN=75&MESSAGES_PER_PAGE=x&POP_ACCOUNT=joe&POP_PASSWORD=**&END=1"},
+           {"mailfilter.cgi", "END=1"},
+           {"login.cgi", "POP_ACCOUNT=no&POP_PASSWORD=no&END=1"},
+           {"logout.cgi", "END=1"}}) {
+    left += ask("POST /" + page + "?s=" + kSessionId + " HTTP/1.1\r\nHost: localhost\r\n\r\n" + fields);
+  }
+  for (const char* const name : {"\\data\\friendlist.txt", "\\data\\subjectlist.txt", "\\data\\enemylist.txt",
+                                 "\\spam\\key1.txt", "\\spam\\key2.txt", "\\Vornelle.ini"}) {
+    left += name + readFile(applicationFolder() + name).value_or(" is missing\r\n");
+  }
+  return left + form1.LogWindow.text();
+}
+
+TEST_F(DispatchTest, FormsDoTheSameThroughEitherDoor) {
+  const std::string plain = leftByForms([](const std::string& request) { return answerTo(request); });
+  const std::string direct =
+      leftByForms([](const std::string& request) { return answerDirectly(request).value_or(""); });
+  EXPECT_EQ(direct, plain);
+  EXPECT_THAT(plain, HasSubstr("\\data\\enemylist.txtfoe\r\n"));
 }
 
 TEST_F(DispatchTest, TheReaderMakesAFriendOfTheSenderWhereTheUserHasTickedItOnly) {

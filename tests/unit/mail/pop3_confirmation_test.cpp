@@ -103,6 +103,17 @@ TEST_F(Pop3ConfirmationTest, AFetchedMessageIsDeletedWithoutAskingAgain) {
   EXPECT_EQ(1, mailbox->count("UIDL 1"));
 }
 
+TEST_F(Pop3ConfirmationTest, WhereSomethingElseWasAskedMeanwhileAFetchedMessageIsConfirmedAnew) {
+  deliverMany(2);
+  mailbox->answers["RETR 2"] = "-ERR busy\r\n";
+  logOn();
+  ASSERT_TRUE(client->fetchMessage("id-1"));
+  EXPECT_FALSE(client->fetchMessage("id-2"));
+  mailbox->answers["UIDL 1"] = "+OK 1 id-2\r\n";
+  EXPECT_FALSE(client->deleteMessage("id-1"));
+  EXPECT_TRUE(quit().empty());
+}
+
 TEST_F(Pop3ConfirmationTest, ANumberThatHasBecomeAnotherMessageIsNotDeleted) {
   deliverMany(2);
   mailbox->answers["UIDL 1"] = "+OK 1 id-2\r\n";

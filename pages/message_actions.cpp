@@ -114,11 +114,17 @@ void putRestoresFirst(std::vector<CheckedRow>& rows) {
   }
 }
 
-// False when it has not been deleted, here and below.
-bool deleteFromInbox(const CheckedRow& row) {
+// False when it has not been deleted, here and below; `why` says more than the log does.
+bool deleteFromInbox(const CheckedRow& row, std::string& why) {
   LogWindowAdd("Delete mail from " + row.sender);
   // A task that began during the yield may have taken the component away; then nothing is deleted.
-  return currentMail && currentMail->popDeleteMessage(row.key);
+  if (!currentMail) {
+    why = "something else has used the mailbox meanwhile. Try again.";
+    return false;
+  }
+  const bool deleted = currentMail->popDeleteMessage(row.key);
+  if (!deleted) why = failureText(currentMail->failure());
+  return deleted;
 }
 
 bool deleteFromSpamBox(const CheckedRow& row) {
@@ -136,16 +142,17 @@ bool deleteFromSpamBox(const CheckedRow& row) {
 // What became of the checked rows.
 struct Tally {
   int restored = 0, notRestored = 0, deleted = 0, notDeleted = 0;
+  // Of the last one that could not be; later ones that could be clear what is known of the server.
+  std::string whyNotRestored, whyNotDeleted;
   std::string friends;  // what befriendSenders() said
+
+  static std::string reason(const std::string& why) { return why.empty() ? "the event log tells why" : why; }
 
   void remember() const {
     if (restored + notRestored > 0) {
       std::string text = std::to_string(restored) + " restored";
-      if (notRestored > 0) {
-        const std::string reason = failureText(lastMailFailures.smtp);
-        text += ", " + std::to_string(notRestored) +
-                " could not be: " + (reason.empty() ? "the event log tells why" : reason);
-      }
+      if (notRestored > 0)
+        text += ", " + std::to_string(notRestored) + " could not be: " + reason(whyNotRestored);
       text += friends;
       // One sentence for both, since pages show what happened last.
       if (deleted > 0) text += ", " + std::to_string(deleted) + " deleted";
@@ -155,7 +162,7 @@ struct Tally {
     if (deleted + notDeleted > 0) {
       std::string text = std::to_string(deleted) + " deleted";
       if (notDeleted > 0)
-        text += ", " + std::to_string(notDeleted) + " could not be: the event log tells why";
+        text += ", " + std::to_string(notDeleted) + " could not be: " + reason(whyNotDeleted);
       outcomes.deletion = outcome(notDeleted == 0, text);
     }
   }
@@ -192,13 +199,17 @@ void logRestore(bool sent, const std::string& sender) {
   LogWindowAdd((sent ? "Restore msg from " : "Problem restoring msg from ") + sender + " to InBox");
 }
 
-bool restoreRow(const CheckedRow& row) {
+bool restoreRow(const CheckedRow& row, std::string& why) {
   if (!isNameInFolder(row.key)) {
     logRestore(false, row.sender);
     return false;
   }
   const bool restored = restoreSpam(spamPath(row.key));
-  if (restored) restoredKeys.insert(row.key);
+  if (restored) {
+    restoredKeys.insert(row.key);
+  } else {
+    why = failureText(lastMailFailures.smtp);
+  }
   return restored;
 }
 
@@ -247,14 +258,14 @@ void workThrough(std::vector<CheckedRow> rows, bool inbox, bool befriend) {
       ++(row.restore ? tally.notRestored : tally.notDeleted);
       if (row.restore) notRestored.push_back(row.row);
     } else if (row.restore) {
-      const bool restored = restoreRow(row);
+      const bool restored = restoreRow(row, tally.whyNotRestored);
       ++(restored ? tally.restored : tally.notRestored);
       if (!restored) notRestored.push_back(row.row);
     } else if (std::find(notRestored.begin(), notRestored.end(), row.row) != notRestored.end()) {
       LogWindowAdd("**Not deleted, since it could not be restored: " + row.key + ".txt");
       ++tally.notDeleted;
     } else if (inbox) {
-      ++(deleteFromInbox(row) ? tally.deleted : tally.notDeleted);
+      ++(deleteFromInbox(row, tally.whyNotDeleted) ? tally.deleted : tally.notDeleted);
     } else {
       ++(deleteFromSpamBox(row) ? tally.deleted : tally.notDeleted);
     }

@@ -538,6 +538,44 @@ TEST_F(MessageActions, ABoxOfAnOlderPageDeletesNothingFromTheServerEither) {
               ElementsAre("**Not deleted, since row 0 holds another message now", "Delete mail from bob"));
 }
 
+TEST_F(MessageActions, WhyOneMessageCouldNotBeRestoredIsToldAlthoughTheNextOneCouldBe) {
+  for (const char* key : {"a", "b"})
+    makeFile("\\spam\\" + std::string(key) + ".txt", "From: " + std::string(key) + "@x.example\r\n");
+  row(0, "a", "ann");
+  row(1, "b", "bob");
+  outbox_.refuse = "rcpt";
+  form1.LogWindow.onAppend = [this](std::string_view line) {
+    if (line.find("Problem restoring") != std::string_view::npos) outbox_.refuse.clear();
+  };
+  form("SUBMIT3=RESTORE-DELETE&R0=1&R1=1&END=1");
+  deleteChecked("SPAMBOX");
+  EXPECT_THAT(outcomes.restore.text, testing::StartsWith("1 restored, 1 could not be: "));
+  EXPECT_THAT(outcomes.restore.text, HasSubstr("said: \"550 no\""));
+}
+
+TEST_F(MessageActions, AReasonOfAnEarlierTaskIsNoReasonOfThisOne) {
+  lastMailFailures.smtp.reason = MailReason::unreachable;
+  row(0, "", "ann");
+  form("SUBMIT3=RESTORE-DELETE&R0=1&END=1");
+  deleteChecked("SPAMBOX");
+  EXPECT_EQ(outcomes.restore.text, "0 restored, 1 could not be: the event log tells why");
+}
+
+TEST_F(MessageActions, WhyAMessageCouldNotBeDeletedFromTheServerIsTold) {
+  mailbox_.add("a", "a@x.example", "Hi");
+  row(0, "gone", "ann");
+  row(1, "a", "bob");
+  form("SUBMIT3=DELETE&D0=1&D1=1&END=1");
+  deleteChecked("INBOX");
+  EXPECT_THAT(mailbox_.uidls(), IsEmpty());
+  EXPECT_THAT(outcomes.deletion.text, testing::StartsWith("1 deleted, 1 could not be: "));
+  EXPECT_THAT(outcomes.deletion.text, HasSubstr("does not have that message any more"));
+
+  sim::after(0, [] { currentMail.reset(); });
+  deleteChecked("INBOX");
+  EXPECT_THAT(outcomes.deletion.text, HasSubstr("something else has used the mailbox meanwhile"));
+}
+
 TEST_F(MessageActions, WhatHasBeenRestoredIsKnownUntilItIsDeleted) {
   makeFile("\\spam\\a.txt", "From: a@x.example\r\n");
   row(0, "a", "ann");

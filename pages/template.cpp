@@ -53,19 +53,18 @@ std::string_view longestPlainStretch(std::string_view page) {
   return longest;
 }
 
-// Runs `work` on the page while its longest plain stretch, which may be most of it, is set aside: each marker
-// would make the program look through it, and move it.
+// Runs `work` on what stands before and behind the page's longest plain stretch, which may be most of it:
+// each marker would make the program look through it, and move it.
 template <typename Work>
 std::string withoutPlainStretch(std::string page, const Work& work) {
-  // No text that is filled in can look like this: a NUL gets into none.
-  constexpr std::string_view kAside("<\0aside>", 8);
   const std::string_view plain = longestPlainStretch(page);
   const auto start = static_cast<std::size_t>(plain.data() - page.data());
   const std::string aside(plain);
-  page.replace(start, aside.size(), kAside);
+  std::string behind = page.substr(start + aside.size());
+  page.resize(start);
   work(page);
-  const std::size_t place = page.find(kAside);
-  return place == std::string::npos ? page : page.replace(place, kAside.size(), aside);
+  work(behind);
+  return page.append(aside).append(behind);
 }
 
 }  // namespace

@@ -138,6 +138,14 @@ TEST_F(TemplateTest, TheVersionIsFilledInBeforeTheSession) {
   EXPECT_EQ(filled("<!--SSSESSION-->"), "<!--SSVERSION-->");
 }
 
+TEST_F(TemplateTest, WhatIsFilledInMayHoldAnyBytes) {
+  const std::string plain(100, 'x');
+  for (const std::string& text : {std::string("<\0aside>", 8), std::string("\0<!--", 5), std::string("<")}) {
+    EXPECT_EQ(filled("<!--ONE-->" + plain + "<!--ONE--></title>", {{"<!--ONE-->", text}}),
+              text + plain + text + " (27m)</title>");
+  }
+}
+
 TEST_F(TemplateTest, AMarkerThatTheTemplateLacksLosesNothing) {
   EXPECT_EQ(filled("text", {{"<!--ONE-->", "1"}}), "text");
 }

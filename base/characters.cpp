@@ -113,7 +113,7 @@ std::string toUtf8(std::string_view text) {
 std::string fromUtf8ToText(std::string_view bytes, std::size_t most) {
   std::string text;
   text.reserve(std::min(bytes.size(), most));
-  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
+  bytes = withoutByteOrderMark(bytes);
   while (!bytes.empty()) {
     const Utf8Character next = utf8Character(bytes);
     if (!appendWithin(text, next.code, most)) break;

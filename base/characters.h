@@ -20,7 +20,7 @@ namespace vornelle {
 // none.
 void appendCharacter(std::string& text, char32_t code);
 
-// The whole text, or as much of it as fits into `most` bytes.
+// The whole text, or as many of its first characters as fit into `most` bytes.
 [[nodiscard]] std::string toText(std::u32string_view characters, std::size_t most = std::string::npos);
 
 struct TextCharacter {
@@ -37,8 +37,9 @@ struct TextCharacter {
 // As much of the start as fits into `most` bytes without cutting a reference.
 [[nodiscard]] std::string_view firstBytes(std::string_view text, std::size_t most);
 
-// The text in UTF-8, and back, in at most `most` bytes. What is no UTF-8 comes back as "?".
 [[nodiscard]] std::string toUtf8(std::string_view text);
+// Back from UTF-8, bounded as toText(). What is no UTF-8 is "?"; a byte order mark at the start is no part of
+// the text.
 [[nodiscard]] std::string fromUtf8ToText(std::string_view bytes, std::size_t most = std::string::npos);
 
 }  // namespace vornelle

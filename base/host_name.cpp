@@ -1,7 +1,6 @@
 #include "base/host_name.h"
 
 #include <algorithm>
-#include <array>
 
 #include "base/text.h"
 

@@ -15,12 +15,6 @@ struct LeadingNumber {
   std::size_t length = 0;  // 0: the text starts with no number
 };
 
-int digitValue(char c) {
-  if (isDigit(c)) return c - '0';
-  const char lower = toLowerChar(c);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 16;
-}
-
 std::size_t countDigits(std::string_view text, std::size_t from) {
   std::size_t at = from;
   while (at < text.size() && isDigit(text[at])) ++at;
@@ -34,8 +28,11 @@ LeadingNumber parseRadixNumber(std::string_view text) {
   const int radix = letter == 'h' ? 16 : letter == 'o' ? 8 : 0;
   LeadingNumber number;
   std::size_t at = 2;
-  for (; at < text.size() && digitValue(text[at]) < radix; ++at)
-    number.value = number.value * radix + digitValue(text[at]);
+  for (; at < text.size(); ++at) {
+    const int digit = hexDigitValue(text[at]);
+    if (digit < 0 || digit >= radix) break;
+    number.value = number.value * radix + digit;
+  }
   if (at > 2) number.length = at;
   return number;
 }

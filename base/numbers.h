@@ -16,7 +16,8 @@ namespace vornelle {
 // Rounded to a whole number, halves to the even neighbour.
 [[nodiscard]] double roundHalfEven(double value);
 
-// The whole text (blanks around it allowed) as a number; nullopt when it is not one.
+// The whole text (blanks around it allowed) as a number in one of the forms that val() knows; nullopt when it
+// is not one, or beyond what a double holds.
 [[nodiscard]] std::optional<double> toNumber(std::string_view text);
 // As toNumber, rounded with roundHalfEven; nullopt also when it does not fit.
 [[nodiscard]] std::optional<std::int32_t> toInt32(std::string_view text);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "base/characters.h"
 #include "base/text.h"
 
 namespace vornelle {
@@ -33,14 +34,10 @@ std::uint32_t adapt(std::uint32_t delta, std::uint32_t points, bool first) {
   return steps + (kBase - kMinimum + 1) * delta / (delta + kSkew);
 }
 
-// The code of a small letter beyond ASCII in Windows-1252; 0: it is no letter.
+// The code of a small letter beyond ASCII; 0: it is none. The sharp s is the one that has no capital.
 char32_t codeOfLetter(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  if (byte >= 0xDF && byte != 0xF7) return byte;
-  if (byte == 0x9A) return 0x161;  // s with caron
-  if (byte == 0x9C) return 0x153;  // oe ligature
-  if (byte == 0x9E) return 0x17E;  // z with caron
-  return 0;
+  constexpr char kSharpS = '\xDF';
+  return toUpperChar(c) != c || c == kSharpS ? textCharacter({&c, 1}).code : 0;
 }
 
 bool isAscii(std::string_view text) {

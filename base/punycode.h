@@ -13,7 +13,7 @@ namespace vornelle {
 
 // A host name in Windows-1252 as ASCII: labels with other letters than those of ASCII become "xn--" labels in
 // small letters, the sharp s stays itself (IDNA 2008), everything else is left as it is. nullopt for what no
-// host name can be: other signs beyond ASCII, or a label of more than 63 characters in the end.
+// host name can be: other signs beyond ASCII, or an "xn--" label of more than 63 characters.
 [[nodiscard]] std::optional<std::string> hostToAscii(std::string_view host);
 
 }  // namespace vornelle

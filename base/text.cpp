@@ -37,6 +37,12 @@ bool sameLetter(char a, char b) {
   return toLowerChar(a) == toLowerChar(b);
 }
 
+std::string_view without(std::string_view around, std::string_view text) {
+  const std::size_t first = text.find_first_not_of(around);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(around) - first + 1);
+}
+
 // Replaces whatever `findNext` finds; it takes a position and returns the next one or npos.
 template <typename FindNext>
 std::string replaceFound(std::string_view text, std::size_t findLength, std::string_view with,
@@ -110,16 +116,11 @@ bool containsNoCase(std::string_view text, std::string_view find) {
 }
 
 std::string_view trim(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+  return without(" ", text);
 }
 
 std::string_view trimBlanksAndTabs(std::string_view text) {
-  constexpr std::string_view kWhiteSpace = " \t";
-  const std::size_t start = text.find_first_not_of(kWhiteSpace);
-  if (start == std::string_view::npos) return {};
-  return text.substr(start, text.find_last_not_of(kWhiteSpace) + 1 - start);
+  return without(" \t", text);
 }
 
 bool isDigits(std::string_view text) {
@@ -131,6 +132,16 @@ int hexDigitValue(char c) {
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   return -1;
+}
+
+std::string hexadecimal(std::string_view bytes) {
+  std::string text;
+  text.reserve(2 * bytes.size());
+  for (const char byte : bytes) {
+    const auto code = static_cast<unsigned char>(byte);
+    text.append({kSmallHexDigits[code >> 4], kSmallHexDigits[code & 15]});
+  }
+  return text;
 }
 
 std::string replaceAll(std::string_view text, std::string_view find, std::string_view with) {

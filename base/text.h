@@ -34,8 +34,12 @@ inline constexpr std::string_view kCrLf = "\r\n";
 // One digit or more, and nothing else.
 [[nodiscard]] bool isDigits(std::string_view text);
 
-// What a hexadecimal digit stands for; -1 for any other character.
+inline constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+inline constexpr std::string_view kSmallHexDigits = "0123456789abcdef";
+// What a hexadecimal digit, in either letter case, stands for; -1 for any other character.
 [[nodiscard]] int hexDigitValue(char c);
+// Two small digits for each byte.
+[[nodiscard]] std::string hexadecimal(std::string_view bytes);
 
 // Every occurrence, left to right, without looking again at what was put in. An empty `find` changes nothing.
 [[nodiscard]] std::string replaceAll(std::string_view text, std::string_view find, std::string_view with);

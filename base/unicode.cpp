@@ -1,7 +1,5 @@
 #include "base/unicode.h"
 
-#include <utility>
-
 namespace vornelle {
 namespace {
 
@@ -84,8 +82,14 @@ bool isUtf8(std::string_view bytes) {
   return true;
 }
 
+std::string_view withoutByteOrderMark(std::string_view bytes) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  if (bytes.starts_with(kMark)) bytes.remove_prefix(kMark.size());
+  return bytes;
+}
+
 std::u32string fromUtf8(std::string_view bytes) {
-  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
+  bytes = withoutByteOrderMark(bytes);
   std::u32string text;
   text.reserve(bytes.size());
   while (!bytes.empty()) {

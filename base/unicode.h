@@ -28,7 +28,11 @@ struct Utf8Character {
 
 [[nodiscard]] bool isUtf8(std::string_view bytes);
 
-// A byte order mark at the start is no part of the text. Without one, `littleEndian` counts.
+// The bytes of UTF-8 without the byte order mark that they may start with.
+[[nodiscard]] std::string_view withoutByteOrderMark(std::string_view bytes);
+
+// A byte order mark at the start is no part of the text. Without one, `littleEndian` counts. What is broken
+// is kNoCharacter.
 [[nodiscard]] std::u32string fromUtf8(std::string_view bytes);
 [[nodiscard]] std::u32string fromUtf16(std::string_view bytes, bool littleEndian);
 [[nodiscard]] std::u32string fromUtf32(std::string_view bytes, bool littleEndian);

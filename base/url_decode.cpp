@@ -36,13 +36,11 @@ bool take(std::string_view& text, std::string_view plain, std::string_view encod
 
 // The reference that the text starts with behind its "%26", and how long it is there; "" for anything else.
 std::string reference(std::string_view text, std::size_t& length) {
-  constexpr std::size_t kMostDigits = 7;
   std::string_view rest = text;
   if (!take(rest, "#", "%23")) return "";
-  const std::size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
-  if (digits > kMostDigits) return "";
-  std::string found = "&#" + std::string(rest.substr(0, digits)) + ";";
-  rest.remove_prefix(digits);
+  const auto digitsEnd = std::find_if_not(rest.begin(), rest.end(), isDigit);
+  std::string found = "&#" + std::string(rest.begin(), digitsEnd) + ";";
+  rest.remove_prefix(static_cast<std::size_t>(digitsEnd - rest.begin()));
   if (!take(rest, ";", "%3B") || textCharacter(found).length == 1) return "";
   length = text.size() - rest.size();
   return found;
@@ -91,16 +89,13 @@ std::string formDecode(std::string_view text) {
 }
 
 std::string formEncode(std::string_view text) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string encoded;
   for (const char c : text) {
-    const bool plain =
-        (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.';
-    if (plain) {
+    if (isAsciiLetter(c) || isDigit(c) || c == '-' || c == '.') {
       encoded += c;
     } else {
       const auto code = static_cast<unsigned char>(c);
-      encoded.append({'%', kDigits[code >> 4], kDigits[code & 15]});
+      encoded.append({'%', kHexDigits[code >> 4], kHexDigits[code & 15]});
     }
   }
   return encoded;

@@ -12,6 +12,7 @@
 #include "desktop/main_window.h"
 #include "mail/filter_lists.h"
 #include "mail/schedule.h"
+#include "mail/spambox_store.h"
 #include "platform/clock.h"
 #include "platform/events.h"
 #include "platform/files.h"
@@ -42,9 +43,8 @@ void wireHandlers() {
 }
 
 void createSpamFolder() {
-  const std::string folder = applicationFolder() + "\\spam";
-  if (folderExists(folder)) return;
-  static_cast<void>(createFolder(folder));  // without it nothing counts as saved, so no mail is lost
+  if (folderExists(spamFolder())) return;
+  static_cast<void>(createFolder(spamFolder()));  // without it nothing counts as saved, so no mail is lost
   LogWindowAdd("Creating spam subdirectory...");
 }
 

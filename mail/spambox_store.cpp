@@ -13,10 +13,6 @@ constexpr std::string_view kEnding = ".txt";
 
 enum class EncodedLetters { none, capitals, all };
 
-std::string spamFolder() {
-  return applicationFolder() + "\\spam";
-}
-
 bool isCapital(char c) {
   return toLowerChar(c) != c;
 }
@@ -55,7 +51,6 @@ bool mustBeEncoded(std::string_view uidl, std::size_t at) {
 }
 
 std::string encode(std::string_view uidl, EncodedLetters letters) {
-  constexpr char kHexDigits[] = "0123456789ABCDEF";
   const bool device = isDeviceName(uidl);
   std::string key;
   for (std::size_t at = 0; at < uidl.size(); ++at) {
@@ -94,6 +89,10 @@ bool endLine(std::string& text) {
 }
 
 }  // namespace
+
+std::string spamFolder() {
+  return applicationFolder() + "\\spam";
+}
 
 std::string spamPath(std::string_view key) {
   return spamFolder().append("\\").append(key).append(kEnding);

@@ -22,7 +22,8 @@
 
 namespace vornelle {
 
-// "<application folder>\spam\<key>.txt"
+// "<application folder>\spam", which start-up makes, and "<application folder>\spam\<key>.txt".
+[[nodiscard]] std::string spamFolder();
 [[nodiscard]] std::string spamPath(std::string_view key);
 
 // The key under which the message with this unique-id, which is not empty, is saved or would be saved.

@@ -1,5 +1,7 @@
 #include "platform/common/temporary_name.h"
 
+#include "base/text.h"
+
 namespace vornelle::files {
 namespace {
 
@@ -10,7 +12,7 @@ constexpr std::string_view kEnd = ".tmp";
 
 std::string temporaryName(std::uint64_t hashOfName) {
   std::string result(kStart);
-  for (int shift = 60; shift >= 0; shift -= 4) result += "0123456789abcdef"[hashOfName >> shift & 15];
+  for (int shift = 60; shift >= 0; shift -= 4) result += kSmallHexDigits[hashOfName >> shift & 15];
   return result.append(kEnd);
 }
 

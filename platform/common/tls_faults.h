@@ -3,8 +3,7 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
-#include <string_view>
+#include <cstddef>
 
 #include "platform/tls.h"
 
@@ -31,16 +30,5 @@ class TlsFaults {
  private:
   std::array<bool, static_cast<std::size_t>(TlsProblem::badCertificate) + 1> noted_{};
 };
-
-// Small letters.
-[[nodiscard]] inline std::string hexadecimal(std::string_view bytes) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const char byte : bytes) {
-    text += kDigits[static_cast<unsigned char>(byte) >> 4];
-    text += kDigits[static_cast<unsigned char>(byte) & 15];
-  }
-  return text;
-}
 
 }  // namespace vornelle

@@ -12,13 +12,13 @@
 
 #include <algorithm>
 #include <array>
-#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <optional>
 
 #include "base/host_name.h"
 #include "base/punycode.h"
+#include "base/text.h"
 #include "platform/common/tls_faults.h"
 #include "platform/common/tls_stream.h"
 

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/host_name.h"
+#include "base/text.h"
 #include "platform/common/alternative_names.h"
 #include "platform/common/done_in_time.h"
 #include "platform/common/tls_faults.h"

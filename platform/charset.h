@@ -24,7 +24,7 @@ namespace vornelle {
 
 [[nodiscard]] bool isKnownCharset(std::string_view charset);
 
-// The set of the system's own 8-bit files, such as "windows-1251".
+// The name of the set of the system's own 8-bit files, for charsetToUnicode(): "cp1251", "ISO-8859-15".
 [[nodiscard]] std::string localCharset();
 
 }  // namespace vornelle

@@ -1,6 +1,7 @@
 // Wall clock, local time and a clock that only goes forward.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -16,10 +17,18 @@ struct LocalTime {
 };
 
 [[nodiscard]] std::int64_t utcNow();  // seconds since 1970-01-01 00:00:00 UTC
+// 1970-01-01 00:00:00 where the system cannot tell.
 [[nodiscard]] LocalTime toLocalTime(std::int64_t utcSeconds);
-[[nodiscard]] std::int64_t monotonicMilliseconds();
 
-// The system's designator for the half of the day; "AM" and "PM" where it has none.
+// Says only how much later something is than something else.
+[[nodiscard]] std::int64_t monotonicMilliseconds();
+// How long it is until that clock shows the time; 0 when it has come.
+[[nodiscard]] inline std::int64_t millisecondsUntil(std::int64_t time) {
+  return std::max<std::int64_t>(time - monotonicMilliseconds(), 0);
+}
+
+// The designator for the half of the day that the user has chosen in the system; "AM" and "PM" where there is
+// none, and on POSIX systems for one with letters beyond ASCII.
 [[nodiscard]] std::string amPmDesignator(bool afternoon);
 
 }  // namespace vornelle

@@ -15,7 +15,8 @@ namespace vornelle {
 void doEvents();
 
 // Blocks until an event is ready, then does what doEvents() does. At least one event has been served when it
-// returns. A routine that waits for a condition loops on it.
+// returns. A routine that waits for a condition loops on it. Not for what runs in the middle of a wait for a
+// server: it would serve everything there.
 void waitEvents();
 
 // Called when the system asks the program to end: SIGTERM and SIGINT on POSIX systems (served as an event).
@@ -38,11 +39,6 @@ class Timer {
 
   [[nodiscard]] int interval() const { return interval_; }
   [[nodiscard]] bool enabled() const { return enabled_; }
-
-  // Run by the event loop.
-  void tick() {
-    if (onTick) onTick();
-  }
 
   std::function<void()> onTick;
 

@@ -5,7 +5,7 @@
 
 namespace vornelle {
 
-// The notification icon: one icon, id 1, owned by the main window. A tip has at most 63 characters.
+// One icon, id 1, owned by the main window. A tip is cut behind its 63rd character. False: the shell refuses.
 [[nodiscard]] bool notifyIconAdd(const std::string& tip);
 [[nodiscard]] bool notifyIconModifyTip(const std::string& tip);
 [[nodiscard]] bool notifyIconDelete();

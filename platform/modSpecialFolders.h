@@ -5,11 +5,12 @@
 
 namespace vornelle {
 
-// The path of a shell special folder, ending in "\"; "" on any failure. Folder id 7 is the user's Startup
-// folder.
+inline constexpr int kStartupFolder = 7;  // the user's own
+
+// The path of a shell special folder, by the shell's number for it, ending in "\"; "" on any failure.
 [[nodiscard]] std::string getSpecialFolder(int folderId);
 
-// Creates "<special folder>\<name>.lnk" for the target in the user's Startup folder.
+// Creates "<linkName>.lnk" for the target in the user's Startup folder, in place of an earlier one.
 [[nodiscard]] bool createStartupLink(const std::string& linkName, const std::string& targetPath);
 
 }  // namespace vornelle

@@ -24,7 +24,8 @@ enum class TlsProblem {
   notTls,    // the peer's first byte belongs to no TLS: it speaks something else on this port
   version,   // no version in common
   refused,   // the handshake failed for another reason: the peer's alert, or what it sent made no sense
-  // What is wrong with the certificate. In all of these the result carries name and fingerprint.
+  // What is wrong with the certificate. In all of these the result carries its name and fingerprint, where
+  // there was one at all.
   wrongName,       // it is for another host
   expired,         // it, or one above it
   notYetValid,     // the same
@@ -48,8 +49,9 @@ enum class TlsVersions {
 };
 
 struct TlsPeer {
-  std::string host;  // as the user wrote it: name, name in Windows-1252 beyond ASCII, address with or without
-                     // brackets
+  // As the user wrote it: a name, which may have letters of Windows-1252, or an address, with or without
+  // brackets.
+  std::string host;
   // SHA-256 of a certificate that is good whatever else is wrong with it; 64 hexadecimal digits in small
   // letters. "": none.
   std::string acceptedFingerprint = {};
@@ -61,17 +63,17 @@ struct TlsResult {
   TlsProblem problem = TlsProblem::none;
   bool newestMayDo = false;  // failed, and a new connection with TlsVersions::newest may work
   std::string protocol;      // "TLS 1.3"; "" where it is not known
-  std::string
-      certificateName;  // whom the certificate is for: printable ASCII, at most 255 characters; "": none seen
+  // Whom the certificate is for: printable ASCII, at most 255 characters; "": none seen.
+  std::string certificateName;
   std::string fingerprint;  // SHA-256 of the peer's certificate as in TlsPeer; "": none seen
   std::string system;  // the system's own words or code for the log: one line of printable ASCII; may be ""
 };
 
 // Handshake and check of the certificate, both within the one time-out. On success the returned stream lies
 // over the given one. It reads and writes like any other, with these differences:
+//
 // - read() gives 0 only where the peer has said that it ends (close_notify). A line that just closes is
-// broken: what came
-//   before it may be cut off. A time-out leaves the stream usable.
+//   broken: what came before may have been cut off. A time-out leaves the stream usable.
 // - A read's wait starts anew with every piece of a record that arrives, at most ten times.
 // - The destructor says close_notify if that takes no waiting.
 [[nodiscard]] TlsResult startTls(std::unique_ptr<NetStream> plain, const TlsPeer& peer,

@@ -14,9 +14,9 @@
 
 #include "core/form1.h"
 #include "desktop/terminal_text.h"
-#include "platform/before_blocking.h"
 #include "platform/clock.h"
 #include "platform/events.h"
+#include "platform/meanwhile.h"
 #include "platform/standard_output.h"
 
 namespace vornelle {

@@ -5,7 +5,6 @@
 #include "desktop/win32/keyboard.h"
 #include "platform/events.h"
 #include "platform/win32/shell_window.h"
-#include "platform/win32/wait_cursor.h"
 
 namespace vornelle::win32 {
 

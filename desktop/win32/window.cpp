@@ -15,12 +15,11 @@
 #include "desktop/win32/main_controls.h"
 #include "desktop/win32/resource.h"
 #include "mail/schedule.h"
-#include "platform/before_blocking.h"
 #include "platform/events.h"
+#include "platform/meanwhile.h"
 #include "platform/win32/event_loop.h"
 #include "platform/win32/shell_window.h"
 #include "platform/win32/text.h"
-#include "platform/win32/wait_cursor.h"
 
 namespace vornelle {
 namespace {

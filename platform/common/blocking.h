@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "platform/before_blocking.h"
 #include "platform/clock.h"
 
 namespace vornelle {

@@ -10,10 +10,6 @@
 namespace vornelle {
 namespace {
 
-constexpr int kJapanese = 932;
-constexpr int kChinese = 936;
-constexpr int kKorean = 949;
-
 std::u32string fromWindows1252(std::string_view bytes) {
   std::u32string text;
   text.reserve(bytes.size());

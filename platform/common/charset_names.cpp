@@ -1,6 +1,7 @@
 #include "platform/common/charset_names.h"
 
 #include <algorithm>
+#include <charconv>
 #include <string>
 
 #include "base/text.h"
@@ -170,12 +171,10 @@ std::string essence(std::string_view name) {
 int numberBehind(std::string_view name, std::string_view start) {
   if (!name.starts_with(start)) return -1;
   name.remove_prefix(start.size());
-  if (name.empty() || name.size() > 5) return -1;
+  constexpr std::size_t kMostDigits = 5;
+  if (!isDigits(name) || name.size() > kMostDigits) return -1;
   int number = 0;
-  for (const char c : name) {
-    if (c < '0' || c > '9') return -1;
-    number = number * 10 + (c - '0');
-  }
+  std::from_chars(name.data(), name.data() + name.size(), number);
   return number;
 }
 

@@ -29,6 +29,7 @@ struct CharsetName {
   int number = 0;  // the code page, or the part of ISO 8859 for `latin`
 };
 
+// What a name means, by the rules of platform/charset.h.
 [[nodiscard]] CharsetName charsetName(std::string_view name);
 
 }  // namespace vornelle

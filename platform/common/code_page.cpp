@@ -10,11 +10,10 @@
 namespace vornelle {
 namespace {
 
-constexpr int kJapanese = 932;
-constexpr int kChinese = 936;
+constexpr int kTraditionalChinese = 950;
 
 bool hasPairs(int number) {
-  return number == kJapanese || number == kChinese || number == 949 || number == 950;
+  return number == kJapanese || number == kChinese || number == kKorean || number == kTraditionalChinese;
 }
 
 bool isMeant(char32_t code) {

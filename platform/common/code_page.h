@@ -3,12 +3,16 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace vornelle {
+
+// Those that others build upon.
+inline constexpr int kJapanese = 932;
+inline constexpr int kChinese = 936;
+inline constexpr int kKorean = 949;
 
 class CodePage {
  public:
@@ -16,7 +20,8 @@ class CodePage {
   [[nodiscard]] static const CodePage* find(int number);
 
   // kNoCharacter for bytes that stand for no character, for control characters above 127, and for characters
-  // of private use, which everybody takes for something else.
+  // of private use, which everybody takes for something else. pair() knows none for a code page of single
+  // bytes.
   [[nodiscard]] char32_t single(char byte) const { return single_[index(byte)]; }
   [[nodiscard]] char32_t pair(char lead, char trail) const;
 

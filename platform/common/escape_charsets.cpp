@@ -1,5 +1,6 @@
 #include "platform/common/escape_charsets.h"
 
+#include "base/text.h"
 #include "base/unicode.h"
 
 namespace vornelle {
@@ -243,7 +244,7 @@ std::u32string fromGb18030(std::string_view bytes, const CodePage& chinese) {
   const auto at = [bytes](std::size_t i) {
     return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : std::size_t{0};
   };
-  const auto isDigit = [](std::size_t byte) { return byte >= '0' && byte <= '9'; };
+  const auto isDigitByte = [](std::size_t byte) { return isDigit(static_cast<char>(byte)); };
   const auto isLead = [](std::size_t byte) { return byte > 0x80 && byte < 0xFF; };
   std::u32string text;
   text.reserve(bytes.size());
@@ -252,7 +253,7 @@ std::u32string fromGb18030(std::string_view bytes, const CodePage& chinese) {
       text.push_back(chinese.single(bytes[i]));
       continue;
     }
-    if (isDigit(at(i + 1)) && isLead(at(i + 2)) && isDigit(at(i + 3))) {
+    if (isDigitByte(at(i + 1)) && isLead(at(i + 2)) && isDigitByte(at(i + 3))) {
       const std::size_t index =
           ((at(i) - 0x81) * 10 + at(i + 1) - '0') * 1260 + (at(i + 2) - 0x81) * 10 + at(i + 3) - '0';
       text.push_back(fourBytes.at(index));

@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <optional>
 #include <string>
+
+#include "platform/files.h"
 
 namespace vornelle {
 
@@ -31,19 +34,21 @@ template <typename ReadSome>
   return std::nullopt;
 }
 
-// So many bytes, or as many as there are. nullopt as above.
+// readFileStart() on a file of that length. nullopt as above.
 template <typename ReadSome>
-[[nodiscard]] std::optional<std::string> readAtMost(std::size_t most, ReadSome readSome) try {
-  std::string content(most, '\0');
+[[nodiscard]] std::optional<FileStart> readStart(std::uint64_t fileLength, std::size_t most,
+                                                 ReadSome readSome) try {
+  const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(most, fileLength));
+  FileStart start{std::string(size, '\0'), fileLength};
   std::size_t length = 0;
-  while (length < most) {
-    const std::optional<std::size_t> got = readSome(content.data() + length, most - length);
+  while (length < size) {
+    const std::optional<std::size_t> got = readSome(start.text.data() + length, size - length);
     if (!got) return std::nullopt;
     if (*got == 0) break;
     length += *got;
   }
-  content.resize(length);
-  return content;
+  start.text.resize(length);
+  return start;
 } catch (const std::exception&) {
   return std::nullopt;
 }

@@ -134,9 +134,7 @@ class TlsStream final : public NetStream {
  private:
   enum class End { none, ended, broken };
 
-  static int left(std::int64_t until) {
-    return static_cast<int>(std::max<std::int64_t>(until - monotonicMilliseconds(), 0));
-  }
+  static int left(std::int64_t until) { return static_cast<int>(millisecondsUntil(until)); }
 
   [[nodiscard, gnu::noinline]] bool flush(int timeoutMilliseconds) {
     const std::string out = engine_->takeOutput();

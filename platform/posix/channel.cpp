@@ -23,8 +23,8 @@
 
 #include "platform/clock.h"
 #include "platform/common/channel.h"
-#include "platform/posix/descriptor.h"
 #include "platform/posix/poller.h"
+#include "platform/unix/descriptor.h"
 
 namespace vornelle {
 namespace {

@@ -1,7 +1,6 @@
 // downloadUrl(): a small HTTP/1.0 client.
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <charconv>
 #include <cstdlib>
 #include <optional>
@@ -69,10 +68,9 @@ std::optional<Address> proxyFor(const std::string& host) {
   std::string_view list = excluded ? excluded : "";
   while (!list.empty()) {
     const std::size_t comma = std::min(list.find(','), list.size());
-    std::string_view entry = list.substr(0, comma);
+    std::string_view entry = trim(list.substr(0, comma));
     list.remove_prefix(std::min(comma + 1, list.size()));
-    while (entry.starts_with(' ') || entry.starts_with('.')) entry.remove_prefix(1);
-    while (entry.ends_with(' ')) entry.remove_suffix(1);
+    if (entry.starts_with('.')) entry.remove_prefix(1);
     if (entry == "*") return std::nullopt;
     if (entry.empty() || !endsWithNoCase(host, entry)) continue;
     if (host.size() == entry.size() || host[host.size() - entry.size() - 1] == '.') return std::nullopt;
@@ -97,9 +95,8 @@ std::string_view fieldValue(std::string_view header, std::string_view name) {
     header.remove_prefix(std::min(end + 1, header.size()));
     if (!startsWithNoCase(line, name) || line.substr(name.size()).find(':') != 0) continue;
     line.remove_prefix(name.size() + 1);
-    while (line.starts_with(' ')) line.remove_prefix(1);
-    while (line.ends_with('\r') || line.ends_with(' ')) line.remove_suffix(1);
-    return line;
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    return trimBlanksAndTabs(line);
   }
   return {};
 }
@@ -142,9 +139,7 @@ std::string downloadUrl(const std::string& url) {
   const Address& connected = proxy ? *proxy : *target;
 
   const std::int64_t end = monotonicMilliseconds() + kTimeAllTold;
-  const auto left = [end] {
-    return static_cast<int>(std::max<std::int64_t>(end - monotonicMilliseconds(), 0));
-  };
+  const auto left = [end] { return static_cast<int>(millisecondsUntil(end)); };
   const std::unique_ptr<NetStream> stream = openNetStream(connected.host, connected.port, kTimeAllTold);
   if (!stream) return "";
   const std::string request =

@@ -8,8 +8,8 @@
 #include <csignal>
 
 #include "platform/posix/channel.h"
-#include "platform/posix/descriptor.h"
 #include "platform/posix/poller.h"
+#include "platform/unix/descriptor.h"
 #include "platform/unix/event_loop.h"
 
 namespace vornelle {

@@ -12,26 +12,22 @@
 #include <ctime>
 #include <memory>
 
-#include "base/numbers.h"
 #include "base/punycode.h"
 #include "platform/clock.h"
 #include "platform/common/blocking.h"
 #include "platform/common/connecting.h"
-#include "platform/common/left_behind.h"
-#include "platform/posix/descriptor.h"
+#include "platform/unix/descriptor.h"
 
 namespace vornelle {
 namespace {
 
 // It has come also where the connection is broken: the next call says so.
 Waited waitFor(int descriptor, short events, std::int64_t until) {
-  const std::int64_t left = std::max<std::int64_t>(until - monotonicMilliseconds(), 0);
-  return waitTold(left, [&](std::int64_t milliseconds) {
+  return waitTold(millisecondsUntil(until), [&](std::int64_t milliseconds) {
     const std::int64_t end = monotonicMilliseconds() + milliseconds;
     while (true) {
       pollfd look{descriptor, events, 0};
-      const std::int64_t rest = std::max<std::int64_t>(end - monotonicMilliseconds(), 0);
-      const int count = poll(&look, 1, static_cast<int>(rest));
+      const int count = poll(&look, 1, static_cast<int>(millisecondsUntil(end)));
       if (count > 0) return Waited::come;
       if (count == 0) return Waited::timeOver;
       if (errno != EINTR) return Waited::failed;
@@ -81,11 +77,6 @@ NetProblem problemOf(int error) {
   return error == ETIMEDOUT ? NetProblem::timedOut : NetProblem::unreachable;
 }
 
-// Of a wait that has brought nothing.
-NetProblem problemOf(Waited waited) {
-  return waited == Waited::timeOver ? NetProblem::timedOut : NetProblem::unreachable;
-}
-
 Descriptor connectTo(const addrinfo& address, std::int64_t until, NetProblem& problem) {
   const auto fail = [&problem](NetProblem why) {
     problem = std::max(problem, why);
@@ -97,7 +88,7 @@ Descriptor connectTo(const addrinfo& address, std::int64_t until, NetProblem& pr
   if (connect(socket.get(), address.ai_addr, address.ai_addrlen) != 0) {
     if (errno != EINPROGRESS) return fail(problemOf(errno));
     const Waited waited = waitFor(socket.get(), POLLOUT, until);
-    if (waited != Waited::come) return fail(problemOf(waited));
+    if (waited != Waited::come) return fail(problemOfWait(waited));
     int error = 0;
     socklen_t length = sizeof error;
     if (getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &length) != 0 || error != 0)
@@ -132,8 +123,8 @@ struct LookUp {
   [[nodiscard]] Waited ends(std::int64_t milliseconds) const {
     const std::int64_t end = monotonicMilliseconds() + milliseconds;
     while (!finished()) {
-      const std::int64_t left = end - monotonicMilliseconds();
-      if (left <= 0) return Waited::timeOver;
+      const std::int64_t left = millisecondsUntil(end);
+      if (left == 0) return Waited::timeOver;
       const timespec time{static_cast<time_t>(left / 1000), static_cast<long>(left % 1000 * 1000000)};
       const gaicb* const waitedFor[] = {&request};
       const int error = gai_suspend(waitedFor, 1, &time);
@@ -151,40 +142,30 @@ struct LookUp {
   }
 
   [[nodiscard]] Waited run(std::int64_t until) {
+    if (isAddress()) return Waited::come;
     request.ar_name = host.c_str();
     request.ar_service = port.c_str();
     request.ar_request = &hints;
     gaicb* list[] = {&request};
     if (getaddrinfo_a(GAI_NOWAIT, list, 1, nullptr) != 0) return Waited::come;  // it brings nothing
-    const std::int64_t all = std::max<std::int64_t>(until - monotonicMilliseconds(), 0);
-    const Waited waited = waitTold(all, [this](std::int64_t milliseconds) { return ends(milliseconds); });
+    const Waited waited =
+        waitTold(millisecondsUntil(until), [this](std::int64_t milliseconds) { return ends(milliseconds); });
     if (waited != Waited::come) gai_cancel(&request);
     return waited;
   }
+
+  [[nodiscard]] const addrinfo* firstAddress() const { return request.ar_result; }
 };
 
 }  // namespace
 
 std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds,
                                          NetProblem* problem) {
-  NetProblem ignored = NetProblem::none;
-  NetProblem& why = problem ? *problem : ignored;
-  why = NetProblem::nameNotFound;
-  if (host.empty() || host.find('\0') != std::string::npos || !isPort(port)) return nullptr;
-  const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
-  const auto lookUp = std::make_shared<LookUp>(host, port);
-  const Waited lookedUp = lookUp->isAddress() ? Waited::come : lookUp->run(end);
-  if (lookedUp != Waited::come) {
-    LeftBehind<LookUp>::instance().keep(lookUp);
-    why = problemOf(lookedUp);
-    return nullptr;
-  }
-  if (lookUp->request.ar_result) why = NetProblem::none;
-  return connectInTurn(lookUp->request.ar_result, end,
-                       [&why](const addrinfo& address, std::int64_t until) -> std::unique_ptr<NetStream> {
-                         Descriptor socket = connectTo(address, until, why);
-                         return socket.isOpen() ? std::make_unique<TcpStream>(std::move(socket)) : nullptr;
-                       });
+  const auto connect = [](const addrinfo& address, std::int64_t until, NetProblem& why) {
+    Descriptor socket = connectTo(address, until, why);
+    return socket.isOpen() ? std::make_unique<TcpStream>(std::move(socket)) : nullptr;
+  };
+  return connectByName<LookUp>(host, port, timeoutMilliseconds, problem, connect);
 }
 
 }  // namespace vornelle

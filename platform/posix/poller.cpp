@@ -8,7 +8,7 @@
 #include <unordered_map>
 
 #include "platform/clock.h"
-#include "platform/posix/descriptor.h"
+#include "platform/unix/descriptor.h"
 
 namespace vornelle {
 namespace {
@@ -25,10 +25,10 @@ Poller& poller() {
   return *instance;
 }
 
-int millisecondsUntil(std::optional<std::int64_t> time) {
+// As epoll_wait() takes it.
+int timeoutUntil(std::optional<std::int64_t> time) {
   if (!time) return -1;
-  const std::int64_t left = *time - monotonicMilliseconds();
-  return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
+  return static_cast<int>(std::min<std::int64_t>(millisecondsUntil(*time), std::numeric_limits<int>::max()));
 }
 
 }  // namespace
@@ -56,7 +56,7 @@ void Polled::unwatch() {
 
 void pollDescriptors(std::optional<std::int64_t> until) {
   std::array<epoll_event, 256> events;
-  int timeout = millisecondsUntil(until);
+  int timeout = timeoutUntil(until);
   while (true) {
     // An interruption by a signal is no reason to wake up: its handler has written into a pipe that is
     // watched.

@@ -14,10 +14,9 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "platform/common/blocking.h"
-#include "platform/posix/descriptor.h"
+#include "platform/unix/descriptor.h"
 #include "platform/unix/file_hooks.h"
 
 namespace vornelle {

@@ -1,6 +1,6 @@
 #include "platform/modPopup.h"
 
-#include "platform/sim/world.h"
+#include "platform/sim/sim.h"
 
 namespace vornelle {
 

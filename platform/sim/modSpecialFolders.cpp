@@ -1,14 +1,9 @@
 #include "platform/modSpecialFolders.h"
 
 #include "platform/files.h"
-#include "platform/sim/world.h"
+#include "platform/sim/sim.h"
 
 namespace vornelle {
-namespace {
-
-constexpr int kStartupFolder = 7;
-
-}  // namespace
 
 std::string getSpecialFolder(int folderId) {
   std::string folder = folderId == kStartupFolder ? sim::shell().startupFolder : "";

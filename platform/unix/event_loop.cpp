@@ -3,7 +3,6 @@
 #include <deque>
 #include <utility>
 
-#include "platform/clock.h"
 #include "platform/common/blocking.h"
 #include "platform/events.h"
 #include "platform/meanwhile.h"

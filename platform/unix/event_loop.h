@@ -4,9 +4,8 @@
 // 1. Posted events (a termination request, a scripted step) come first, in the order of posting.
 // 2. Then sockets, in turn: one event of the socket that has waited longest.
 // 3. Then timers, the one that has been due longest. What arrived during a long blocking call is therefore
-// seen before
-//    the time-out that passed meanwhile. A timer that is due waits for at most kSocketEventsBeforeTick socket
-//    events.
+//    seen before the time-out that passed meanwhile. A timer that is due waits for at most
+//    kSocketEventsBeforeTick socket events.
 #pragma once
 
 #include <cstdint>

@@ -6,17 +6,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <exception>
-#include <utility>
 
 #include "base/hash.h"
 #include "base/text.h"
 #include "platform/common/reading.h"
 #include "platform/common/temporary_name.h"
+#include "platform/unix/descriptor.h"
 #include "platform/unix/file_hooks.h"
+#include "platform/unix/flush.h"
 #include "platform/unix/paths.h"
 
 namespace vornelle {
@@ -30,21 +29,16 @@ constexpr mode_t kNewFolderMode = 0700;
 
 class File {
  public:
+  File() = default;
   File(const std::string& path, int flags, mode_t mode = 0)
       : descriptor_(open(path.c_str(), flags | O_CLOEXEC, mode)) {}
-  ~File() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-  }
-  File() = default;
-  File(File&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-  File& operator=(File&&) = delete;
 
-  [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
-  [[nodiscard]] int descriptor() const { return descriptor_; }
+  [[nodiscard]] bool isOpen() const { return descriptor_.isOpen(); }
+  [[nodiscard]] int descriptor() const { return descriptor_.get(); }
 
   [[nodiscard]] bool writeAll(std::string_view bytes) const {
     while (!bytes.empty()) {
-      const ssize_t written = ::write(descriptor_, bytes.data(), bytes.size());
+      const ssize_t written = ::write(descriptor(), bytes.data(), bytes.size());
       if (written < 0 && errno == EINTR) continue;
       if (written <= 0) return false;
       bytes.remove_prefix(static_cast<std::size_t>(written));
@@ -55,17 +49,17 @@ class File {
   // As ::read, and nullopt where it fails.
   [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size) const {
     while (true) {
-      const ssize_t got = ::read(descriptor_, buffer, size);
+      const ssize_t got = ::read(descriptor(), buffer, size);
       if (got >= 0) return static_cast<std::size_t>(got);
       if (errno != EINTR) return std::nullopt;
     }
   }
 
-  // Some file systems report a full disk only here.
-  [[nodiscard]] bool close() { return ::close(std::exchange(descriptor_, -1)) == 0; }
+  [[nodiscard]] bool flush() const { return files::flushDescriptor(descriptor()); }
+  [[nodiscard]] bool close() { return descriptor_.close(); }
 
  private:
-  int descriptor_ = -1;
+  Descriptor descriptor_;
 };
 
 std::optional<struct stat> statusOfNative(const std::string& native, bool ofLink) {
@@ -98,18 +92,6 @@ std::string parentOf(const std::string& native) {
 // From where the file is read on.
 std::optional<std::string> contentOf(const File& file, std::size_t expected) {
   return readToEnd(expected, [&file](char* buffer, std::size_t size) { return file.read(buffer, size); });
-}
-
-bool syncFile(const File& file) {
-  return !files::flushesToDisk() || fsync(file.descriptor()) == 0;
-}
-
-// Makes the folder's entries last through a loss of power.
-bool syncFolder(const std::string& native) {
-  const File folder(native, O_RDONLY | O_DIRECTORY);
-  if (!folder.isOpen()) return false;
-  // Some file systems cannot do it for folders, and say so with EINVAL.
-  return syncFile(folder) || errno == EINVAL;
 }
 
 // What a rename has to replace.
@@ -151,7 +133,7 @@ Outcome writeTemporary(const std::string& path, const struct stat* old, std::str
     if (fchown(file.descriptor(), old->st_uid, old->st_gid) != 0) errno = 0;
     if (fchmod(file.descriptor(), old->st_mode & 07777) != 0) return Outcome::failed;
   }
-  const bool written = file.writeAll(bytes) && (flush == Flush::later || syncFile(file)) && file.close();
+  const bool written = file.writeAll(bytes) && (flush == Flush::later || file.flush()) && file.close();
   return written ? Outcome::done : Outcome::failed;
 }
 
@@ -165,7 +147,7 @@ Outcome replaceFile(const std::string& target, const struct stat* old, std::stri
     unlink(temporary.c_str());
     return written == Outcome::failed ? Outcome::failed : Outcome::refused;
   }
-  if (flush == Flush::later || syncFolder(folder)) return Outcome::done;
+  if (flush == Flush::later || files::flushFolder(folder)) return Outcome::done;
   // Nobody may rely on a file that a loss of power could take away again.
   if (!old) unlink(target.c_str());
   return Outcome::failed;
@@ -178,7 +160,7 @@ bool writeInPlace(const std::string& target, std::size_t oldSize, std::string_vi
   const std::optional<std::string> old = contentOf(file, oldSize);
   const auto put = [&file](std::string_view content) {
     return lseek(file.descriptor(), 0, SEEK_SET) == 0 && file.writeAll(content) &&
-           ftruncate(file.descriptor(), static_cast<off_t>(content.size())) == 0 && syncFile(file);
+           ftruncate(file.descriptor(), static_cast<off_t>(content.size())) == 0 && file.flush();
   };
   if (!old) return false;
   if (put(bytes)) return file.close();
@@ -216,7 +198,7 @@ bool createFolder(const std::string& path) {
   const std::optional<std::string> native = nativePath(path);
   if (!native) return false;
   if (mkdir(native->c_str(), kNewFolderMode) != 0) return errno == EEXIST && folderExists(path);
-  return syncFolder(parentOf(*native));
+  return files::flushFolder(parentOf(*native));
 }
 
 std::optional<std::uint64_t> fileLength(const std::string& path) {
@@ -242,15 +224,8 @@ std::optional<FileStart> readFileStart(const std::string& path, std::size_t most
   struct stat status;
   const File file = openForReading(path, status);
   if (!file.isOpen()) return std::nullopt;
-  const auto length = static_cast<std::uint64_t>(status.st_size);
-  std::optional<std::string> text =
-      readAtMost(static_cast<std::size_t>(std::min<std::uint64_t>(most, length)),
-                 [&file](char* buffer, std::size_t size) { return file.read(buffer, size); });
-  if (!text) return std::nullopt;
-  FileStart start;
-  start.text = std::move(*text);
-  start.length = length;
-  return start;
+  return readStart(static_cast<std::uint64_t>(status.st_size), most,
+                   [&file](char* buffer, std::size_t size) { return file.read(buffer, size); });
 }
 
 bool writeFile(const std::string& path, std::string_view bytes) {

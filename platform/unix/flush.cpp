@@ -1,10 +1,12 @@
-// Flushing many files at once.
+// Flushing many files at once:
 //
 // 1. As long as a flush takes next to no time (files in memory, a disk that has its own battery) the files
 //    are flushed one after the other: nothing is quicker.
 // 2. A disk takes as long for one flush as for several that are asked for at the same time. So with the first
 //    flush that takes longer the system is asked for all the others with its asynchronous calls (POSIX
 //    aio_fsync), and they are waited for together. The next series then begins so.
+#include "platform/unix/flush.h"
+
 #include <aio.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,24 +17,15 @@
 #include <deque>
 #include <map>
 #include <memory>
-#include <utility>
+#include <vector>
 
 #include "platform/files.h"
+#include "platform/unix/descriptor.h"
 #include "platform/unix/file_hooks.h"
 #include "platform/unix/paths.h"
 
 namespace vornelle {
 namespace {
-
-// Opens, flushes and closes.
-bool flushPath(const std::string& native, int flags) {
-  const int descriptor = open(native.c_str(), flags | O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0) return false;
-  // Some file systems cannot do it for folders, and say so with EINVAL.
-  const bool flushed =
-      !files::flushesToDisk() || fsync(descriptor) == 0 || ((flags & O_DIRECTORY) != 0 && errno == EINVAL);
-  return close(descriptor) == 0 && flushed;
-}
 
 using Clock = std::chrono::steady_clock;
 
@@ -47,17 +40,17 @@ class Flush {
  public:
   // "" and what cannot be opened: a flush that fails.
   explicit Flush(const std::string& native)
-      : descriptor_(native.empty() ? -1 : open(native.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+      : file_(native.empty() ? -1 : open(native.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
   Flush(const Flush&) = delete;
   Flush& operator=(const Flush&) = delete;
   ~Flush() { static_cast<void>(done()); }
 
-  void now() { flushed_ = descriptor_ >= 0 && (!files::flushesToDisk() || fsync(descriptor_) == 0); }
+  void now() { flushed_ = file_.isOpen() && files::flushDescriptor(file_.get()); }
 
   void beside() {
-    if (descriptor_ < 0 || !files::flushesToDisk()) return now();
+    if (!file_.isOpen() || !files::flushesToDisk()) return now();
     request_ = std::make_unique<aiocb>();
-    request_->aio_fildes = descriptor_;
+    request_->aio_fildes = file_.get();
     request_->aio_sigevent.sigev_notify = SIGEV_NONE;
     if (aio_fsync(O_SYNC, request_.get()) == 0) return;
     request_.reset();  // the system takes no more of them
@@ -72,12 +65,11 @@ class Flush {
       flushed_ = aio_return(request_.get()) == 0;
       request_.reset();
     }
-    const bool closed = descriptor_ < 0 || close(std::exchange(descriptor_, -1)) == 0;
-    return closed && flushed_;
+    return (!file_.isOpen() || file_.close()) && flushed_;
   }
 
  private:
-  int descriptor_;
+  Descriptor file_;
   bool flushed_ = false;
   std::unique_ptr<aiocb> request_;  // the system fills it meanwhile
 };
@@ -105,6 +97,16 @@ std::vector<bool> flushNatives(const std::vector<std::string>& natives) {
 
 }  // namespace
 
+bool files::flushDescriptor(int descriptor) {
+  return !flushesToDisk() || fsync(descriptor) == 0;
+}
+
+bool files::flushFolder(const std::string& folder) {
+  const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  // Some file systems cannot do it for folders, and say so with EINVAL.
+  return opened.isOpen() && (flushDescriptor(opened.get()) || errno == EINVAL);
+}
+
 std::vector<bool> flushFiles(const std::vector<std::string>& paths) {
   std::vector<std::string> natives;
   natives.reserve(paths.size());
@@ -116,7 +118,7 @@ std::vector<bool> flushFiles(const std::vector<std::string>& paths) {
   std::vector<bool> result;
   for (std::size_t at = 0; at < natives.size(); ++at) {
     const std::string folder = natives[at].substr(0, natives[at].rfind('/') + 1);
-    if (flushed[at] && !folders.contains(folder)) folders[folder] = flushPath(folder, O_DIRECTORY);
+    if (flushed[at] && !folders.contains(folder)) folders[folder] = files::flushFolder(folder);
     result.push_back(flushed[at] && folders[folder]);
   }
   return result;

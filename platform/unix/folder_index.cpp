@@ -20,7 +20,6 @@
 #include "base/hash.h"
 #include "base/text.h"
 #include "platform/common/temporary_name.h"
-#include "platform/unix/paths.h"
 
 namespace vornelle::files {
 namespace {

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <string_view>
 
 #include "platform/files.h"
 #include "platform/unix/file_hooks.h"

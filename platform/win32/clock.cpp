@@ -2,34 +2,23 @@
 
 #include <windows.h>
 
+#include "platform/win32/file_time.h"
 #include "platform/win32/text.h"
 
 namespace vornelle {
-namespace {
-
-constexpr std::int64_t kTicksPerSecond = 10'000'000;  // FILETIME counts 100 ns
-constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
-
-FILETIME toFileTime(std::int64_t utcSeconds) {
-  const auto ticks = static_cast<std::uint64_t>((utcSeconds + kSecondsFrom1601To1970) * kTicksPerSecond);
-  return {static_cast<DWORD>(ticks & 0xFFFFFFFF), static_cast<DWORD>(ticks >> 32)};
-}
-
-}  // namespace
 
 std::int64_t utcNow() {
   FILETIME now;
   GetSystemTimePreciseAsFileTime(&now);
-  const std::int64_t ticks = static_cast<std::int64_t>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
-  return ticks / kTicksPerSecond - kSecondsFrom1601To1970;
+  return win32::millisecondsSince1970(now) / 1000;
 }
 
 LocalTime toLocalTime(std::int64_t utcSeconds) {
-  const FILETIME fileTime = toFileTime(utcSeconds);
+  const FILETIME time = win32::fileTime(utcSeconds * 1000);
   SYSTEMTIME utc;
   SYSTEMTIME local;
   // With the rules of the date itself: summer time in summer, whatever is in force today.
-  if (!FileTimeToSystemTime(&fileTime, &utc) || !SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local))
+  if (!FileTimeToSystemTime(&time, &utc) || !SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local))
     return {};
   return {local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond};
 }

@@ -30,13 +30,6 @@ constexpr DWORD kFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_AUTO_REDIRECT |
 
 class Transfer {
  public:
-  Transfer() : stepDone_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
-  ~Transfer() {
-    if (stepDone_) CloseHandle(stepDone_);
-  }
-  Transfer(const Transfer&) = delete;
-  Transfer& operator=(const Transfer&) = delete;
-
   // The system has ended every step, and closed all that it opened for it.
   [[nodiscard]] bool finished() const { return !stepUnderWay_ && openHandles_ == 0; }
 
@@ -94,9 +87,9 @@ class Transfer {
       stepUnderWay_ = false;
       return done ? Step::doneAtOnce : Step::failed;
     }
-    const std::int64_t left = std::max<std::int64_t>(end - monotonicMilliseconds(), 0);
-    const Waited ended = waitTold(
-        left, [this](std::int64_t milliseconds) { return win32::waitForEvent(stepDone_, milliseconds); });
+    const Waited ended = waitTold(millisecondsUntil(end), [this](std::int64_t milliseconds) {
+      return win32::waitForEvent(stepDone_.get(), milliseconds);
+    });
     return ended == Waited::come && result_ != 0 ? Step::doneLater : Step::failed;
   }
 
@@ -111,11 +104,11 @@ class Transfer {
     } else if (status == INTERNET_STATUS_REQUEST_COMPLETE) {
       transfer->result_ = static_cast<const INTERNET_ASYNC_RESULT*>(information)->dwResult;
       transfer->stepUnderWay_ = false;
-      SetEvent(transfer->stepDone_);
+      SetEvent(transfer->stepDone_.get());
     }
   }
 
-  HANDLE stepDone_;
+  win32::Handle stepDone_{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
   HINTERNET session_ = nullptr;
   HINTERNET request_ = nullptr;
   std::atomic<int> openHandles_ = 0;

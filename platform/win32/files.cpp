@@ -4,11 +4,11 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <exception>
 
 #include "base/hash.h"
 #include "platform/common/reading.h"
 #include "platform/common/temporary_name.h"
+#include "platform/win32/file_time.h"
 #include "platform/win32/handle.h"
 #include "platform/win32/paths.h"
 #include "platform/win32/text.h"
@@ -134,13 +134,6 @@ bool writeInPlace(const std::wstring& path, std::string_view bytes) {
   return false;
 }
 
-std::int64_t toMilliseconds(const FILETIME& time) {
-  constexpr std::int64_t kTicksPerMillisecond = 10'000;
-  constexpr std::int64_t kMillisecondsFrom1601To1970 = 11'644'473'600'000;
-  const std::int64_t ticks = static_cast<std::int64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
-  return ticks / kTicksPerMillisecond - kMillisecondsFrom1601To1970;
-}
-
 bool endsWithNoCase(std::wstring_view name, std::wstring_view ending) {
   if (name.size() < ending.size()) return false;
   const std::wstring_view end = name.substr(name.size() - ending.size());
@@ -192,15 +185,8 @@ std::optional<FileStart> readFileStart(const std::string& path, std::size_t most
   const Handle file(openFile(systemPath(path), GENERIC_READ, kShareAll, OPEN_EXISTING));
   LARGE_INTEGER size;
   if (!file || !GetFileSizeEx(file.get(), &size)) return std::nullopt;
-  const auto length = static_cast<std::uint64_t>(size.QuadPart);
-  std::optional<std::string> text =
-      readAtMost(static_cast<std::size_t>(std::min<std::uint64_t>(most, length)),
-                 [&file](char* buffer, std::size_t wanted) { return readSome(file, buffer, wanted); });
-  if (!text) return std::nullopt;
-  FileStart start;
-  start.text = std::move(*text);
-  start.length = length;
-  return start;
+  return readStart(static_cast<std::uint64_t>(size.QuadPart), most,
+                   [&file](char* buffer, std::size_t wanted) { return readSome(file, buffer, wanted); });
 }
 
 bool writeFile(const std::string& path, std::string_view bytes) {
@@ -262,7 +248,7 @@ std::vector<FolderEntry> listFolder(const std::string& folder, std::string_view 
     if (!isFile(entry.dwFileAttributes) || !endsWithNoCase(name, wideEnding)) continue;
     // A name that the program could not spell is none of its own files.
     if (!win32::fitsCodePage(name) || files::isTemporaryName(narrow(name))) continue;
-    result.push_back({narrow(name), toMilliseconds(entry.ftLastWriteTime)});
+    result.push_back({narrow(name), win32::millisecondsSince1970(entry.ftLastWriteTime)});
   } while (FindNextFileW(search, &entry));
   FindClose(search);
   return result;

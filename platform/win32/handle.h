@@ -29,7 +29,6 @@ class Handle {
   explicit operator bool() const { return handle_ != nullptr; }
   [[nodiscard]] HANDLE get() const { return handle_; }
   [[nodiscard]] bool close() { return CloseHandle(std::exchange(handle_, nullptr)) != FALSE; }
-  HANDLE release() { return std::exchange(handle_, nullptr); }
 
  private:
   HANDLE handle_;

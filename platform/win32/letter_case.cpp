@@ -2,23 +2,23 @@
 
 #include <windows.h>
 
+#include <string>
+
+#include "platform/win32/text.h"
+
 namespace vornelle {
 namespace {
 
 char32_t mapped(char32_t code, DWORD how) {
-  wchar_t units[2] = {static_cast<wchar_t>(code), 0};
-  int count = 1;
-  if (code >= 0x10000) {
-    units[0] = static_cast<wchar_t>(0xD800 + ((code - 0x10000) >> 10));
-    units[1] = static_cast<wchar_t>(0xDC00 + ((code - 0x10000) & 0x3FF));
-    count = 2;
-  }
-  wchar_t result[2] = {};
-  if (LCMapStringEx(LOCALE_NAME_INVARIANT, how, units, count, result, count, nullptr, nullptr, 0) != count)
+  std::wstring letter;
+  win32::appendWide(letter, code);
+  const int size = static_cast<int>(letter.size());
+  std::wstring other(letter.size(), L'\0');
+  if (LCMapStringEx(LOCALE_NAME_INVARIANT, how, letter.data(), size, other.data(), size, nullptr, nullptr,
+                    0) != size)
     return code;
-  if (count == 1) return static_cast<char32_t>(result[0]);
-  return 0x10000 + ((static_cast<char32_t>(result[0]) - 0xD800) << 10) +
-         (static_cast<char32_t>(result[1]) - 0xDC00);
+  const std::u32string found = win32::charactersOf(other);
+  return found.size() == 1 ? found.front() : code;
 }
 
 }  // namespace

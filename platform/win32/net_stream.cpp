@@ -4,11 +4,9 @@
 #include <memory>
 #include <vector>
 
-#include "base/numbers.h"
 #include "platform/clock.h"
 #include "platform/common/blocking.h"
 #include "platform/common/connecting.h"
-#include "platform/common/left_behind.h"
 #include "platform/win32/handle.h"
 #include "platform/win32/text.h"
 #include "platform/win32/winsock.h"
@@ -18,29 +16,12 @@ namespace {
 
 using win32::Socket;
 
-class Deadline {
- public:
-  explicit Deadline(int milliseconds) : end_(monotonicMilliseconds() + milliseconds) {}
-  // At a time of monotonicMilliseconds().
-  static Deadline at(std::int64_t time) {
-    Deadline deadline(0);
-    deadline.end_ = time;
-    return deadline;
-  }
-  [[nodiscard]] long left() const {
-    return static_cast<long>(std::max<std::int64_t>(end_ - monotonicMilliseconds(), 0));
-  }
-
- private:
-  std::int64_t end_;
-};
-
 enum class For { reading, writing };
 
 // It has failed also where a connection attempt has.
-Waited waitSocket(SOCKET socket, For purpose, const Deadline& deadline) {
+Waited waitSocket(SOCKET socket, For purpose, std::int64_t until) {
   const bool reads = purpose == For::reading;
-  return waitTold(deadline.left(), [&](std::int64_t milliseconds) {
+  return waitTold(millisecondsUntil(until), [&](std::int64_t milliseconds) {
     fd_set wanted;
     fd_set failed;
     FD_ZERO(&wanted);
@@ -61,28 +42,29 @@ class SocketStream : public NetStream {
   explicit SocketStream(Socket socket) : socket_(std::move(socket)) {}
 
   std::optional<std::size_t> read(char* buffer, std::size_t size, int timeoutMilliseconds) override {
-    const Deadline deadline(timeoutMilliseconds);
+    const std::int64_t until = monotonicMilliseconds() + timeoutMilliseconds;
     const int most = static_cast<int>(std::min<std::size_t>(size, 1 << 20));
     serveMeanwhileIfDue();
     for (;;) {
       const int got = recv(socket_.get(), buffer, most, 0);
       if (got >= 0) return static_cast<std::size_t>(got);
       if (WSAGetLastError() != WSAEWOULDBLOCK) return std::nullopt;
-      if (waitSocket(socket_.get(), For::reading, deadline) != Waited::come) return std::nullopt;
+      if (waitSocket(socket_.get(), For::reading, until) != Waited::come) return std::nullopt;
     }
   }
 
   bool write(std::string_view bytes, int timeoutMilliseconds) override {
+    std::int64_t until = monotonicMilliseconds() + timeoutMilliseconds;
     while (!bytes.empty()) {
       const int most = static_cast<int>(std::min<std::size_t>(bytes.size(), 1 << 20));
       const int sent = ::send(socket_.get(), bytes.data(), most, 0);
       if (sent > 0) {
         bytes.remove_prefix(static_cast<std::size_t>(sent));
+        until = monotonicMilliseconds() + timeoutMilliseconds;
         continue;
       }
       if (sent < 0 && WSAGetLastError() != WSAEWOULDBLOCK) return false;
-      const Waited waited = waitSocket(socket_.get(), For::writing, Deadline(timeoutMilliseconds));
-      if (waited != Waited::come) return false;
+      if (waitSocket(socket_.get(), For::writing, until) != Waited::come) return false;
     }
     return true;
   }
@@ -99,67 +81,63 @@ class LookUp {
     hints_.ai_family = AF_UNSPEC;
     hints_.ai_socktype = SOCK_STREAM;
     hints_.ai_protocol = IPPROTO_TCP;
-    overlapped_.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    overlapped_.hEvent = ended_.get();
   }
   ~LookUp() {
     if (addresses_) FreeAddrInfoExW(addresses_);
-    CloseHandle(overlapped_.hEvent);
   }
   LookUp(const LookUp&) = delete;
   LookUp& operator=(const LookUp&) = delete;
 
-  [[nodiscard]] bool finished() const { return WaitForSingleObject(overlapped_.hEvent, 0) == WAIT_OBJECT_0; }
+  [[nodiscard]] bool finished() const { return win32::waitForEvent(ended_.get(), 0) == Waited::come; }
 
-  [[nodiscard]] Waited run(const Deadline& deadline) {
+  [[nodiscard]] Waited run(std::int64_t until) {
+    if (!win32::startWinsock()) return Waited::come;  // it brings nothing
     const int started = GetAddrInfoExW(host_.c_str(), port_.c_str(), NS_ALL, nullptr, &hints_, &addresses_,
                                        nullptr, &overlapped_, nullptr, &cancel_);
     if (started != WSA_IO_PENDING) {
-      SetEvent(overlapped_.hEvent);
+      if (started == NO_ERROR) listAddresses();
       return Waited::come;
     }
-    const Waited waited = waitTold(deadline.left(), [this](std::int64_t milliseconds) {
-      return win32::waitForEvent(overlapped_.hEvent, milliseconds);
+    const Waited waited = waitTold(millisecondsUntil(until), [this](std::int64_t milliseconds) {
+      return win32::waitForEvent(ended_.get(), milliseconds);
     });
     if (waited == Waited::come) {
-      failed_ = GetAddrInfoExOverlappedResult(&overlapped_) != 0;
+      if (GetAddrInfoExOverlappedResult(&overlapped_) == NO_ERROR) listAddresses();
     } else if (cancel_) {
       GetAddrInfoExCancel(&cancel_);
     }
     return waited;
   }
 
-  [[nodiscard]] std::vector<ADDRINFOW> addresses() const {
-    std::vector<ADDRINFOW> list;
-    for (const ADDRINFOEXW* one = failed_ ? nullptr : addresses_; one;
-         one = reinterpret_cast<const ADDRINFOEXW*>(one->ai_next)) {
+  [[nodiscard]] const ADDRINFOW* firstAddress() const { return list_.empty() ? nullptr : list_.data(); }
+
+ private:
+  // In the plain form: the compiler's header misspells the type of what the other one is linked by.
+  void listAddresses() {
+    for (const ADDRINFOEXW* one = addresses_; one; one = reinterpret_cast<const ADDRINFOEXW*>(one->ai_next)) {
       ADDRINFOW address{};
       address.ai_family = one->ai_family;
       address.ai_addr = one->ai_addr;
       address.ai_addrlen = one->ai_addrlen;
-      list.push_back(address);
+      list_.push_back(address);
     }
-    for (std::size_t i = 1; i < list.size(); ++i) list[i - 1].ai_next = &list[i];
-    return list;
+    for (std::size_t i = 1; i < list_.size(); ++i) list_[i - 1].ai_next = &list_[i];
   }
 
- private:
   std::wstring host_;
   std::wstring port_;
   ADDRINFOEXW hints_{};
   ADDRINFOEXW* addresses_ = nullptr;
   OVERLAPPED overlapped_{};
   HANDLE cancel_ = nullptr;
-  bool failed_ = false;
+  win32::Handle ended_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  std::vector<ADDRINFOW> list_;
 };
 
 NetProblem problemOf(int error) {
   if (error == WSAECONNREFUSED) return NetProblem::refused;
   return error == WSAETIMEDOUT ? NetProblem::timedOut : NetProblem::unreachable;
-}
-
-// Of a wait that has brought nothing.
-NetProblem problemOf(Waited waited) {
-  return waited == Waited::timeOver ? NetProblem::timedOut : NetProblem::unreachable;
 }
 
 // The system's own word on a connection attempt that has ended; 0 while it goes on.
@@ -170,8 +148,7 @@ int attemptError(const Socket& socket) {
   return error;
 }
 
-bool connectSocket(const Socket& socket, const ADDRINFOW& address, const Deadline& deadline,
-                   NetProblem& problem) {
+bool connectSocket(const Socket& socket, const ADDRINFOW& address, std::int64_t until, NetProblem& problem) {
   const auto fail = [&problem](NetProblem why) {
     problem = std::max(problem, why);
     return false;
@@ -181,10 +158,10 @@ bool connectSocket(const Socket& socket, const ADDRINFOW& address, const Deadlin
     return fail(NetProblem::unreachable);
   if (connect(socket.get(), address.ai_addr, static_cast<int>(address.ai_addrlen)) != 0) {
     if (const int error = WSAGetLastError(); error != WSAEWOULDBLOCK) return fail(problemOf(error));
-    const Waited waited = waitSocket(socket.get(), For::writing, deadline);
+    const Waited waited = waitSocket(socket.get(), For::writing, until);
     if (waited != Waited::come) {
       const int error = attemptError(socket);
-      return fail(error != 0 ? problemOf(error) : problemOf(waited));
+      return fail(error != 0 ? problemOf(error) : problemOfWait(waited));
     }
   }
   const BOOL on = TRUE;
@@ -196,30 +173,14 @@ bool connectSocket(const Socket& socket, const ADDRINFOW& address, const Deadlin
 
 std::unique_ptr<NetStream> openNetStream(const std::string& host, int port, int timeoutMilliseconds,
                                          NetProblem* problem) {
-  NetProblem ignored = NetProblem::none;
-  NetProblem& why = problem ? *problem : ignored;
-  why = NetProblem::nameNotFound;
-  if (host.empty() || host.find('\0') != std::string::npos || !isPort(port) || !win32::startWinsock()) {
-    return nullptr;
-  }
-  const std::int64_t end = monotonicMilliseconds() + timeoutMilliseconds;
-  const auto lookUp = std::make_shared<LookUp>(host, port);
-  const Waited lookedUp = lookUp->run(Deadline::at(end));
-  if (lookedUp != Waited::come) {
-    LeftBehind<LookUp>::instance().keep(lookUp);
-    why = problemOf(lookedUp);
-    return nullptr;
-  }
-  const std::vector<ADDRINFOW> addresses = lookUp->addresses();
-  if (!addresses.empty()) why = NetProblem::none;
-  return connectInTurn(addresses.empty() ? nullptr : addresses.data(), end,
-                       [&why](const ADDRINFOW& address, std::int64_t until) -> std::unique_ptr<NetStream> {
-                         Socket socket = win32::makeTcpSocket(address.ai_family);
-                         if (!socket) why = std::max(why, NetProblem::unreachable);
-                         if (!socket || !connectSocket(socket, address, Deadline::at(until), why))
-                           return nullptr;
-                         return std::make_unique<SocketStream>(std::move(socket));
-                       });
+  const auto connect = [](const ADDRINFOW& address, std::int64_t until,
+                          NetProblem& why) -> std::unique_ptr<NetStream> {
+    Socket socket = win32::makeTcpSocket(address.ai_family);
+    if (!socket) why = std::max(why, NetProblem::unreachable);
+    if (!socket || !connectSocket(socket, address, until, why)) return nullptr;
+    return std::make_unique<SocketStream>(std::move(socket));
+  };
+  return connectByName<LookUp>(host, port, timeoutMilliseconds, problem, connect);
 }
 
 }  // namespace vornelle

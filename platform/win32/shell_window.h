@@ -1,4 +1,4 @@
-// What the shell functions need to know of the main window.
+// What the platform needs to know of the program's windows.
 #pragma once
 
 #include <windows.h>
@@ -13,6 +13,10 @@ inline constexpr UINT kNotifyIconId = 1;
 // The owner of message boxes, of the notification icon and of what is opened. Null at first.
 void setMainWindow(HWND window);
 [[nodiscard]] HWND mainWindow();
+
+// The window and its controls show the hourglass while a WaitCursor lives, also when the pointer comes to
+// them meanwhile. For as long as the window exists.
+void followWaitCursor(HWND window);
 
 // Puts the notification icon up again if it should be there: the task bar has been started anew.
 void restoreNotifyIcon();

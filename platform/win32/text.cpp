@@ -32,19 +32,27 @@ std::wstring shownText(std::string_view text) {
   while (!text.empty()) {
     const TextCharacter next = textCharacter(text);
     text.remove_prefix(next.length);
-    if (next.code < 0x10000) {
-      shown.push_back(isDirectionMark(next.code) ? L'?' : static_cast<wchar_t>(next.code));
-    } else {
-      shown.push_back(static_cast<wchar_t>(0xD800 + ((next.code - 0x10000) >> 10)));
-      shown.push_back(static_cast<wchar_t>(0xDC00 + ((next.code - 0x10000) & 0x3FF)));
-    }
+    appendWide(shown, isDirectionMark(next.code) ? U'?' : next.code);
   }
   return shown;
 }
 
-std::string typedText(std::wstring_view text) {
+std::u32string charactersOf(std::wstring_view text) {
   const std::string_view bytes(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
-  return toText(fromUtf16(bytes, true));
+  return fromUtf16(bytes, true);
+}
+
+void appendWide(std::wstring& text, char32_t code) {
+  if (code < 0x10000) {
+    text.push_back(static_cast<wchar_t>(code));
+  } else {
+    text.push_back(static_cast<wchar_t>(0xD800 + ((code - 0x10000) >> 10)));
+    text.push_back(static_cast<wchar_t>(0xDC00 + ((code - 0x10000) & 0x3FF)));
+  }
+}
+
+std::string typedText(std::wstring_view text) {
+  return toText(charactersOf(text));
 }
 
 std::wstring widen(std::string_view text) {

@@ -11,6 +11,10 @@ namespace vornelle::win32 {
 // direction of text are "?": a stranger's text could put what stands beside it out of order.
 [[nodiscard]] std::wstring shownText(std::string_view text);
 
+// UTF-16 of Windows as characters, and back one by one; half a pair is kNoCharacter.
+[[nodiscard]] std::u32string charactersOf(std::wstring_view text);
+void appendWide(std::wstring& text, char32_t code);
+
 // What people typed.
 [[nodiscard]] std::string typedText(std::wstring_view text);
 

@@ -1,10 +1,10 @@
 #include "platform/wait_cursor.h"
 
-#include "platform/win32/wait_cursor.h"
-
 #include <windows.h>
 // After windows.h.
 #include <commctrl.h>
+
+#include "platform/win32/shell_window.h"
 
 namespace vornelle {
 namespace {

@@ -123,7 +123,7 @@ TEST_F(ListenerTest, ACompletedRequestIsLoggedBeforeItsConnectionIsClosed) {
 
 TEST_F(ListenerTest, TheTimersTickSaysThatTheTimeIsOverAndLeavesTheTimerOn) {
   form1.TimerWS_Timeout.setEnabled(true);
-  form1.TimerWS_Timeout.tick();
+  form1.TimerWS_Timeout.onTick();
   EXPECT_TRUE(form1.wsTimedOut);
   EXPECT_TRUE(form1.TimerWS_Timeout.enabled());
 }

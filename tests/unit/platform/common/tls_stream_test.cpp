@@ -6,7 +6,6 @@
 #include <deque>
 #include <limits>
 #include <string>
-#include <vector>
 
 #include "platform/clock.h"
 #include "platform/modGoToSleep.h"

@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <ctime>
 
 #include "platform/clock.h"
 #include "platform/modGoToSleep.h"
@@ -61,27 +60,6 @@ TEST(PosixEventsTest, ABrokenPipeIsNoSignal) {
   EXPECT_EQ(write(ends[1], "x", 1), -1);
   EXPECT_EQ(errno, EPIPE);
   close(ends[1]);
-}
-
-class TimeZoneTest : public testing::Test {
- protected:
-  ~TimeZoneTest() override {
-    unsetenv("TZ");
-    tzset();
-  }
-};
-
-TEST_F(TimeZoneTest, LocalTimeFollowsTheZoneAndItsSummerTime) {
-  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-  const LocalTime winter = toLocalTime(1794707700);  // 2026-11-15 01:55:00 UTC
-  EXPECT_EQ(winter.year, 2026);
-  EXPECT_EQ(winter.month, 11);
-  EXPECT_EQ(winter.day, 15);
-  EXPECT_EQ(winter.hour, 2);
-  EXPECT_EQ(winter.minute, 55);
-  const LocalTime summer = toLocalTime(1784073600);  // 2026-07-15 00:00:00 UTC
-  EXPECT_EQ(summer.hour, 2);
-  EXPECT_EQ(summer.second, 0);
 }
 
 TEST(PosixClockTest, HalvesOfTheDayHaveANameAlways) {

@@ -1,10 +1,8 @@
 #include "platform/net_stream.h"
-#include "platform/before_blocking.h"
 #include "platform/meanwhile.h"
 #include "platform/modGoToSleep.h"
 #include "platform/socket.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -135,8 +133,8 @@ TEST(NetStreamTest, AServerThatHasGoneBringsNothingAndTakesNothing) {
   const auto stream = openNetStream("127.0.0.1", server.port, 5000);
   ASSERT_TRUE(stream);
   ASSERT_TRUE(stream->write("NOOP\r\n", 5000));
-  EXPECT_THAT(readOnce(*stream),
-              testing::AnyOf("(nothing)", "(end)"));  // what a reset looks like depends on the system
+  const std::string read = readOnce(*stream);
+  EXPECT_TRUE(read == "(nothing)" || (read == "(end)" && native::kResetMayLookLikeAnEnd)) << read;
   EXPECT_FALSE(stream->write("QUIT\r\n", 5000) && stream->write("QUIT\r\n", 5000));
 }
 

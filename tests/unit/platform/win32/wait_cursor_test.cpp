@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-#include "platform/win32/wait_cursor.h"
+#include "platform/win32/shell_window.h"
 
 namespace vornelle {
 namespace {

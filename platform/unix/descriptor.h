@@ -23,6 +23,8 @@ class Descriptor {
 
   [[nodiscard]] bool isOpen() const { return value_ >= 0; }
   [[nodiscard]] int get() const { return value_; }
+  // False where the system has something to complain about: some file systems report a full disk only here.
+  [[nodiscard]] bool close() { return ::close(std::exchange(value_, -1)) == 0; }
   void reset() {
     if (value_ >= 0) ::close(std::exchange(value_, -1));
   }

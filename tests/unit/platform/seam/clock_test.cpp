@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "native.h"
+
 namespace vornelle {
 namespace {
 
-// The test runner sets the zone of Central Europe.
-TEST(WindowsClockTest, LocalTimeFollowsTheZoneAndItsSummerTime) {
+TEST(ClockTest, LocalTimeFollowsTheZoneAndItsSummerTime) {
+  const native::KnownPlace place;
   const LocalTime winter = toLocalTime(1794707700);  // 2026-11-15 01:55:00 UTC
   EXPECT_EQ(winter.year, 2026);
   EXPECT_EQ(winter.month, 11);
@@ -18,7 +20,8 @@ TEST(WindowsClockTest, LocalTimeFollowsTheZoneAndItsSummerTime) {
   EXPECT_EQ(summer.second, 0);
 }
 
-TEST(WindowsClockTest, HalvesOfTheDayHaveAName) {
+TEST(ClockTest, HalvesOfTheDayHaveAName) {
+  const native::KnownPlace place;
   EXPECT_EQ(amPmDesignator(false), "AM");
   EXPECT_EQ(amPmDesignator(true), "PM");
 }

@@ -12,6 +12,7 @@
 #include "platform/clock.h"
 #include "platform/common/done_in_time.h"
 #include "platform/common/left_behind.h"
+#include "platform/meanwhile.h"
 
 namespace vornelle {
 namespace {
@@ -89,6 +90,18 @@ TEST(DoneInTimeTest, WorkThatTakesItsTimeIsLeftBehind) {
   EXPECT_GE(monotonicMilliseconds() - start, 95);
   EXPECT_LT(monotonicMilliseconds() - start, 3000);
   *over = true;
+}
+
+TEST(DoneInTimeTest, ItsWaitIsOneForAServer) {
+  int told = 0, looks = 0;
+  setBeforeBlocking([&told] { ++told; });
+  setMeanwhile([&looks] { ++looks; });
+  EXPECT_TRUE(doneInTime([] { std::this_thread::sleep_for(std::chrono::milliseconds(100)); },
+                         monotonicMilliseconds() + 60000));
+  setBeforeBlocking(nullptr);
+  setMeanwhile(nullptr);
+  EXPECT_EQ(told, 1);
+  EXPECT_GT(looks, 0);
 }
 
 TEST(DoneInTimeTest, WorkThatIsDoneIsNotWaitedFor) {

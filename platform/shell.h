@@ -14,8 +14,9 @@ enum class MessageIcon { none, information };
 // when it has been answered. Events are served meanwhile where there is a screen.
 void messageBox(const std::string& text, MessageIcon icon = MessageIcon::none);
 
-// True when another copy of the program runs in the same application folder. The first call settles it for
-// the process and, when there is none, marks this copy as the running one until the process ends.
+// True when another copy of the program runs in the same application folder, whoever has started it. The
+// first call settles it for the process and, when there is none, marks this copy as the running one until the
+// process ends.
 [[nodiscard]] bool previousInstanceRunning();
 
 // Ends the process at once, with nothing torn down. Exit status 0. (The simulated platform throws

@@ -30,10 +30,11 @@ std::wstring finalFolderName(const std::wstring& folder) {
 }
 
 // A kernel object's name has at most 260 characters and no backslash, so the folder goes in as a number.
+// Global: a copy that another user has left running behind the log-on screen works on the same files.
 std::wstring instanceName() {
   std::wstring folder = finalFolderName(win32::programFolder());
   CharLowerBuffW(folder.data(), static_cast<DWORD>(folder.size()));
-  return L"Local\\Vornelle-" + std::to_wstring(fnv1a(std::wstring_view(folder)));
+  return L"Global\\Vornelle-" + std::to_wstring(fnv1a(std::wstring_view(folder)));
 }
 
 // The window in front, so that a box opened by a dialog belongs to the dialog.

@@ -1,8 +1,8 @@
 // Event-driven TCP sockets on the loopback interface, in the shape of a socket control: operations that never
-// block, and events that the event loop delivers.
+// block, and events that the event loop delivers. The program is the one that is called: no socket of this
+// kind calls out.
 //
-// Order of events for each socket: ConnectionRequest (a listener), Connect (an outgoing one), DataArrival,
-// SendComplete, Close.
+// Order of events: ConnectionRequest for a listener; DataArrival, SendComplete, Close for a connection.
 #pragma once
 
 #include <cstddef>
@@ -34,10 +34,6 @@ class SocketControl {
   // handler; a request that nobody has accepted when the handler returns is dropped.
   [[nodiscard]] bool accept(RequestId request);
 
-  // Starts a connection. Connect follows when it stands, Close when it could not be made. False: failed at
-  // once.
-  [[nodiscard]] bool connect(LoopbackAddress address, int port);
-
   // Everything that has arrived, at most 16 MiB at once: a request that was sent in one piece is to be read
   // in one piece. DataArrival comes again while more is waiting. On Windows a socket whose data is not read
   // hears of nothing that comes behind it, neither more data nor the orderly end, until it is read.
@@ -61,7 +57,6 @@ class SocketControl {
   void serveMeanwhile();
 
   std::function<void(RequestId)> onConnectionRequest;
-  std::function<void()> onConnect;
   std::function<void()> onDataArrival;
   std::function<void()> onSendComplete;
   std::function<void()> onClose;

@@ -12,7 +12,7 @@
 namespace vornelle {
 
 // Told by the platform that something about its channel has changed: bytes or a connection arrived, room for
-// sending, the peer has finished, the connection stands or broke.
+// sending, the peer has finished, the connection broke.
 class ChannelOwner {
  public:
   virtual ~ChannelOwner() = default;
@@ -36,7 +36,7 @@ class Channel {
 // One end of a connection. Its destruction drops it at once: no linger, nothing flushed.
 class Connection : public Channel {
  public:
-  enum class Peer { connecting, open, finished, broken };  // finished: sends no more, may still read
+  enum class Peer { open, finished, broken };  // finished: sends no more, may still read
 
   [[nodiscard]] virtual Peer peer() = 0;            // as of now
   [[nodiscard]] virtual std::size_t waiting() = 0;  // bytes that receive() would find
@@ -57,6 +57,5 @@ class Listener : public Channel {
 
 // Null when it cannot be had.
 [[nodiscard]] std::unique_ptr<Listener> openListener(LoopbackAddress address, int port);
-[[nodiscard]] std::unique_ptr<Connection> openConnection(LoopbackAddress address, int port);
 
 }  // namespace vornelle

@@ -36,8 +36,8 @@ Sockets& sockets() {
 }  // namespace
 
 struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketControl::Impl> {
-  enum class State { closed, listening, connecting, connected };
-  enum class Event { none, connectionRequest, connect, dataArrival, sendComplete, close };
+  enum class State { closed, listening, connected };
+  enum class Event { none, connectionRequest, dataArrival, sendComplete, close };
 
   explicit Impl(SocketControl* socketControl) : control(socketControl) { sockets().all.insert(this); }
   ~Impl() override { sockets().all.erase(this); }
@@ -47,7 +47,7 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
   SocketControl* control;  // null once it is destroyed
   State state = State::closed;
   std::unique_ptr<Listener> listener;      // while listening
-  std::unique_ptr<Connection> connection;  // while connecting and connected
+  std::unique_ptr<Connection> connection;  // while connected
   bool queued = false;
   bool servedMeanwhile = false;  // in the middle of a wait for a server too
 
@@ -59,7 +59,7 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
   std::size_t sendsCompleted = 0;   // SendComplete events to serve
   bool dataBeforeComplete = false;  // a DataArrival has come between since a SendComplete is due
 
-  bool lost = false;  // the connection could not be made, or broke
+  bool lost = false;  // the connection broke
   bool peerFinished = false;
   bool closeServed = false;
 
@@ -74,8 +74,8 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
     listener = std::move(newListener);
   }
 
-  void open(std::unique_ptr<Connection> newConnection, State newState) {
-    start(*newConnection, newState);
+  void open(std::unique_ptr<Connection> newConnection) {
+    start(*newConnection, State::connected);
     connection = std::move(newConnection);
   }
 
@@ -130,23 +130,8 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
   }
 
   Event next() {
-    switch (state) {
-      case State::closed:
-        return Event::none;
-      case State::listening:
-        return Event::connectionRequest;
-      case State::connecting:
-        lookAtPeer();
-        if (lost) {
-          forget();
-          return Event::close;
-        }
-        if (connection->peer() == Connection::Peer::connecting) return Event::none;
-        state = State::connected;
-        return Event::connect;
-      case State::connected:
-        break;
-    }
+    if (state == State::closed) return Event::none;
+    if (state == State::listening) return Event::connectionRequest;
     lookAtPeer();
     flush();
     // Some systems tell a reset only to the one who sends.
@@ -170,9 +155,6 @@ struct SocketControl::Impl : ChannelOwner, std::enable_shared_from_this<SocketCo
         return false;
       case Event::connectionRequest:
         return serveConnectionRequest();
-      case Event::connect:
-        handler = control->onConnect;
-        break;
       case Event::dataArrival:
         announced = connection->waiting();
         dataBeforeComplete = sendsCompleted > 0;
@@ -231,15 +213,7 @@ bool SocketControl::accept(RequestId request) {
   if (found == sockets().requests.end()) return false;
   std::unique_ptr<Connection> connection = std::move(found->second);
   sockets().requests.erase(found);
-  impl_->open(std::move(connection), Impl::State::connected);
-  return true;
-}
-
-bool SocketControl::connect(LoopbackAddress address, int port) {
-  if (isOpen() || !isPort(port)) return false;
-  std::unique_ptr<Connection> connection = openConnection(address, port);
-  if (!connection) return false;
-  impl_->open(std::move(connection), Impl::State::connecting);
+  impl_->open(std::move(connection));
   return true;
 }
 

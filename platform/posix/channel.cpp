@@ -111,7 +111,7 @@ Descriptor makeSocket(LoopbackAddress address) {
 
 class TcpConnection final : public Connection, public Polled {
  public:
-  TcpConnection(Descriptor socket, bool connecting) : socket_(std::move(socket)), connecting_(connecting) {
+  explicit TcpConnection(Descriptor socket) : socket_(std::move(socket)) {
     setOptions(socket_.get());
     if (!watch(socket_.get())) broken_ = true;
   }
@@ -131,10 +131,6 @@ class TcpConnection final : public Connection, public Polled {
     if (broken_) return Peer::broken;
     pollfd look{socket_.get(), POLLOUT | POLLRDHUP, 0};
     if (::poll(&look, 1, 0) < 0) look.revents = 0;
-    if (connecting_) {
-      if (!(look.revents & (POLLOUT | POLLERR | POLLHUP))) return Peer::connecting;
-      connecting_ = false;
-    }
     if (look.revents & (POLLERR | POLLHUP)) {
       broken_ = true;
       return Peer::broken;
@@ -232,7 +228,6 @@ class TcpConnection final : public Connection, public Polled {
   }
 
   Descriptor socket_;
-  bool connecting_;
   bool broken_ = false;
 
   bool lingers_ = false;
@@ -257,7 +252,7 @@ class TcpListener final : public Listener, public Polled {
   [[nodiscard]] std::unique_ptr<Connection> takeConnection() override {
     while (true) {
       Descriptor accepted(accept4(socket_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-      if (accepted.isOpen()) return std::make_unique<TcpConnection>(std::move(accepted), false);
+      if (accepted.isOpen()) return std::make_unique<TcpConnection>(std::move(accepted));
       if (errno == EAGAIN || errno == EWOULDBLOCK) return nullptr;
       if ((errno == EMFILE || errno == ENFILE) && turnAway()) continue;
       // A connection that has gone before it was accepted, and the like.
@@ -298,16 +293,6 @@ std::unique_ptr<Listener> openListener(LoopbackAddress address, int port) {
   auto listener = std::make_unique<TcpListener>(std::move(socket));
   if (!listener->start()) return nullptr;
   return listener;
-}
-
-std::unique_ptr<Connection> openConnection(LoopbackAddress address, int port) {
-  (void)net();
-  Descriptor socket = makeSocket(address);
-  if (!socket.isOpen()) return nullptr;
-  const SocketAddress remote(address, port);
-  const bool connected = connect(socket.get(), remote.get(), remote.length) == 0;
-  if (!connected && errno != EINPROGRESS) return nullptr;
-  return std::make_unique<TcpConnection>(std::move(socket), !connected);
 }
 
 namespace network {

@@ -1,8 +1,6 @@
-#include "platform/sim/application_folder.h"
-
+// The temporary application folder, and the faults of its files that a test asks for.
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>

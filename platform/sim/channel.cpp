@@ -69,9 +69,6 @@ class SimListener final : public Listener {
   ListeningPort listener_;
 };
 
-// Ports that the in-memory network gives to the near ends of connections.
-constexpr int kNearPort = 49152;
-
 }  // namespace
 }  // namespace sim
 
@@ -83,12 +80,6 @@ std::unique_ptr<Listener> openListener(LoopbackAddress address, int port) {
     return nullptr;
   }
   return std::make_unique<sim::SimListener>(address, port);
-}
-
-std::unique_ptr<Connection> openConnection(LoopbackAddress address, int port) {
-  std::shared_ptr<sim::End> end = sim::connectTo(address, port);
-  if (!end) return nullptr;
-  return std::make_unique<sim::SimConnection>(std::move(end), sim::kNearPort);
 }
 
 }  // namespace vornelle

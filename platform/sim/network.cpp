@@ -50,6 +50,9 @@ void End::flushUnsent() {
   if (unsent.empty() || broken) disconnect();
 }
 
+namespace {
+
+// The near end of a new connection to the listener, which gets the far one; null when nobody listens.
 std::shared_ptr<End> connectTo(LoopbackAddress address, int port) {
   const auto listener = world().listeners.find({address, port});
   if (listener == world().listeners.end()) return nullptr;
@@ -61,6 +64,8 @@ std::shared_ptr<End> connectTo(LoopbackAddress address, int port) {
   if (const auto told = listener->second->owner.lock()) told->ready();
   return near;
 }
+
+}  // namespace
 
 struct Client::Impl {
   std::shared_ptr<End> end = std::make_shared<End>();

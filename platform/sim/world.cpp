@@ -1,7 +1,6 @@
 // The one simulated world, and reset().
 #include "platform/sim/world.h"
 
-#include "platform/sim/application_folder.h"
 #include "platform/unix/event_loop.h"
 
 namespace vornelle {

@@ -80,7 +80,7 @@ struct World {
 
 World& world();
 
-// Both ends of a new connection to the listener; null when nobody listens.
-std::shared_ptr<End> connectTo(LoopbackAddress address, int port);
+// Removes the present temporary application folder, if any, and makes a new one with an empty "data" in it.
+void freshApplicationFolder();
 
 }  // namespace vornelle::sim

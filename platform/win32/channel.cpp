@@ -1,6 +1,6 @@
 // Connections and listeners over Windows sockets. The system posts a message to the hidden window when
-// something about a socket changes; the message is only a hint to look again, except that the end of a
-// connection attempt and of the peer's stream are noted when they are reported.
+// something about a socket changes; the message is only a hint to look again, except that the end of the
+// peer's stream is noted when it is reported.
 //
 // A connection that is finished lives on in a list of its own: it sends what is left, tells the peer that
 // nothing more comes, and reads and drops what the peer still sends until that ends too. Closing a socket
@@ -94,8 +94,8 @@ class WatchedSocket {
 
 class TcpConnection final : public Connection, public WatchedSocket {
  public:
-  TcpConnection(Socket socket, long events, Peer peer) : WatchedSocket(std::move(socket)), peer_(peer) {
-    if (!askForMessages(events)) peer_ = Peer::broken;
+  explicit TcpConnection(Socket socket) : WatchedSocket(std::move(socket)) {
+    if (!askForMessages(kConnectionEvents)) peer_ = Peer::broken;
     switchOn(IPPROTO_TCP, TCP_NODELAY);
     // Urgent bytes are bytes like any other; outside the stream they would hide what comes after them.
     switchOn(SOL_SOCKET, SO_OOBINLINE);
@@ -106,7 +106,7 @@ class TcpConnection final : public Connection, public WatchedSocket {
   [[nodiscard]] Peer peer() override {
     // The end of the stream shows only once everything before it has been read. A reset may have been
     // reported as an end.
-    if ((peer_ != Peer::open && peer_ != Peer::finished) || waiting() > 0) return peer_;
+    if (peer_ == Peer::broken || waiting() > 0) return peer_;
     char byte;
     const int got = recv(handle(), &byte, 1, MSG_PEEK);
     if (got == 0) peer_ = Peer::finished;
@@ -116,8 +116,7 @@ class TcpConnection final : public Connection, public WatchedSocket {
 
   [[nodiscard]] std::size_t waiting() override {
     u_long size = 0;
-    if (peer_ == Peer::connecting || ioctlsocket(handle(), FIONREAD, &size) != 0) return 0;
-    return size;
+    return ioctlsocket(handle(), FIONREAD, &size) == 0 ? size : 0;
   }
 
   // Reads on until nothing is left, not just what waited at first: each read makes room for bytes that the
@@ -125,7 +124,6 @@ class TcpConnection final : public Connection, public WatchedSocket {
   [[nodiscard]] std::string receive(std::size_t most) override {
     constexpr std::size_t kPiece = std::size_t{64} * 1024;
     std::string bytes;
-    if (peer_ == Peer::connecting) return bytes;
     while (bytes.size() < most) {
       const std::size_t before = bytes.size();
       bytes.resize(std::min(most, before + std::max(waiting(), bytes.empty() ? std::size_t{1} : kPiece)));
@@ -139,7 +137,7 @@ class TcpConnection final : public Connection, public WatchedSocket {
   }
 
   [[nodiscard]] std::size_t send(std::string_view bytes) override {
-    if (bytes.empty() || peer_ == Peer::connecting || peer_ == Peer::broken) return 0;
+    if (bytes.empty() || peer_ == Peer::broken) return 0;
     const int size = static_cast<int>(std::min<std::size_t>(bytes.size(), kMostBytesAtOnce));
     const int sent = ::send(handle(), bytes.data(), size, 0);
     if (sent >= 0) return static_cast<std::size_t>(sent);
@@ -156,7 +154,7 @@ class TcpConnection final : public Connection, public WatchedSocket {
   [[nodiscard]] bool finishFurther();
 
  private:
-  Peer peer_;
+  Peer peer_ = Peer::open;
   bool finishing_ = false;
   std::string unsent_;
   bool shutDown_ = false;
@@ -186,7 +184,7 @@ class TcpListener final : public Listener, public WatchedSocket {
       return nullptr;
     }
     SetHandleInformation(reinterpret_cast<HANDLE>(connection.get()), HANDLE_FLAG_INHERIT, 0);
-    return std::make_unique<TcpConnection>(std::move(connection), kConnectionEvents, Connection::Peer::open);
+    return std::make_unique<TcpConnection>(std::move(connection));
   }
 };
 
@@ -246,7 +244,6 @@ void dropStalled() {
 }
 
 void TcpConnection::note(int event, int error) {
-  if (event == FD_CONNECT) peer_ = error == 0 ? Peer::open : Peer::broken;
   if (event == FD_CLOSE) peer_ = error == 0 ? Peer::finished : Peer::broken;
   if (!finishing_) {
     tellOwner();
@@ -278,14 +275,10 @@ LoopbackName loopbackName(LoopbackAddress address, int port) {
   return name;
 }
 
-int familyOf(LoopbackAddress address) {
-  return address == LoopbackAddress::ipv4 ? AF_INET : AF_INET6;
-}
-
 }  // namespace
 
 std::unique_ptr<Listener> openListener(LoopbackAddress address, int port) {
-  Socket socket = win32::makeTcpSocket(familyOf(address));
+  Socket socket = win32::makeTcpSocket(address == LoopbackAddress::ipv4 ? AF_INET : AF_INET6);
   if (!socket) return nullptr;
   // Without it another program could bind the same port and take connections away.
   const BOOL on = TRUE;
@@ -298,22 +291,7 @@ std::unique_ptr<Listener> openListener(LoopbackAddress address, int port) {
   return listener;
 }
 
-std::unique_ptr<Connection> openConnection(LoopbackAddress address, int port) {
-  Socket socket = win32::makeTcpSocket(familyOf(address));
-  if (!socket) return nullptr;
-  const SOCKET handle = socket.get();
-  // Before connect(): it makes the call one that does not wait.
-  auto connection = std::make_unique<TcpConnection>(std::move(socket), kConnectionEvents | FD_CONNECT,
-                                                    Connection::Peer::connecting);
-  const LoopbackName name = loopbackName(address, port);
-  if (connect(handle, reinterpret_cast<const sockaddr*>(&name.address), name.size) != 0 &&
-      WSAGetLastError() != WSAEWOULDBLOCK) {
-    return nullptr;
-  }
-  return connection;
-}
-
-void win32::socketMessage(UINT message, SOCKET, int event, int error) {
+void win32::socketMessage(UINT message, int event, int error) {
   const auto found = channels().byMessage.find(message);
   if (found == channels().byMessage.end()) return;  // closed while the message was on its way
   found->second->note(event, error);

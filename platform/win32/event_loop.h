@@ -3,9 +3,9 @@
 // their own and so go on serving all of it.
 #pragma once
 
-// Before windows.h.
-#include <windows.h>
 #include <winsock2.h>
+// After winsock2.h.
+#include <windows.h>
 
 namespace vornelle::win32 {
 
@@ -27,6 +27,6 @@ using MessageFilter = bool (*)(MSG& message);
 void setMessageFilter(MessageFilter filter);
 
 // Implemented beside the sockets.
-void socketMessage(UINT message, SOCKET socket, int event, int error);
+void socketMessage(UINT message, int event, int error);
 
 }  // namespace vornelle::win32

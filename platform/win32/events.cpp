@@ -70,7 +70,7 @@ LRESULT CALLBACK eventWindowProcedure(HWND window, UINT message, WPARAM wParam, 
     return 0;
   }
   if (message >= win32::kFirstSocketMessage && message <= win32::kLastSocketMessage) {
-    win32::socketMessage(message, wParam, WSAGETSELECTEVENT(lParam), WSAGETSELECTERROR(lParam));
+    win32::socketMessage(message, WSAGETSELECTEVENT(lParam), WSAGETSELECTERROR(lParam));
     win32::wakeSockets();
     return 0;
   }

@@ -9,6 +9,7 @@
 #include "native.h"
 #include "platform/clock.h"
 #include "platform/events.h"
+#include "platform/socket.h"
 
 namespace vornelle {
 
@@ -75,15 +76,22 @@ class Peer {
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
 
-  bool connect(int port, int receiveBuffer = 0) {
+  bool connect(int port, int receiveBuffer = 0, LoopbackAddress to = LoopbackAddress::ipv4) {
     close();
-    socket_ = ::socket(AF_INET, SOCK_STREAM, 0);
+    socket_ = ::socket(to == LoopbackAddress::ipv4 ? AF_INET : AF_INET6, SOCK_STREAM, 0);
     if (receiveBuffer > 0) {
       setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char*>(&receiveBuffer),
                  sizeof receiveBuffer);
     }
-    const sockaddr_in address = loopback(port);
-    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return false;
+    const sockaddr_in four = loopback(port);
+    sockaddr_in6 six{};
+    six.sin6_family = AF_INET6;
+    six.sin6_port = four.sin_port;
+    six.sin6_addr = in6addr_loopback;
+    const bool failed = to == LoopbackAddress::ipv4
+                            ? ::connect(socket_, reinterpret_cast<const sockaddr*>(&four), sizeof four) != 0
+                            : ::connect(socket_, reinterpret_cast<const sockaddr*>(&six), sizeof six) != 0;
+    if (failed) return false;
     native::neverBlock(socket_);
     return true;
   }

@@ -1,6 +1,5 @@
 #include "platform/socket.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -223,33 +222,6 @@ TEST_F(SocketTest, APortIsHadOnceAndAgainAfterItsListenerHasClosed) {
   EXPECT_TRUE(second.listen(kIpv4, port));
 }
 
-TEST_F(SocketTest, ASocketConnectsToAnotherOfTheSameProgram) {
-  SocketControl caller;
-  std::string heard, order;
-  caller.onConnect = [&] { order += "O "; };
-  caller.onDataArrival = [&] { heard += caller.getData(); };
-  caller.onClose = [&] { order += "C "; };
-  ASSERT_TRUE(caller.connect(kIpv4, port));
-  ASSERT_TRUE(eventually([&] { return order == "O " && sockets.size() == 1; }));
-  EXPECT_TRUE(caller.sendData("question"));
-  ASSERT_TRUE(eventually([&] { return received == "question"; }));
-  EXPECT_TRUE(sockets[0]->sendData("answer"));
-  sockets[0]->close();
-  ASSERT_TRUE(eventually([&] { return order == "O C "; }));
-  EXPECT_EQ(heard, "answer");
-}
-
-TEST_F(SocketTest, AConnectionToNobodyFailsAtOnceOrWithAClose) {
-  SocketControl caller;
-  bool closed = false;
-  caller.onClose = [&] { closed = true; };
-  const int nobody = freePort();
-  if (caller.connect(kIpv4, nobody)) {
-    EXPECT_TRUE(eventually([&] { return closed; }));
-  }
-  EXPECT_FALSE(caller.isOpen());
-}
-
 TEST_F(SocketTest, BothLoopbackAddressesMayHaveTheSamePort) {
   SocketControl six;
   if (!six.listen(LoopbackAddress::ipv6, port)) {
@@ -264,12 +236,12 @@ TEST_F(SocketTest, BothLoopbackAddressesMayHaveTheSamePort) {
     return;
   }
   EXPECT_EQ(six.localPort(), port);
-  SocketControl caller, accepted;
-  bool connected = false;
+  SocketControl accepted;
   six.onConnectionRequest = [&](SocketControl::RequestId request) { EXPECT_TRUE(accepted.accept(request)); };
-  caller.onConnect = [&] { connected = true; };
-  ASSERT_TRUE(caller.connect(LoopbackAddress::ipv6, port));
-  EXPECT_TRUE(eventually([&] { return connected && accepted.isOpen(); }));
+  Peer peer;
+  ASSERT_TRUE(peer.connect(port, 0, LoopbackAddress::ipv6));
+  EXPECT_TRUE(eventually([&] { return accepted.isOpen(); }));
+  EXPECT_TRUE(sockets.empty());
 }
 
 TEST_F(SocketTest, AHandlerMayDestroyItsSocketAndAnother) {

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/module_state.h"
 #include "platform/common/socket_events.h"
 #include "platform/meanwhile.h"
 
@@ -25,6 +26,8 @@ Waits& waits() {
   static auto* const instance = new Waits;
   return *instance;
 }
+
+const ModuleState waitsState([] { waits() = {}; });
 
 }  // namespace
 

@@ -19,42 +19,36 @@ const ModuleState outcomesState([] {
   lastRemoval = LastRemoval{};
 });
 
+struct TaskWords {
+  std::string_view name, text;
+};
+
+TaskWords wordsFor(Task task) {
+  switch (task) {
+    case Task::filterRun:
+      return {"filterRun", "Filtering"};
+    case Task::inboxFetch:
+      return {"inboxFetch", "Reading the Inbox"};
+    case Task::spamBoxScan:
+      return {"spamBoxScan", "Reading the SpamBox"};
+    case Task::messageFetch:
+      return {"messageFetch", "Fetching a message"};
+    case Task::restoreAndDelete:
+      return {"restoreAndDelete", "Restoring and deleting"};
+    case Task::settingsTest:
+      return {"settingsTest", "Trying the mail servers"};
+  }
+  return {};
+}
+
 }  // namespace
 
 std::string_view taskName(Task task) {
-  switch (task) {
-    case Task::filterRun:
-      return "filterRun";
-    case Task::inboxFetch:
-      return "inboxFetch";
-    case Task::spamBoxScan:
-      return "spamBoxScan";
-    case Task::messageFetch:
-      return "messageFetch";
-    case Task::restoreAndDelete:
-      return "restoreAndDelete";
-    case Task::settingsTest:
-      return "settingsTest";
-  }
-  return "";
+  return wordsFor(task).name;
 }
 
 std::string_view taskText(Task task) {
-  switch (task) {
-    case Task::filterRun:
-      return "Filtering";
-    case Task::inboxFetch:
-      return "Reading the Inbox";
-    case Task::spamBoxScan:
-      return "Reading the SpamBox";
-    case Task::messageFetch:
-      return "Fetching a message";
-    case Task::restoreAndDelete:
-      return "Restoring and deleting";
-    case Task::settingsTest:
-      return "Trying the mail servers";
-  }
-  return "";
+  return wordsFor(task).text;
 }
 
 Activity::Activity(Task task) : progress_{task, 0, 0}, outer_(std::exchange(innermost, this)) {}

@@ -18,8 +18,9 @@ struct LogIn {
 // changed.
 extern std::optional<LogIn> earlierLogIn;
 
-// After an update of the settings that had `before` in front of it. Of several updates one after the other
-// that the server has not taken the first counts; an empty password is nothing to go back to.
+// To be called after an update of the settings. `before` is what held in front of it; `taken` says that the
+// mail server has taken what holds now. After several updates that it has not taken, the log-in in front of
+// the first of them is the one to go back to. One with an empty password is none.
 void noteLogInUpdate(const LogIn& before, bool taken);
 
 }  // namespace vornelle

@@ -34,6 +34,7 @@ constexpr Range kRanges[] = {
     {0x1E900, 0x1E921},  // Adlam
 };
 
+constexpr char32_t kLastOfLatin1 = 0xFF;
 constexpr char32_t kFinalSigma = 0x3C2;
 constexpr char32_t kSigma = 0x3C3;
 
@@ -46,7 +47,8 @@ const SmallLetters& smallLetters() {
     for (const Range& range : kRanges) {
       for (char32_t code = range.first; code <= range.last; ++code) {
         const char32_t small = systemSmallLetter(code);
-        if (small != code && small > 0xFF && systemCapitalLetter(small) == code) made->emplace(code, small);
+        if (small != code && small > kLastOfLatin1 && systemCapitalLetter(small) == code)
+          made->emplace(code, small);
       }
     }
     return made;

@@ -1,9 +1,10 @@
 // Letter case in the program's text, for every alphabet that has it.
 //
 // A capital and a small letter belong together when the system maps each to the other, and the small letter
-// is outside Windows-1252, whose own pairs base/text.h knows. So the Kelvin sign is no "k" and the dotted
-// capital I no "i". The letters of alphabets in use count, in ranges to which Unicode adds nothing any more:
-// whichever edition of it a system follows, the result is the same.
+// is beyond U+00FF; the pairs of Windows-1252 are those of base/text.h. So the Kelvin sign is no "k" and the
+// dotted capital I no "i", while the florin sign of Windows-1252 is the small letter of the F with hook,
+// which it looks like. The letters of alphabets in use count, in ranges to which Unicode adds nothing any
+// more: whichever edition of it a system follows, the result is the same.
 #pragma once
 
 #include <string>

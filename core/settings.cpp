@@ -20,7 +20,6 @@ const ModuleState settingsState([] { settings = {}; });
 
 constexpr std::int16_t kSizeMinimum = 10;
 constexpr std::int16_t kSizeMaximum = 30000;
-constexpr int kStartupFolderId = 7;
 
 // A developer's override wins while it exists, for reading and for writing alike.
 std::string settingsPath() {
@@ -125,7 +124,7 @@ std::string passwordMask(std::string_view password) {
 }
 
 std::string startupLinkPath() {
-  const std::string folder = getSpecialFolder(kStartupFolderId);
+  const std::string folder = getSpecialFolder(kStartupFolder);
   return folder.empty() ? "" : folder + "vornelle.lnk";
 }
 

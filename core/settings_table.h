@@ -17,7 +17,7 @@ namespace vornelle {
 enum class SettingKind {
   text,          // as it stands
   secret,        // a text that is shown as asterisks; what comes back with one in it changes nothing
-  port,          // a text whose number is settings.httpPort
+  port,          // a text; settings.httpPort is its number from when it is read from the file
   range,         // a 16-bit number, brought into its range by `check`
   count,         // any 16-bit number
   flag,          // on or off
@@ -63,8 +63,9 @@ struct Setting {
 
 void setFlag(const Setting& setting, bool on);  // the record's; a switch of the window stays as it is
 
-// What is typed into a box or a field, all but check boxes. A number is rounded, and one that cannot be read
-// leaves the setting as it was, as does a password with an asterisk.
+// What is typed into a box or a field, all but check boxes. What `check` makes of it where there is one; any
+// other number is rounded. A text that is no 16-bit number leaves such a setting as it was, as an asterisk
+// leaves a password.
 void takeTyped(const Setting& setting, const std::string& text);
 
 // "HTTP Port takes a whole number, for example 7000." where the dialog must not take the text for this

@@ -1,4 +1,4 @@
-// The program's name and version.
+// The program's version.
 #pragma once
 
 #include <string>
@@ -8,8 +8,4 @@ namespace vornelle {
 // "1.0.0". CMakeLists.txt has the number; the build makes the source file of this function from
 // version.cpp.in.
 [[nodiscard]] std::string versionText();
-
-// The host name under which the program shows its web interface.
-inline constexpr const char* kLocalAddress = "localhost";
-
 }  // namespace vornelle

@@ -21,7 +21,7 @@ void windowChanged() {
 }  // namespace
 
 std::string webInterfaceAddress() {
-  return std::string("http://") + kLocalAddress + ":" + std::to_string(settings.httpPort);
+  return "http://localhost:" + std::to_string(settings.httpPort);
 }
 
 void titlebarUpdate() {

@@ -48,6 +48,11 @@ TEST(LetterCase, LettersThatAreNotEachOthersPartnerStayAsTheyAre) {
   EXPECT_FALSE(same("\u00B5", "\u039C")) << "the micro sign is no letter";
 }
 
+TEST(LetterCase, TheFlorinSignIsTheSmallFWithHook) {
+  EXPECT_EQ("\x83", toSmallLetters("&#401;"));
+  EXPECT_TRUE(same("\u0191", "\u0192"));
+}
+
 TEST(LetterCase, TextsAreComparedRegardlessOfCase) {
   EXPECT_TRUE(same("ПРИВЕТ", "привет"));
   EXPECT_TRUE(same("Ünal ŞAHİN", "ünal şahİn"));

@@ -5,7 +5,6 @@
 #include "desktop/main_window.h"
 #include "platform/events.h"
 #include "tests/unit/core/startup_test_support.h"
-#include "web/gateway.h"
 
 namespace vornelle {
 namespace {

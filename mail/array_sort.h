@@ -10,7 +10,8 @@ namespace vornelle::ArraySort {
 inline constexpr int kOwnBound = -2;
 
 // Sorts the elements low to high (both inclusive) in ascending order of their character codes (unsigned
-// bytes). Bounds outside the array are taken as its own.
+// bytes). A low bound below the array and a high one above it are taken as its own; where low is not below
+// high nothing is done.
 void quicksort(std::vector<std::string>& values, int low = kOwnBound, int high = kOwnBound);
 
 }  // namespace vornelle::ArraySort

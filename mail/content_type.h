@@ -18,7 +18,8 @@ struct ContentType {
   std::string boundary;  // "" when none is given
 };
 
-// Without a field, and for one that cannot be read: text/plain.
+// The type is text/plain without a field and for one whose type cannot be read, but for a multipart that says
+// no more than that and has a boundary: multipart/mixed.
 [[nodiscard]] ContentType parseContentType(const std::optional<std::string>& field);
 
 // What stands in front of the parameters of any such field: lower case, without blanks and comments.

@@ -55,8 +55,8 @@ class DotStuffedText {
   State state_ = State::lineStart;
   std::size_t taken_ = 0;
   bool tooLong_ = false;
-  std::string
-      held_;  // the last bytes of the text so far, at most three: they may be its end and no part of it
+  // The last bytes of the text so far, at most three: they may be its end and no part of it.
+  std::string held_;
 };
 
 }  // namespace vornelle

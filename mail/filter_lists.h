@@ -1,10 +1,10 @@
 // The three lists that steer the filter: FriendList, SubjectList and EnemyList. Each is one text file of the
 // "data" folder, one entry a line. Whatever reads or changes a list does it here.
 //
-// A list is named by one of the three names below, exactly as they are spelled here.
+// A list is named by one of the three names below. Letter case does not count, but log lines repeat the name
+// as it is given.
 //
-// No list is ever rewritten that could not be read: nullopt, and a log line or a result that says so, tells
-// it from one that is empty.
+// No list is ever rewritten that could not be read: nullopt, a log line or a result says so.
 #pragma once
 
 #include <cstddef>
@@ -62,7 +62,8 @@ void createMissingLists();
 [[nodiscard]] std::uint64_t listLength(std::string_view listName);
 
 // What the list's page shows: at most kListCapacity entries in the order of the file, without blanks around
-// them and without the blank lines. A missing file is created with one empty line.
+// them and without the blank lines; none of a file that cannot be read. A missing one is created with one
+// empty line.
 [[nodiscard]] std::vector<std::string> listEntries(std::string_view listName);
 
 // The lines that hold the text, letter case ignored; none for a text of blanks. nullopt where there is no
@@ -100,9 +101,9 @@ void logAdditions(std::string_view listName, const std::vector<std::string>& ent
 
 // Removes the line whose number, counted from 0 over all lines of the file, blank ones too, is the value of
 // the text as val() reads it, and writes the other lines back, each with its CR LF, also where no line has
-// that number; of a list without a file there are none. `type` is the list's name in any letter case. Both
-// come from a request: a text of blanks and any other name remove nothing. At most kListCapacity lines are
-// kept, with a log line when that leaves some out.
+// that number; of a list without a file there are none. `type` is the list's name. Both come from a request:
+// a text of blanks and any other name remove nothing. At most kListCapacity lines are kept, with a log line
+// when that leaves some out.
 void listRemoveLine(std::string_view type, std::string_view lineNumber);
 
 // An entry as the list's page showed it: its place among the entries, counted from 0 without the blank lines,

@@ -28,7 +28,8 @@ struct MessageBodies {
   bool plainPresent = false, htmlPresent = false;
 };
 
-// One message, fetched from the server or parsed from a SpamBox file. All texts are Windows-1252.
+// One message, fetched from the server or parsed from a SpamBox file. All texts but the source are the
+// program's own (base/characters.h).
 class MailMessage {
  public:
   [[nodiscard]] const std::string& getSubject() const { return subject; }
@@ -37,7 +38,7 @@ class MailMessage {
   [[nodiscard]] const std::string& getFromDisplay() const { return from; }
   // Seconds since 1970 UTC; nullopt when the message has no date that can be read.
   [[nodiscard]] std::optional<std::int64_t> getDate() const { return date; }
-  // The source exactly as received, lines ended by CR LF.
+  // The source exactly as the server has sent it or the file holds it.
   [[nodiscard]] const std::string& getRawText() const { return rawText; }
   [[nodiscard]] const std::string& getPlainBody() const { return bodies().plain; }
   [[nodiscard]] const std::string& getHtmlBody() const { return bodies().html; }
@@ -111,6 +112,7 @@ class MailComponent {
   bool popExpect(const std::vector<std::string_view>& uidls);
   // The whole message; null on failure, and then it is not deleted in this session either.
   [[nodiscard]] std::unique_ptr<MailMessage> popGetMessage(const std::string& uidl);
+  // Null on failure, which includes servers without UIDL.
   [[nodiscard]] std::unique_ptr<UidlList> popGetUidls();
   // Marks the message deleted; it is gone when the session ends with QUIT. False when it could not be marked.
   // For a message that was expected, true says that it has been asked for: a refusal comes later, is passed
@@ -119,10 +121,11 @@ class MailComponent {
 
   // Connects and greets (EHLO, HELO where that is refused; RFC 5321). False on any failure.
   [[nodiscard]] bool smtpConnect();
-  // Connects and greets if that has not been done, then authenticates (AUTH LOGIN, RFC 4954) when a user is
-  // set.
+  // Connects and greets if that has not been done, then authenticates (AUTH, RFC 4954, with the
+  // mechanism LOGIN) when a user is set.
   [[nodiscard]] bool smtpLogin();
-  // Sends the text (dot-stuffed on the wire only). 1: sent. Anything else: not sent.
+  // Sends the text (dot-stuffed on the wire only). 1: sent. Anything else: not sent. Sender and recipient are
+  // taken as a From field and the user's entry have them; mail/mail_address.h finds the addresses in them.
   [[nodiscard]] std::int32_t smtpSendRaw(const std::string& from, const std::string& to,
                                          const std::string& text);
 

@@ -27,7 +27,7 @@ enum class MailReason {
   // What was entered.
   fieldUnreadable,      // the server field is neither host nor host:port, nor one with a known scheme
   schemeUnknown,        // what stands before "://"
-  credentialsUnusable,  // a line end in the account or password
+  credentialsUnusable,  // a line end or a NUL in the account or password
   addressUnusable,      // no address that a message can be sent to, or one that would end the command
   // The way there.
   nameNotFound,
@@ -83,7 +83,7 @@ struct MailFailure {
 [[nodiscard]] std::string_view reasonName(MailReason reason);
 [[nodiscard]] std::string_view stepName(MailStep step);
 
-// What went wrong and what to do about it: two or three sentences of plain English in Windows-1252, one line.
+// What went wrong and what to do about it: two or three sentences of plain English, one line.
 // It is text, not HTML: it quotes the server and what has been entered. "" when nothing has failed.
 [[nodiscard]] std::string failureText(const MailFailure& failure);
 
@@ -95,8 +95,9 @@ struct MailFailure {
 // by value: logging lets events in.
 void logFailure(std::string_view line, MailFailure failure);
 
-// The server's line as it may be shown and logged: one line of Windows-1252 without control characters, at
-// most 300 characters, and with asterisks where the server repeats the secret ("" is none).
+// The server's line as it may be shown and logged: one line of the program's text without control characters,
+// cut at 300 bytes with "..." behind them, and with asterisks where the server repeats the secret. One of
+// fewer than four characters is not looked for.
 [[nodiscard]] std::string cleanedWords(std::string_view line, std::string_view secret = "");
 
 // "AB:CD:..." for a fingerprint of hexadecimal digits, as certificates are shown elsewhere.

@@ -25,7 +25,7 @@ struct MessageBodies;
 // The bodies of a message, from its whole source.
 [[nodiscard]] MessageBodies readBodies(std::string_view source);
 
-// A length in bytes as the size of a message, which has 31 bits.
+// A length in bytes as the size of a message, which has 31 bits: the largest of these where it does not fit.
 [[nodiscard]] std::int32_t messageSize(std::uint64_t length);
 
 }  // namespace vornelle

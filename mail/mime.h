@@ -5,8 +5,8 @@
 // 2. A line "--boundary" of any multipart on the stack ends the part that is being read; "--boundary--" ends
 //    that multipart too. So a part whose end is missing ends where an outer one goes on.
 // 3. The first part of type text/html and the first of type text/plain that are not attachments are the text.
-// 4. Where there is none, the text is that of an attached message, or else an attached text: what a person
-//    would see first.
+// 4. Where there is neither, it is the first part of another text type; or else the text of an attached
+//    message; or else the first attached text: what a person would see first.
 //
 // Multiparts nested more deeply than anybody nests them are not looked into.
 #pragma once
@@ -36,14 +36,14 @@ struct BodyPart {
 struct Attachment {
   std::string name;       // Windows-1252, without a folder; "" when it has none
   std::string type;       // "image/png"
-  std::size_t bytes = 0;  // decoded, within a few
+  std::size_t bytes = 0;  // of base64 decoded, within a few; of other encodings as they stand
 };
 
 inline constexpr std::size_t kMostAttachments = 1000;  // that are told of
 
 struct TextParts {
   std::optional<BodyPart> plain, html;
-  std::optional<BodyPart> otherText;  // the first part of another text type that is no attachment
+  std::optional<BodyPart> otherText;  // what serves where there is neither
   std::vector<Attachment> attachments;
 };
 

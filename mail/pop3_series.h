@@ -7,10 +7,9 @@
 // What is under way at a time is bounded twice:
 //
 // - By the bytes that LIST has told: 1 MiB. Measured (docs/performance.md): a line of 20 milliseconds each
-// way is
-//   three times as fast with it as with 256 KiB, and twice as much gains a tenth more; and it is what would
-//   have to be read for nothing when the series is given up. Two messages are under way however large they
-//   are, so that no message waits for the one before.
+//   way is three times as fast with it as with 256 KiB, and twice as much gains a tenth more; and it is what
+//   would have to be read for nothing when the series is given up. Two messages are under way however large
+//   they are, so that no message waits for the one before.
 // - By the number of messages: 512, whose commands every socket buffer takes. A server that does not read
 //   before its own texts have gone out cannot make the client wait in turn.
 //

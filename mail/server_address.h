@@ -1,11 +1,12 @@
 // What a server setting says: where the server is and how the connection to it is protected.
 //
-//   mail.example              plain; port 110 (POP3) or 25 (SMTP)
-//   mail.example:995          a port alone: 995 and 465 are encrypted at once, 587 by STARTTLS, others are
-//   plain tls://mail.example        encrypted at once; 995 (POP3) or 465 (SMTP) where there is no port (RFC
-//   8314) starttls://mail.example   encrypted by STLS or STARTTLS; 110 (POP3) or 587 (SMTP) where there is no
-//   port plain://mail.example:995  not encrypted, whatever the port
-//   [::1]:110, ::1            IPv6 addresses; in brackets where a port follows
+//   mail.example               plain; port 110 (POP3) or 25 (SMTP)
+//   mail.example:995           a port alone: 995 and 465 mean encrypted at once, 587 by STARTTLS,
+//                              any other plain
+//   tls://mail.example         encrypted at once; without a port 995 (POP3) or 465 (SMTP; RFC 8314)
+//   starttls://mail.example    encrypted by STLS or STARTTLS; without a port 110 (POP3) or 587 (SMTP)
+//   plain://mail.example:995   not encrypted, whatever the port
+//   [::1]:110, ::1             IPv6 addresses; in brackets where a port follows
 #pragma once
 
 #include <string>

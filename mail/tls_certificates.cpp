@@ -51,7 +51,7 @@ std::string serverName(std::string_view host, int port) {
   return hostAndPort(withoutLastDot(host), port);
 }
 
-// nullopt when there is a file and it cannot be read.
+// nullopt when there is a file and it cannot be read, or is too long.
 std::optional<std::string> readCertificates() {
   if (!fileExists(certificatesPath())) return "";
   if (fileLength(certificatesPath()).value_or(kLongestFile) >= kLongestFile) return std::nullopt;

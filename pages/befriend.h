@@ -6,9 +6,9 @@
 
 namespace vornelle {
 
-// Each sender as its row has it. Those who are on a list already are passed over; so are those whose address
-// would need a question first. What came of it, as the end of a sentence for people: ", 2 senders put on the
-// FriendList"; "" when there was nothing to do.
+// Each sender as its message has it. Those who are on that list already are passed over; those without an
+// address, or with one that would need a question first, are left out, which the text tells. What came of it,
+// as the end of a sentence for people: ", 2 senders put on the FriendList"; "" when there was nothing to do.
 [[nodiscard]] std::string befriendSenders(const std::vector<std::string>& senders);
 
 }  // namespace vornelle

@@ -6,8 +6,8 @@
 
 namespace vornelle {
 
-// "FriendList", "SubjectList" or "EnemyList" in any letter case, shown as it is given; of any other name an
-// empty page. A missing list file is created.
+// "FriendList", "SubjectList" or "EnemyList" in any letter case, shown as it is given; for any other name
+// there are no entries and no help text. A missing list file is created.
 [[nodiscard]] std::string pageList(const std::string& listName);
 
 // Entries that contain the text, letter case ignored, list by list. A blank text finds nothing.

@@ -40,21 +40,20 @@ struct RowPage {
 [[nodiscard]] RowRange rowsToShow(std::int16_t first, std::int16_t total);
 
 // "<b>Inbox</b>", Prev and Next (links where there is something to go to) and the count of the rows shown; in
-// a browser First and Last besides.
-// `page` is the name under which the page is asked for, "displayinbox.htm".
+// a browser First and Last besides. `page` is the name under which the page is asked for, "displayinbox.htm".
 [[nodiscard]] std::string listHeader(std::string_view title, std::string_view page, const RowRange& range);
 
 // The sender without apostrophes and double quotes: what the row table keeps and the add-to-list field gets.
 [[nodiscard]] std::string cleanSender(std::string_view from);
 
-// The cells. Through the gateway what stands in them is text, cut by letters, and each names its column by
-// its class and what the page's script needs by data attributes, and a text that is cut carries the whole of
-// it as its title; over the plain wire it is what it always was.
+// The cells. Over the plain wire strangers' words stand in them as they are. Through the gateway these are
+// made into text; a cell's class names its column, data attributes hold what the page's script needs, and a
+// text that is cut has the whole of it as its title.
 
 // The sender's cell: a link that puts the clean sender into the page's add-to-list field and ticks the box of
 // that name ("R3"; "" for none); "<none>" where the clean sender is empty. What is shown is cut to 25
 // characters, over the plain wire after escaping, so that an entity may be split there. Through the gateway
-// it carries besides the bare address and, where the sender is `known`, the list that it is on.
+// the link has besides the bare address, and where `known` is given the list that the sender is on.
 [[nodiscard]] std::string senderCell(std::string_view from, std::string_view tickedBox,
                                      const KnownSenders* known = nullptr);
 

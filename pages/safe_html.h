@@ -2,8 +2,9 @@
 //
 // Not what is known to be bad is taken out, but what is known to be harmless is put in: a list of elements, a
 // list of attributes, links to the web and to addresses (each opens a window of its own that knows nothing of
-// this one), and pictures that the message brings itself. Everything else goes, scripts, styles and forms
-// with what is in them. The result is well-formed enough to be read in one way only, whatever the source was.
+// this one), and pictures that the message brings itself. Of everything else only the words stay; scripts,
+// style sheets, frames and the fields of forms go with what is in them. The result is well-formed enough to
+// be read in one way only, whatever the source was.
 #pragma once
 
 #include <string>

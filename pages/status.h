@@ -24,7 +24,7 @@ namespace vornelle {
 // The text as a JSON string in UTF-8, which may stand in a script.
 [[nodiscard]] std::string quotedJson(std::string_view text);
 
-// The same as the value of an attribute of a page, between double quotes.
+// statusJson() as the value of an attribute of a page, to stand between double quotes.
 [[nodiscard]] std::string statusAttribute();
 
 }  // namespace vornelle

@@ -8,17 +8,16 @@
 //
 // While something is under way (a filter run, an action, a fetch) that yields:
 //   - a page made of files and of what is held already is served in the middle of it;
-//   - a page that would take the mail component away waits a moment, and then gets a page that shows how far
-//   it
-//     is and turns into the wanted one;
+//   - a page that would take the mail component away waits a moment, and then gets a page that shows how
+//     far it is and turns into the wanted one;
 //   - an action waits for its end, in the order of arrival.
 // That holds while it waits for the mail server, too: the gateway's sockets are served in such a wait, those
 // of the plain listener are not.
 // "/status.json", a message view and the user's guide are answered at any time, and never logged.
 //
 // One connection's states:
-//   1. reading: collecting a request; a wrong one is answered with its 4xx and the connection is closed
-//      behind it.
+//   1. reading: collecting a request; a wrong one is answered with its error, and where its end cannot be
+//      told the connection is closed behind it.
 //   2. waiting: the request is whole and stands in the queue; a browser that goes away is dropped from the
 //      queue.
 //   3. served: its answer is being made.
@@ -37,7 +36,8 @@ namespace vornelle {
 inline constexpr int kGatewayQueueLimit = 64;              // requests that wait; one more is answered 503
 inline constexpr int kGatewayRequestMilliseconds = 30000;  // for a request to get complete
 inline constexpr int kGatewayProgressMilliseconds = 500;   // of waiting, before progress is shown
-inline constexpr int kGatewayConnectionLimit = 256;  // more: the one that has been idle longest is closed
+// One more: the connection that has been idle longest is closed, or the new one where none is idle.
+inline constexpr int kGatewayConnectionLimit = 256;
 
 // The bare answer to a request's text; nullopt: none.
 using AnswerRequest = std::function<std::optional<std::string>(std::string text)>;

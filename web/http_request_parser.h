@@ -29,8 +29,8 @@ struct HttpRequest {
   std::string target;     // origin form, "/path?query"; an absolute form has been taken apart
   std::string authority;  // of an absolute-form target; it takes the place of Host (RFC 9112, 3.2.2)
   int minorVersion = 1;   // HTTP/1.x
-  std::vector<std::pair<std::string, std::string>>
-      fields;  // names as sent, values without blanks around them
+  // Names as sent, values without blanks around them.
+  std::vector<std::pair<std::string, std::string>> fields;
   std::string body;
 
   // The value of the first field of that name (letter case ignored), nullopt when there is none.

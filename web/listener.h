@@ -29,15 +29,15 @@ struct WebServer {
 
 extern WebServer webServer;
 
-// Starts listening on settings.httpPort (0 counts as 80), or on the next port above it that can be had, which
-// httpPort then is. A message box tells when there is none up to 65535; the program goes on without a web
-// server.
+// Starts listening on settings.httpPort (0 counts as 80, a negative one as 1), or on the next port above it
+// that can be had, which httpPort then is. A message box tells when there is none up to 65535; the program
+// goes on without a web server.
 void listenerStart();
 
 // The port that is listened on; 0: none.
 [[nodiscard]] int listenerPort();
 
-// The connections that hold an element now, closed ones that await their release included.
+// The connections that hold an element now, closed ones that await their release included. For tests.
 [[nodiscard]] std::size_t loadedConnections();
 
 }  // namespace vornelle

@@ -13,8 +13,8 @@ namespace vornelle {
 // The page. The message's body stands in a frame of its own, written anew (pages/safe_html.h).
 [[nodiscard]] std::string previewPage();
 
-// "/preview.cgi": restores or deletes the message that the posted form names by its key, and leads on to the
-// next one of the list, or to the list.
+// "/preview.cgi": restores or deletes the message that the posted form names by its key. Leads back to the
+// message behind a restore, else on to the next one of the list, or to the list.
 [[nodiscard]] std::string previewAction();
 
 // Whether the page at that path needs the mail server.

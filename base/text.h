@@ -22,7 +22,10 @@ inline constexpr std::string_view kCrLf = "\r\n";
 [[nodiscard]] bool containsNoCase(std::string_view text, std::string_view find);
 
 [[nodiscard]] std::string_view trim(std::string_view text);
-// The same for blanks and tabs: the white space of mail and of HTTP.
+// The white space of mail and of HTTP.
+[[nodiscard]] constexpr bool isBlankOrTab(char c) {
+  return c == ' ' || c == '\t';
+}
 [[nodiscard]] std::string_view trimBlanksAndTabs(std::string_view text);
 
 [[nodiscard]] constexpr bool isDigit(char c) {
@@ -45,6 +48,10 @@ inline constexpr std::string_view kSmallHexDigits = "0123456789abcdef";
 [[nodiscard]] std::string replaceAll(std::string_view text, std::string_view find, std::string_view with);
 [[nodiscard]] std::string replaceAllNoCase(std::string_view text, std::string_view find,
                                            std::string_view with);
+
+// Takes the next line of mail or HTTP off the front of `rest`, which must not be empty. The result is without
+// its end, which is CR LF or LF; a CR with which the text breaks off is the beginning of one.
+[[nodiscard]] std::string_view takeLine(std::string_view& rest);
 
 // The lines of a text: CR LF, a lone LF and a lone CR each end a line; a last line without an end counts, an
 // end at the very end of the text starts no further line.

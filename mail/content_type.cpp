@@ -9,10 +9,6 @@
 namespace vornelle {
 namespace {
 
-bool isBlank(char c) {
-  return c == ' ' || c == '\t';
-}
-
 // Reads the field piece by piece.
 class ParameterReader {
  public:
@@ -36,11 +32,12 @@ class ParameterReader {
   };
   std::optional<Parameter> next() {
     for (;;) {
-      while (!rest_.empty() && (isEnd(rest_.front()) || isBlank(rest_.front()) || rest_.front() == '('))
+      while (!rest_.empty() && (isEnd(rest_.front()) || isBlankOrTab(rest_.front()) || rest_.front() == '('))
         skipSeparator();
       if (rest_.empty()) return std::nullopt;
       Parameter parameter;
-      while (!rest_.empty() && !isEnd(rest_.front()) && !isBlank(rest_.front()) && rest_.front() != '=') {
+      while (!rest_.empty() && !isEnd(rest_.front()) && !isBlankOrTab(rest_.front()) &&
+             rest_.front() != '=') {
         parameter.name.push_back(toLowerChar(rest_.front()));
         rest_.remove_prefix(1);
       }
@@ -58,7 +55,7 @@ class ParameterReader {
 
   void skipBlanks() {
     int depth = 0;
-    while (!rest_.empty() && (depth > 0 || isBlank(rest_.front()) || rest_.front() == '(')) {
+    while (!rest_.empty() && (depth > 0 || isBlankOrTab(rest_.front()) || rest_.front() == '(')) {
       if (rest_.front() == '(') ++depth;
       if (rest_.front() == ')') --depth;
       rest_.remove_prefix(1);
@@ -114,7 +111,7 @@ class Value {
     int number = 0;
     if (section.size() > 2) return;  // nobody has a hundred pieces
     for (const char c : section) {
-      if (c < '0' || c > '9') return;
+      if (!isDigit(c)) return;
       number = number * 10 + (c - '0');
     }
     // "us-ascii'en'the value": the first piece says what it is in.

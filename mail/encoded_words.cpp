@@ -68,7 +68,7 @@ std::optional<Word> parseWord(std::string_view text) {
 std::optional<std::string> wordBytes(const Word& word) {
   if (word.encoding == 'Q') return qEncodingDecode(word.text);
   std::string text(word.text);
-  std::erase_if(text, [](char c) { return c == ' ' || c == '\t'; });  // folded in its midst
+  std::erase_if(text, isBlankOrTab);  // folded in its midst
   return base64DecodeStrict(text);
 }
 

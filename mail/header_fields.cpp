@@ -7,17 +7,13 @@
 namespace vornelle {
 namespace {
 
-bool isBlank(char c) {
-  return c == ' ' || c == '\t';
-}
-
 // The length of the field name that the line starts with; 0 when it starts with none. Blanks before the colon
 // are forgiven.
 std::size_t fieldNameLength(std::string_view line) {
   std::size_t length = 0;
   while (length < line.size() && line[length] > ' ' && line[length] < '\x7F' && line[length] != ':') ++length;
   std::size_t colon = length;
-  while (colon < line.size() && isBlank(line[colon])) ++colon;
+  while (colon < line.size() && isBlankOrTab(line[colon])) ++colon;
   return colon < line.size() && line[colon] == ':' ? length : 0;
 }
 
@@ -29,14 +25,14 @@ bool isAllBlank(std::string_view line) {
 bool endsHeader(std::string_view line, std::string_view rest) {
   if (!isAllBlank(line) || rest.empty()) return false;
   const std::string_view next = takeLine(rest);
-  return !next.empty() && !isBlank(next.front()) && next.front() != '\r' && fieldNameLength(next) == 0 &&
+  return !next.empty() && !isBlankOrTab(next.front()) && next.front() != '\r' && fieldNameLength(next) == 0 &&
          !next.starts_with("--");
 }
 
 std::string unfolded(std::string_view fromField) {
   const std::string_view line = takeLine(fromField);
   std::string value(line.substr(line.find(':') + 1));
-  while (!fromField.empty() && isBlank(fromField.front())) value += takeLine(fromField);
+  while (!fromField.empty() && isBlankOrTab(fromField.front())) value += takeLine(fromField);
   return std::string(trimBlanksAndTabs(value));
 }
 
@@ -62,14 +58,6 @@ class BoundaryFinder {
 
 }  // namespace
 
-std::string_view takeLine(std::string_view& rest) {
-  const std::size_t end = rest.find('\n');
-  std::string_view line = rest.substr(0, end);
-  rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-  if (end != std::string_view::npos && line.ends_with('\r')) line.remove_suffix(1);
-  return line;
-}
-
 HeaderFields::HeaderFields(std::string_view text) {
   std::string_view rest = text;
   std::size_t brokenLine = std::string_view::npos;
@@ -79,13 +67,13 @@ HeaderFields::HeaderFields(std::string_view text) {
     const std::size_t start = text.size() - rest.size();
     const std::string_view line = takeLine(rest);
     const bool isBoundary = boundary.isBoundary(line, text.substr(0, start));
-    if (line.empty() || line == "\r" || isBoundary || endsHeader(line, rest)) {
+    if (line.empty() || isBoundary || endsHeader(line, rest)) {
       header_ = text.substr(0, start);
       bodyStart_ = isBoundary ? start : text.size() - rest.size();
       endsWithEmptyLine_ = true;
       return;
     }
-    if (isBlank(line.front()) && inField) continue;
+    if (isBlankOrTab(line.front()) && inField) continue;
     boundary.see(line, start);
     inField = fieldNameLength(line) > 0;
     const bool mailFileLine = start == 0 && (line.starts_with("From ") || line.starts_with(">From "));

@@ -20,9 +20,6 @@
 
 namespace vornelle {
 
-// The next line, without its end; `rest` then starts behind it. `rest` must not be empty.
-[[nodiscard]] std::string_view takeLine(std::string_view& rest);
-
 // A view into the source of a message or part.
 class HeaderFields {
  public:

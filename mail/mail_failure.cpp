@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/characters.h"
 #include "base/module_state.h"
 #include "base/text.h"
 #include "core/event_log.h"
@@ -255,8 +256,7 @@ std::string failureText(const MailFailure& failure) {
       return "The account name or the password holds a character that cannot be sent. Enter both again.";
     case MailReason::addressUnusable:
       return "The message cannot be sent to the email address of the settings, or its sender is none. Check "
-             "the "
-             "email address on the settings page.";
+             "the email address on the settings page.";
     case MailReason::nameNotFound:
       return "There is no server named " + failure.host +
              ". Check how it is spelled, and whether this computer is online.";
@@ -278,8 +278,7 @@ std::string failureText(const MailFailure& failure) {
     case MailReason::noMessage:
       return place(failure) +
              " does not have that message any more, or could not send it whole. It is not deleted. Look at "
-             "the "
-             "Inbox again.";
+             "the Inbox again.";
     case MailReason::tlsMissing:
       return "This program was built without encryption, and an encrypted connection is wanted. Use another "
              "build of it.";
@@ -371,14 +370,14 @@ void logFailure(std::string_view line, MailFailure failure) {
 }
 
 std::string cleanedWords(std::string_view line, std::string_view secret) {
-  std::string words = unlabelledToText(line.substr(0, 4 * kLongestWords));
+  std::string words = unlabelledToText(line, 4 * kLongestWords);
   if (secret.size() >= kShortestHiddenSecret) words = replaceAllNoCase(words, secret, "****");
   for (char& c : words) {
     const auto byte = static_cast<unsigned char>(c);
     if (byte < 0x20 || byte == 0x7F) c = ' ';
   }
   words = trim(words);
-  if (words.size() > kLongestWords) words = words.substr(0, kLongestWords) + "...";
+  if (words.size() > kLongestWords) words = std::string(firstBytes(words, kLongestWords)) + "...";
   return words;
 }
 

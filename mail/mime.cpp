@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
+#include "base/characters.h"
+#include "base/text.h"
 #include "mail/base64.h"
 #include "mail/charset.h"
 #include "mail/encoded_words.h"
@@ -51,8 +52,9 @@ Attachment attachmentOf(const HeaderFields& header, const BodyPart& body) {
     const std::optional<std::string> value = header.field(field);
     if (!value || !attachment.name.empty()) continue;
     const std::string name = fieldParameter(*value, parameter);
-    attachment.name = name.find("=?") == std::string::npos ? unlabelledToText(name, kLongestName)
-                                                           : decodeEncodedWords(name).substr(0, kLongestName);
+    attachment.name = name.find("=?") == std::string::npos
+                          ? unlabelledToText(name, kLongestName)
+                          : std::string(firstBytes(decodeEncodedWords(name), kLongestName));
   }
   attachment.name = attachment.name.substr(attachment.name.find_last_of("\\/") + 1);
   attachment.bytes = body.source.size();

@@ -20,7 +20,7 @@ std::string quotedPrintableDecode(std::string_view text) {
   std::size_t blanks = 0;  // at the end of `out` that were written as blanks
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
-    if (c == ' ' || c == '\t') {
+    if (isBlankOrTab(c)) {
       out.push_back(c);
       ++blanks;
       continue;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "base/text.h"
 #include "core/form1.h"
 
 namespace vornelle {
@@ -14,7 +15,7 @@ constexpr std::size_t kMostDigits = 7;
 std::size_t referenceLength(std::string_view text, std::size_t at) {
   if (text.substr(at, 2) != "&#") return 0;
   std::size_t end = at + 2;
-  while (end < text.size() && text[end] >= '0' && text[end] <= '9') ++end;
+  while (end < text.size() && isDigit(text[end])) ++end;
   const std::size_t digits = end - at - 2;
   const bool closed = end < text.size() && text[end] == ';';
   return closed && digits > 0 && digits <= kMostDigits ? end + 1 - at : 0;

@@ -11,8 +11,8 @@ namespace {
 constexpr std::size_t kMostShown = 500;
 
 bool isAddressLetter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' || c == '_' ||
-         c == '-' || c == '+' || static_cast<unsigned char>(c) >= 0x80 || c == ';' || c == '&';
+  return isAsciiLetter(c) || isDigit(c) || std::string_view("._-+;&").find(c) != std::string_view::npos ||
+         static_cast<unsigned char>(c) >= 0x80;
 }
 
 // Something of an address on both sides of an "@", or of a sign that looks like one (the full-width and the

@@ -36,10 +36,6 @@ bool isSpace(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f';
 }
 
-bool isLetter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 std::string quotedValue(std::string_view value) {
   std::string result;
   for (const char c : value) {
@@ -96,7 +92,7 @@ class Writer {
     if (rest_.size() > 1 && (rest_[1] == '!' || rest_[1] == '?')) return skipPast(">", 2);
     const bool closing = rest_.size() > 1 && rest_[1] == '/';
     const std::size_t name = closing ? 2 : 1;
-    if (rest_.size() <= name || !isLetter(rest_[name])) {
+    if (rest_.size() <= name || !isAsciiLetter(rest_[name])) {
       result_.html += "&lt;";
       rest_.remove_prefix(1);
       return;

@@ -17,7 +17,7 @@ std::string_view withoutQuery(std::string_view target) {
 }
 
 bool isPlainLetter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-';
+  return isAsciiLetter(c) || isDigit(c) || c == '-';
 }
 
 // The name comes from a request and becomes part of a path: nothing that could lead elsewhere may pass.

@@ -20,15 +20,6 @@ bool isControl(char c) {
   return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
-// One line without its end, and the rest behind it. A bare LF ends a line too (RFC 9112, 2.2).
-std::string_view takeLine(std::string_view& block) {
-  const std::size_t end = block.find('\n');
-  std::string_view line = block.substr(0, end);
-  block.remove_prefix(end == std::string_view::npos ? block.size() : end + 1);
-  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-  return line;
-}
-
 // Where the header block ends (behind its empty line), or npos.
 std::size_t headerEnd(std::string_view buffer, std::size_t from) {
   for (std::size_t at = buffer.find('\n', from); at != std::string_view::npos;
@@ -129,6 +120,7 @@ HttpRequestParser::Result HttpRequestParser::parse(std::string& buffer) {
 
 bool HttpRequestParser::readHeader(std::string_view block) {
   errorStatus_ = 0;
+  // A bare LF ends a line too (RFC 9112, 2.2).
   if (!readRequestLine(takeLine(block))) {
     if (errorStatus_ == 0) errorStatus_ = 400;
     return false;

@@ -1,7 +1,5 @@
 #include "web/request_origin.h"
 
-#include <algorithm>
-
 #include "base/text.h"
 
 namespace vornelle {
@@ -26,10 +24,7 @@ Caller callerOf(const FieldOf& field) {
 
 std::optional<std::string_view> fieldIn(std::string_view text, std::string_view name) {
   while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    std::string_view line = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    if (line.ends_with('\r')) line.remove_suffix(1);
+    const std::string_view line = takeLine(text);
     if (line.empty()) return std::nullopt;
     if (startsWithNoCase(line, name) && line.substr(name.size()).starts_with(':')) {
       return trimBlanksAndTabs(line.substr(name.size() + 1));

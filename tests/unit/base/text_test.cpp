@@ -114,6 +114,14 @@ TEST(Text, ReplaceMindsLetterCaseUnlessToldOtherwise) {
   EXPECT_EQ(replaceAll("abc", "b", ""), "ac");
 }
 
+TEST(Text, LinesAreTakenOneByOneWithoutTheirEnds) {
+  std::string_view rest = "a\r\n\nb\rc\r";
+  EXPECT_EQ(takeLine(rest), "a");
+  EXPECT_EQ(takeLine(rest), "");
+  EXPECT_EQ(takeLine(rest), "b\rc") << "a lone CR ends no line, the one at the very end aside";
+  EXPECT_EQ(rest, "");
+}
+
 TEST(Text, EveryKindOfLineEndEndsALine) {
   EXPECT_THAT(splitLines("a\r\nb\nc\rd"), ElementsAre("a", "b", "c", "d"));
   EXPECT_THAT(splitLines("a\r\n\r\nb\n\nc\r\rd"), ElementsAre("a", "", "b", "", "c", "", "d"));

@@ -5,6 +5,8 @@
 
 #include <set>
 
+#include "base/text.h"
+
 namespace vornelle {
 namespace {
 
@@ -117,6 +119,14 @@ TEST(MailFailureTest, WordsOfAServerAreOneLineWithoutControlCharacters) {
   EXPECT_EQ(cleanedWords("-ERR \xC3\xBC"), "-ERR \xFC");  // UTF-8
   EXPECT_EQ(cleanedWords("-ERR \xFC"), "-ERR \xFC");
   EXPECT_EQ(cleanedWords(std::string(70'000, 'x')), std::string(300, 'x') + "...");
+}
+
+TEST(MailFailureTest, WordsOfAServerAreCutBetweenCharacters) {
+  EXPECT_EQ(cleanedWords("x" + replaceAll(std::string(5000, '.'), ".", "\xC3\xBC")),
+            "x" + std::string(299, '\xFC') + "...")
+      << "what is cut in the middle of a character is still UTF-8";
+  EXPECT_EQ(cleanedWords(replaceAll(std::string(100, '.'), ".", "\xD0\xBF")),
+            replaceAll(std::string(42, '.'), ".", "&#1087;") + "...");
 }
 
 TEST(MailFailureTest, AServerThatRepeatsThePasswordIsNotQuotedWithIt) {

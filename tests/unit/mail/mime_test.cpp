@@ -219,6 +219,16 @@ TEST(Attachments, AreToldByNameTypeAndSize) {
   EXPECT_EQ(parts.attachments[3].type, "application/x-nameless");
 }
 
+TEST(Attachments, ALongNameIsCutBetweenCharacters) {
+  std::string word = "=?utf-8?q?";
+  for (int i = 0; i < 100; ++i) word += "=D0=BF";
+  const std::string source = "Content-Type: image/png; name=\"" + word + "?=\"\r\n\r\nx\r\n";
+  const TextParts parts = findTextParts(source);
+  ASSERT_EQ(parts.attachments.size(), 1u);
+  EXPECT_EQ(parts.attachments[0].name.size(), 42 * std::string("&#1087;").size());
+  EXPECT_TRUE(parts.attachments[0].name.ends_with(';'));
+}
+
 TEST(Attachments, OfAMessageWithoutAnyAreNone) {
   EXPECT_TRUE(findTextParts("Subject: x\r\n\r\nwords\r\n").attachments.empty());
 }

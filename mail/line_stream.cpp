@@ -14,6 +14,12 @@ namespace {
 constexpr std::int64_t kPatience = 10;
 constexpr std::int64_t kBytesPerSecond = 100;
 
+// Why a wait that began at that time has come to nothing.
+LineProblem lostSince(std::int64_t start, int timeoutMilliseconds) {
+  const bool waited = monotonicMilliseconds() - start >= timeoutMilliseconds;
+  return waited ? LineProblem::timedOut : LineProblem::closed;
+}
+
 }  // namespace
 
 LineStream::LineStream(std::unique_ptr<NetStream> stream, int timeoutMilliseconds)
@@ -40,18 +46,13 @@ void LineStream::reset(std::unique_ptr<NetStream> stream) {
   begin_ = end_ = 0;
   firstLineRead_ = bareLineFeeds_ = false;
   problem_ = LineProblem::none;
-  answerStart_ = monotonicMilliseconds();
-  answerBytes_ = 0;
+  startAnswer();
 }
 
 bool LineStream::send(std::string_view bytes) {
   if (!alive()) return false;
-  answerStart_ = monotonicMilliseconds();
-  answerBytes_ = 0;
-  if (!stream_->write(bytes, timeout_)) {
-    const bool waited = monotonicMilliseconds() - answerStart_ >= timeout_;
-    kill(waited ? LineProblem::timedOut : LineProblem::closed);
-  }
+  startAnswer();
+  if (!stream_->write(bytes, timeout_)) kill(lostSince(answerStart_, timeout_));
   return alive();
 }
 
@@ -80,12 +81,6 @@ std::optional<std::size_t> LineStream::readMore(int timeoutMilliseconds) {
   begin_ = 0;
   end_ = *count;
   return count;
-}
-
-// Why a wait that began at that time has brought nothing.
-LineProblem LineStream::lostSince(std::int64_t start, int timeoutMilliseconds) {
-  const bool waited = monotonicMilliseconds() - start >= timeoutMilliseconds;
-  return waited ? LineProblem::timedOut : LineProblem::closed;
 }
 
 bool LineStream::crawls() const {

@@ -70,7 +70,6 @@ class LineStream {
   bool fill(int timeoutMilliseconds);
   [[nodiscard]] std::optional<std::size_t> readMore(int timeoutMilliseconds);
   [[nodiscard]] bool crawls() const;
-  [[nodiscard]] static LineProblem lostSince(std::int64_t start, int timeoutMilliseconds);
 
   static constexpr std::size_t kBufferSize = 32U << 10;
   std::unique_ptr<NetStream> stream_;

@@ -107,17 +107,6 @@ MailFailure lineFailure(MailFailure known, MailStep step, LineProblem problem, s
   return known;
 }
 
-MailConnector::Secured MailConnector::secure(std::unique_ptr<NetStream> /*stream*/, MailFailure& failure) {
-  failure.reason = MailReason::tlsMissing;
-  return {};
-}
-
-std::unique_ptr<NetStream> GivenConnector::connect(MailFailure& failure) {
-  std::unique_ptr<NetStream> stream = open_();
-  if (!stream) failure.reason = MailReason::unreachable;
-  return stream;
-}
-
 ServerConnector::ServerConnector(std::string_view field, MailProtocol protocol, int timeoutMilliseconds)
     : text_(trim(field)),
       field_(parseServerField(field, protocol)),

@@ -2,7 +2,6 @@
 // for is TLS or nothing: there is no way back to plain text.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,7 +22,7 @@ class MailConnector {
   [[nodiscard]] virtual std::unique_ptr<NetStream> connect(MailFailure& failure) = 0;
 
   // The line has to be encrypted (by STLS or STARTTLS) before anything else is said on it.
-  [[nodiscard]] virtual bool upgrades() const { return false; }
+  [[nodiscard]] virtual bool upgrades() const = 0;
 
   // Encrypts such a line, once the server has agreed to it. Null, and `failure` says why; `again` then tells
   // that another connection may do better: the whole way once more.
@@ -31,26 +30,16 @@ class MailConnector {
     std::unique_ptr<NetStream> stream;
     bool again = false;
   };
-  [[nodiscard]] virtual Secured secure(std::unique_ptr<NetStream> stream, MailFailure& failure);
+  [[nodiscard]] virtual Secured secure(std::unique_ptr<NetStream> stream, MailFailure& failure) = 0;
 
   // What every failure of this line has in common: protocol, host, port, encrypted or not.
-  [[nodiscard]] virtual MailFailure about() const { return {}; }
+  [[nodiscard]] virtual MailFailure about() const = 0;
 };
 
 // What a client tells of its failure: what is known of the way to the line, or else what killed the line, or
 // else that the server said no, in these words.
 [[nodiscard]] MailFailure lineFailure(MailFailure known, MailStep step, LineProblem problem,
                                       std::string words);
-
-// A line that somebody else makes.
-class GivenConnector final : public MailConnector {
- public:
-  explicit GivenConnector(std::function<std::unique_ptr<NetStream>()> open) : open_(std::move(open)) {}
-  [[nodiscard]] std::unique_ptr<NetStream> connect(MailFailure& failure) override;
-
- private:
-  std::function<std::unique_ptr<NetStream>()> open_;
-};
 
 // The line that a server setting describes. Connection, handshake and the check of the certificate share the
 // time-out. Where this system offers its newest TLS only when asked, a server that knows nothing else gets

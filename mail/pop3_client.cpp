@@ -37,21 +37,12 @@ Pop3Client::Pop3Client(std::unique_ptr<MailConnector> connector, std::string acc
       password_(std::move(password)),
       timeout_(timeoutMilliseconds) {}
 
-Pop3Client::Pop3Client(Connector connector, std::string account, std::string password,
-                       int timeoutMilliseconds)
-    : Pop3Client(std::make_unique<GivenConnector>(std::move(connector)), std::move(account),
-                 std::move(password), timeoutMilliseconds) {}
-
 Pop3Client::~Pop3Client() {
   // The answer is awaited: until it has come the server may still be deleting.
   if (endSeries()) static_cast<void>(ask("QUIT"));
 }
 
 bool Pop3Client::logOn() {
-  return connectAndLogOn();
-}
-
-bool Pop3Client::connectAndLogOn() {
   begin(MailStep::loggingOn);
   if (!fitsInCommand(account_) || !fitsInCommand(password_)) {
     failure_.reason = MailReason::credentialsUnusable;

@@ -38,16 +38,13 @@ inline constexpr std::size_t kLongestMessage = 512U << 20;
 
 class Pop3Client {
  public:
-  using Connector = std::function<std::unique_ptr<NetStream>()>;  // null: no connection
-
   Pop3Client(std::unique_ptr<MailConnector> connector, std::string account, std::string password,
              int timeoutMilliseconds);
-  Pop3Client(Connector connector, std::string account, std::string password, int timeoutMilliseconds);
   ~Pop3Client();  // QUIT, its answer awaited; nothing when the session is dead
   Pop3Client(const Pop3Client&) = delete;
   Pop3Client& operator=(const Pop3Client&) = delete;
 
-  // USER and PASS. To be called first, and once.
+  // Connects, encrypts where that is to be, USER and PASS. To be called first, and once.
   [[nodiscard]] bool logOn();
 
   // Calls `take` once for every place of the mailbox, in any order, with the message's header as the server
@@ -92,7 +89,6 @@ class Pop3Client {
   using Places = std::vector<std::size_t>;  // indexes into what is listed
 
   void begin(MailStep step);
-  bool connectAndLogOn();
   bool openLine();
   [[nodiscard]] std::unique_ptr<NetStream> agreedToEncrypt();
   void leave();

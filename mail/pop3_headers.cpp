@@ -154,7 +154,7 @@ bool Pop3Client::fetchHeaders(const TakeHeader& take) {
   maildrop_.reset();
   series_ = {};
   uidlAsked_ = false;
-  if (!connectAndLogOn()) return false;
+  if (!logOn()) return false;
   begin(MailStep::listing);
   return fetchHeadersOnce(take);
 }

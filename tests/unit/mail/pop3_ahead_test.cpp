@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "mail/pop3_client.h"
+#include "tests/unit/mail/given_connector.h"
 #include "tests/unit/mail/latent_stream.h"
 #include "tests/unit/mail/pop3_client_fixture.h"
 
@@ -354,12 +355,11 @@ class SeriesAtADistance : public Pop3AheadTest {
     for (int n = 1; n <= messages; ++n) deliver(idOf(n), message(n) + std::string(4000, 'x') + "\r\n");
     distance = {};
     {
-      Pop3Client client(
-          [&] {
-            return std::make_unique<DeafStream>(std::make_unique<ScriptedPop3>(mailbox), distance,
-                                                commandBytes);
-          },
-          "bob", "secret", 30'000);
+      Pop3Client client(given([&] {
+                          return std::make_unique<DeafStream>(std::make_unique<ScriptedPop3>(mailbox),
+                                                              distance, commandBytes);
+                        }),
+                        "bob", "secret", 30'000);
       EXPECT_TRUE(client.logOn());
       EXPECT_TRUE(
           client.fetchHeaders([](std::size_t, const MaildropEntry&, std::string_view) { return true; }));

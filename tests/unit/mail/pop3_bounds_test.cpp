@@ -2,6 +2,7 @@
 
 #include "platform/modGoToSleep.h"
 #include "platform/net_stream.h"
+#include "tests/unit/mail/given_connector.h"
 #include "tests/unit/mail/pop3_client_fixture.h"
 
 namespace vornelle {
@@ -61,7 +62,7 @@ TEST_F(Pop3ClientTest, AnAnswerThatTricklesInIsGivenUpAfterTheTimeOut) {
     }
     [[nodiscard]] bool write(std::string_view, int) override { return true; }
   };
-  Pop3Client client([] { return std::make_unique<Trickle>(); }, "bob", "secret", 30'000);
+  Pop3Client client(given([] { return std::make_unique<Trickle>(); }), "bob", "secret", 30'000);
   EXPECT_FALSE(client.logOn());
   EXPECT_EQ(30'000, sim::elapsedMilliseconds());
 }
@@ -91,7 +92,7 @@ TEST_F(Pop3ClientTest, AMessageThatTricklesInForLongIsGivenUp) {
    private:
     std::string answer_ = "+OK\r\n";
   };
-  Pop3Client client([] { return std::make_unique<Trickle>(); }, "bob", "secret", 30'000);
+  Pop3Client client(given([] { return std::make_unique<Trickle>(); }), "bob", "secret", 30'000);
   ASSERT_TRUE(client.logOn());
   EXPECT_FALSE(client.fetchMessage("id-1"));
   EXPECT_GT(sim::elapsedMilliseconds(), 300'000);

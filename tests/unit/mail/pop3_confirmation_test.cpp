@@ -5,6 +5,7 @@
 
 #include "mail/pop3_client.h"
 #include "platform/net_stream.h"
+#include "tests/unit/mail/given_connector.h"
 #include "tests/unit/mail/pop3_client_fixture.h"
 
 namespace vornelle {
@@ -42,8 +43,8 @@ class Pop3ConfirmationTest : public Pop3ClientTest {
   Pop3ConfirmationTest() { mailbox->stuffsDots = false; }
 
   void logOn() {
-    client = std::make_unique<Pop3Client>([this] { return std::make_unique<LineByLine>(mailbox); }, "bob",
-                                          "secret", 30'000);
+    client = std::make_unique<Pop3Client>(given([this] { return std::make_unique<LineByLine>(mailbox); }),
+                                          "bob", "secret", 30'000);
     ASSERT_TRUE(client->logOn());
   }
   // What is gone once the session has ended.

@@ -1,5 +1,6 @@
 #include "mail/pop3_client.h"
 
+#include "tests/unit/mail/given_connector.h"
 #include "tests/unit/mail/latent_stream.h"
 #include "tests/unit/mail/pop3_client_fixture.h"
 
@@ -132,9 +133,11 @@ TEST_F(Pop3ClientTest, TheHeadersOf5000MessagesCostAFewWaits) {
     deliverMany(messages);
     Distance distance;
     {
-      Pop3Client client(
-          [&] { return std::make_unique<LatentStream>(std::make_unique<ScriptedPop3>(mailbox), distance); },
-          "bob", "secret", 30'000);
+      Pop3Client client(given([&] {
+                          return std::make_unique<LatentStream>(std::make_unique<ScriptedPop3>(mailbox),
+                                                                distance);
+                        }),
+                        "bob", "secret", 30'000);
       EXPECT_TRUE(client.logOn());
       int taken = 0;
       EXPECT_TRUE(client.fetchHeaders(

@@ -10,36 +10,27 @@
 #include <string_view>
 #include <vector>
 
+#include "fuzz/piecewise_stream.h"
 #include "mail/pop3_client.h"
-#include "platform/net_stream.h"
+#include "tests/unit/mail/given_connector.h"
 
 namespace vornelle {
 namespace {
 
-// Gives the bytes out in pieces, whatever is asked; then it closes, or falls silent. The first byte is the
-// length of a piece, and its highest bit the silence.
-class Script : public NetStream {
+class Server : public PiecewiseStream {
  public:
-  explicit Script(std::string_view bytes) : bytes_(bytes) {
-    if (bytes_.empty()) return;
-    const auto first = static_cast<unsigned char>(bytes_.front());
-    piece_ = (first & 0x7FU) + 1U;
-    silent_ = first >= 0x80U;
-    bytes_.remove_prefix(1);
-  }
+  using PiecewiseStream::PiecewiseStream;
 
-  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int /*timeout*/) override {
+  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int timeout) override {
     if (failed_) std::abort();
-    const std::size_t count = std::min({size, piece_, bytes_.size()});
-    bytes_.copy(buffer, count);
-    bytes_.remove_prefix(count);
-    last_.append(buffer, count);
+    const std::optional<std::size_t> count = PiecewiseStream::read(buffer, size, timeout);
+    last_.append(buffer, count.value_or(0));
     if (last_.size() > 3) last_.erase(0, last_.size() - 3);
-    if (count > 0) return count;
+    if (count > 0U) return count;
     // After a time-out the client may go on only where a text can have ended.
-    failed_ = !silent_ || last_ != ".\r\n";
+    failed_ = count.has_value() || last_ != ".\r\n";
     last_.clear();
-    return silent_ ? std::nullopt : std::optional<std::size_t>(0);
+    return count;
   }
 
   [[nodiscard]] bool write(std::string_view commands, int /*timeout*/) override {
@@ -48,9 +39,6 @@ class Script : public NetStream {
   }
 
  private:
-  std::string_view bytes_;
-  std::size_t piece_ = 1;
-  bool silent_ = false;
   bool failed_ = false;
   std::string last_;  // what has been given out, as far as it matters
 };
@@ -65,9 +53,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   int connections = 0;
   const auto connect = [&]() -> std::unique_ptr<NetStream> {
     if (++connections > 2) std::abort();
-    return std::make_unique<Script>(connections == 1 ? bytes : bytes.substr(size / 2));
+    return std::make_unique<Server>(connections == 1 ? bytes : bytes.substr(size / 2));
   };
-  Pop3Client client(connect, "bob", "secret", 1000);
+  Pop3Client client(given(connect), "bob", "secret", 1000);
   if (!client.logOn()) return 0;
   std::string uidl;
   std::vector<std::string> uidls;

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "fuzz/piecewise_stream.h"
 #include "platform/common/alternative_names.h"
 #include "platform/common/tls_stream.h"
 #include "tests/unit/platform/common/made_up_tls.h"
@@ -23,25 +24,14 @@ TlsFinding MadeUpEngine::check(std::int64_t /*until*/) {
 
 namespace {
 
-// Gives the bytes out in pieces; then it closes or falls silent. The first byte is the length of a piece, and
-// its highest bit the silence. Behind every seventh piece a read times out.
-class Line : public NetStream {
+// Before every seventh piece a read times out.
+class Line : public PiecewiseStream {
  public:
-  explicit Line(std::string_view bytes) : bytes_(bytes) {
-    if (bytes_.empty()) return;
-    const auto first = static_cast<unsigned char>(bytes_.front());
-    piece_ = (first & 0x7FU) + 1U;
-    silent_ = first >= 0x80U;
-    bytes_.remove_prefix(1);
-  }
+  using PiecewiseStream::PiecewiseStream;
 
-  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int /*timeout*/) override {
-    const std::size_t count = std::min({size, piece_, bytes_.size()});
-    if (count > 0 && ++reads_ % 7 == 0) return std::nullopt;
-    bytes_.copy(buffer, count);
-    bytes_.remove_prefix(count);
-    if (count > 0 || !silent_) return count;
-    return std::nullopt;
+  [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int timeout) override {
+    if (!isOver() && ++reads_ % 7 == 0) return std::nullopt;
+    return PiecewiseStream::read(buffer, size, timeout);
   }
 
   // A byte out of four thousand is not taken.
@@ -51,11 +41,8 @@ class Line : public NetStream {
   }
 
  private:
-  std::string_view bytes_;
-  std::size_t piece_ = 1;
   std::size_t reads_ = 0;
   std::size_t written_ = 0;
-  bool silent_ = false;
 };
 
 // Everything that the records behind a handshake hold, up to the first that is no data or is not whole.

@@ -97,22 +97,16 @@ bool isOwnAuthority(std::string_view authority) {
   return false;
 }
 
-bool isStartPage(const HttpRequest& request) {
-  std::string_view path = request.target;
-  path = path.substr(0, path.find('?'));
-  return request.method != "POST" && (path == "/" || startsWithNoCase(path, "/INDEX.HTM"));
-}
-
 // No page of another site may end the program, log the user out or post a form; what the user types or has
 // bookmarked is taken, and so are our own pages. A program on another port of this machine counts as another
-// site too. Clients that say nothing about it are taken but for the two requests that need no session: those
-// take a browser that says that our page or the user has asked.
+// site too. Clients that say nothing about it are taken, but not for everything: the page table tells.
 bool isForeign(const HttpRequest& request, Caller caller) {
+  const std::string_view target = request.target;
+  const PageAsker asker = pageTraits(target.substr(0, target.find('?'))).asker;
+  if (asker == PageAsker::anybody && request.method != "POST") return false;
   if (caller == Caller::anotherSite) return true;
   if (request.field("Sec-Fetch-Site")) return false;
-  for (const std::string_view name : {"/UNLOADME", "/LOGOUT.CGI"}) {
-    if (startsWithNoCase(request.target, name)) return true;
-  }
+  if (asker == PageAsker::saidOwnPage) return true;
   const std::optional<std::string_view> origin = request.field("Origin");
   if (!origin) return false;
   return !(startsWithNoCase(*origin, "http://") && isOwnAuthority(origin->substr(7)));
@@ -129,7 +123,7 @@ int refusal(const HttpRequest& request) {
   const Caller caller = callerOf([&](std::string_view name) { return request.field(name); });
   if (caller == Caller::upgrade) return 403;
   if (caller == Caller::ahead) return 503;
-  if (isForeign(request, caller) && !isStartPage(request)) return 403;
+  if (isForeign(request, caller)) return 403;
   return 0;
 }
 

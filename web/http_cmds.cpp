@@ -148,12 +148,14 @@ constexpr PageTraits kMailPage{PageKind::page,
 constexpr PageTraits kHeldPage{PageKind::page, PageWork::files, PageRows::fills};
 constexpr PageTraits kAction{PageKind::page, PageWork::action};
 constexpr PageTraits kRowAction{PageKind::page, PageWork::action, PageRows::reads};
+constexpr PageTraits kEnd{PageKind::page, PageWork::action, PageRows::none, PageAsker::saidOwnPage};
+constexpr PageTraits kStart{PageKind::page, PageWork::files, PageRows::none, PageAsker::anybody};
 
 // The first row whose name the path begins with wins, so the order counts.
 constexpr Row kRowsForEverybody[] = {
-    {"UNLOADME", []() -> std::string { Form1_Unload(); }, kAction},
-    {"LOGOUT.CGI", logout, kAction},
-    {"INDEX.HTM", [] { return loginPage(""); }, kPage},
+    {"UNLOADME", []() -> std::string { Form1_Unload(); }, kEnd},
+    {"LOGOUT.CGI", logout, kEnd},
+    {"INDEX.HTM", [] { return loginPage(""); }, kStart},
     {"LOGIN.CGI", login, kPage},  // nobody has to wait behind a filter run to be let in
     {"vornelle.ico", icon, {PageKind::icon, PageWork::files}},
 };

@@ -26,10 +26,19 @@ enum class PageWork {
 // What it has to do with the row tables, by whose numbers a posted form names its messages.
 enum class PageRows { none, fills, reads };
 
+// Whose wish it may be, as far as browsers tell that.
+enum class PageAsker {
+  ownPage,      // our own page's, the user's, or that of a client that tells nothing
+  anybody,      // a link on another site may lead here as well
+  saidOwnPage,  // it ends something and needs no session: a browser has to say that it is one of the first
+                // two
+};
+
 struct PageTraits {
   PageKind kind = PageKind::unknown;
   PageWork work = PageWork::files;
   PageRows rows = PageRows::none;
+  PageAsker asker = PageAsker::ownPage;
 };
 
 // Of the row of the page table that answers this target ("/config.htm?s=...") for the gateway. Without a live

@@ -12,6 +12,7 @@
 #include "platform/socket.h"
 #include "tests/unit/support.h"
 #include "web/gateway.h"
+#include "web/listener.h"
 
 namespace vornelle {
 
@@ -20,6 +21,7 @@ class GatewayTest : public SimTest {
  protected:
   GatewayTest() {
     settings.httpPort = 7000;
+    webServer.defaultPage = "index.htm";
     gatewayStart([this](std::string text) -> std::optional<std::string> {
       taken_.push_back(std::move(text));
       std::string answer = "<p>" + lineOf(taken_.back()) + "</p>\r\n";

@@ -31,6 +31,15 @@ TEST_F(PageTraitsTest, WithoutALiveSessionMostAreTheLoginPage) {
   EXPECT_EQ(pageTraits("/logout.cgi").work, PageWork::action);
 }
 
+TEST_F(PageTraitsTest, TellWhoseWishARequestMayBe) {
+  for (const char* target : {"/", "/index.htm", "/INDEX.HTML"})
+    EXPECT_EQ(pageTraits(target).asker, PageAsker::anybody) << target;
+  for (const char* target : {"/UNLOADME", "/unloadme?x", "/logout.cgi"})
+    EXPECT_EQ(pageTraits(target).asker, PageAsker::saidOwnPage) << target;
+  for (const char* target : {"/login.cgi", "/vornelle.ico", "/delete.cgi", "/foo"})
+    EXPECT_EQ(of(target).asker, PageAsker::ownPage) << target;
+}
+
 TEST_F(PageTraitsTest, ActionsChangeSomething) {
   for (const char* path : {"/deleterestore.cgi", "/delete.cgi", "/configupdate.cgi", "/addtolist.cgi",
                            "/deletefromlist.cgi", "/add2black.cgi", "/add2white.cgi", "/mailfilter.cgi"}) {

@@ -5,7 +5,6 @@
 
 #include "base/numbers.h"
 #include "core/activity.h"
-#include "core/event_log.h"
 #include "core/settings.h"
 #include "mail/mail_component.h"
 #include "mail/server_notes.h"
@@ -43,10 +42,7 @@ bool testConnections() {
     passed = reportFailure("Cannot log onto SMTP Server!");
   }
   currentMail.reset();
-  const LastMailFailures failures = lastMailFailures;
-  for (const MailFailure* const failure : {&failures.pop, &failures.smtp}) {
-    if (const std::string line = tlsLogLine(*failure); !line.empty()) LogWindowAdd(line);
-  }
+  logLastTlsFailures();
   return passed;
 }
 

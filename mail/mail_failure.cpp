@@ -369,6 +369,13 @@ void logFailure(std::string_view line, MailFailure failure) {
   if (!further.empty()) LogWindowAdd(further);
 }
 
+void logLastTlsFailures() {
+  const LastMailFailures failures = lastMailFailures;  // logging lets events in
+  for (const MailFailure* const failure : {&failures.pop, &failures.smtp}) {
+    if (const std::string line = tlsLogLine(*failure); !line.empty()) LogWindowAdd(line);
+  }
+}
+
 std::string cleanedWords(std::string_view line, std::string_view secret) {
   std::string words = unlabelledToText(line, 4 * kLongestWords);
   if (secret.size() >= kShortestHiddenSecret) words = replaceAllNoCase(words, secret, "****");

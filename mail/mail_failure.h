@@ -76,7 +76,7 @@ struct MailFailure {
   [[nodiscard]] explicit operator bool() const { return reason != MailReason::none; }
 };
 
-// Whether the server did not take account and password.
+// Whether the server did not take account and password, or they cannot even be sent.
 [[nodiscard]] bool isLogOnRefused(const MailFailure& failure);
 
 // The names of the values, as they are spelled above: for machines to read.
@@ -109,5 +109,9 @@ struct LastMailFailures {
   MailFailure pop, smtp;
 };
 extern LastMailFailures lastMailFailures;
+
+// The further lines for both servers, behind a test of the settings: it tells of a failure on the screen, and
+// has no log line for it.
+void logLastTlsFailures();
 
 }  // namespace vornelle

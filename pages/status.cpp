@@ -63,9 +63,8 @@ std::string removedJson() {
 // cannot be reached may be: the next attempt tells.
 bool mailboxEntered() {
   const MailFailure& failure = lastMailFailures.pop;
-  const bool refused = failure.reason == MailReason::saidNo && failure.step == MailStep::loggingOn;
-  return !settings.POP_SERVER.empty() && !refused && failure.reason != MailReason::fieldUnreadable &&
-         failure.reason != MailReason::schemeUnknown;
+  return !settings.POP_SERVER.empty() && !isLogOnRefused(failure) &&
+         failure.reason != MailReason::fieldUnreadable && failure.reason != MailReason::schemeUnknown;
 }
 
 std::string setupJson() {

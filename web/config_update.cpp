@@ -15,6 +15,7 @@
 #include "mail/tls_certificates.h"
 #include "platform/shell.h"
 #include "web/request.h"
+#include "web/session.h"
 
 namespace vornelle {
 namespace {
@@ -55,17 +56,12 @@ std::string testConnections() {
                               ? outcome(true, "Saved. The mail servers that are entered can be logged onto.")
                               : outcome(false, "Saved. " + reasons);
   if (!reasons.empty()) outcomes.failure = outcome(false, reasons);
-  // There is no log line for a failed test but the one that tells why a connection could not be encrypted.
-  const LastMailFailures failures = lastMailFailures;
-  for (const MailFailure* const failure : {&failures.pop, &failures.smtp}) {
-    if (const std::string line = tlsLogLine(*failure); !line.empty()) LogWindowAdd(line);
-  }
+  logLastTlsFailures();
   return alerts;
 }
 
 std::string backToSettings(const std::string& alerts) {
-  return "<script language='Javascript'>" + alerts + "window.location='config.htm?s=" + form1.sessionId +
-         "'</script>";
+  return locationScript("config.htm", alerts);
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include "core/event_log.h"
 #include "core/form1.h"
 #include "mail/filter_lists.h"
-#include "mail/filter_run.h"
+#include "mail/schedule.h"
 #include "pages/Inbox.h"
 #include "pages/Spambox.h"
 #include "pages/browser_text.h"
@@ -33,10 +33,6 @@ struct Row {
   std::string (*answer)();  // without the line end that closes every answer
   PageTraits traits;
 };
-
-std::string locationScript(const std::string& page) {
-  return "<script language='Javascript'>window.location='" + page + "?s=" + form1.sessionId + "'</script>";
-}
 
 // The first row that an Inbox or SpamBox page is to show: all the text after "MSG=" as a number, 0 when it is
 // none. -1 without "MSG=".
@@ -127,8 +123,7 @@ std::string addToListAndGoBack(std::string_view list) {
 }
 
 std::string filterNow() {
-  LogWindowAdd("Filter mail (user request)");
-  mailFilter();
+  cmdFilterMailClick();
   return locationScript("displayspambox.htm");
 }
 

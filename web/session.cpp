@@ -60,8 +60,12 @@ std::string login() {
   form1.sessionId = randomLetters(kSessionIdLength);
   form1.sessionMinutesUsed = 0;
   LogWindowAdd("Successful login: " + account);
-  return "<script language='Javascript'>window.location='displaySpambox.htm?s=" + form1.sessionId +
-         "'</script>";
+  return locationScript("displaySpambox.htm");
+}
+
+std::string locationScript(std::string_view page, std::string_view before) {
+  return "<script language='Javascript'>" + std::string(before) + "window.location='" + std::string(page) +
+         "?s=" + form1.sessionId + "'</script>";
 }
 
 std::string logout() {

@@ -20,6 +20,10 @@ void Timer2_Timer();
 // LOGOUT.CGI.
 [[nodiscard]] std::string logout();
 
+// The answer that leads a browser on to that page of ours, in the live session; `before` are statements that
+// run first.
+[[nodiscard]] std::string locationScript(std::string_view page, std::string_view before = "");
+
 // The login page, with the notice when it is not empty and with the announcement that is fetched from the
 // maker's server.
 [[nodiscard]] std::string loginPage(std::string_view notice);

@@ -77,6 +77,7 @@ TEST_F(Status, AMailboxThatRefusesTheAccountIsNotEntered) {
     return statusJson().find("{\"mailbox\": true") != std::string::npos;
   };
   EXPECT_FALSE(entered(MailReason::saidNo, MailStep::loggingOn));
+  EXPECT_FALSE(entered(MailReason::credentialsUnusable, MailStep::loggingOn));
   EXPECT_FALSE(entered(MailReason::fieldUnreadable, MailStep::connecting));
   EXPECT_FALSE(entered(MailReason::schemeUnknown, MailStep::connecting));
   // It may work in a minute.

@@ -16,6 +16,7 @@
 #include "pages/Inbox.h"
 #include "pages/Spambox.h"
 #include "pages/status.h"
+#include "web/request.h"
 
 namespace vornelle {
 namespace {
@@ -24,13 +25,7 @@ namespace {
 constexpr std::size_t kMostEntries = 10001;
 
 std::string_view valueOf(std::string_view form, std::string_view name) {
-  while (!form.empty()) {
-    const std::string_view pair = form.substr(0, form.find('&'));
-    form.remove_prefix(std::min(form.size(), pair.size() + 1));
-    const std::size_t equals = pair.find('=');
-    if (equals != std::string_view::npos && pair.substr(0, equals) == name) return pair.substr(equals + 1);
-  }
-  return {};
+  return formField(form, name).value_or("");
 }
 
 int numberOf(std::string_view form, std::string_view name) {
@@ -42,13 +37,11 @@ int numberOf(std::string_view form, std::string_view name) {
 
 // As they would be stored.
 std::vector<std::string> entriesOf(std::string_view value) {
-  constexpr std::string_view kSeparator = "%0A";
   std::vector<std::string> entries;
-  while (!value.empty() && entries.size() < kMostEntries) {
-    const std::size_t end = std::min(value.find(kSeparator), value.size());
-    std::string entry = toSmallLetters(trim(fromUtf8ToText(formDecode(value.substr(0, end)))));
+  for (const std::string_view piece : joinedPieces(value)) {
+    if (entries.size() == kMostEntries) break;
+    std::string entry = toSmallLetters(trim(fromUtf8ToText(formDecode(piece))));
     if (!entry.empty()) entries.push_back(std::move(entry));
-    value.remove_prefix(std::min(value.size(), end + kSeparator.size()));
   }
   return entries;
 }

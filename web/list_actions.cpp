@@ -28,13 +28,8 @@ std::optional<std::string> ownField(const std::string& name) {
 }
 
 std::vector<std::string> decodedPieces(std::string_view value) {
-  constexpr std::string_view kSeparator = "%0A";
   std::vector<std::string> pieces;
-  while (!value.empty()) {
-    const std::size_t end = std::min(value.find(kSeparator), value.size());
-    pieces.push_back(percentDecode(value.substr(0, end)));
-    value.remove_prefix(std::min(value.size(), end + kSeparator.size()));
-  }
+  for (const std::string_view piece : joinedPieces(value)) pieces.push_back(percentDecode(piece));
   return pieces;
 }
 

@@ -70,17 +70,30 @@ std::string firstParamValue(std::string_view text, std::string_view separator, s
   return std::string(text.substr(start, end == std::string_view::npos ? end : end - start));
 }
 
-std::string queryValue(std::string_view path, std::string_view name) {
-  std::string_view rest = path.substr(std::min(path.find('?'), path.size()));
-  while (!rest.empty()) {
-    rest.remove_prefix(1);
-    const std::string_view pair = rest.substr(0, rest.find('&'));
-    rest.remove_prefix(pair.size());
+std::optional<std::string_view> formField(std::string_view form, std::string_view name) {
+  while (!form.empty()) {
+    const std::string_view pair = form.substr(0, form.find('&'));
+    form.remove_prefix(std::min(form.size(), pair.size() + 1));
     const std::size_t equals = pair.find('=');
-    if (equals != std::string_view::npos && pair.substr(0, equals) == name)
-      return formDecode(pair.substr(equals + 1));
+    if (equals != std::string_view::npos && pair.substr(0, equals) == name) return pair.substr(equals + 1);
   }
-  return "";
+  return std::nullopt;
+}
+
+std::vector<std::string_view> joinedPieces(std::string_view value) {
+  constexpr std::string_view kSeparator = "%0A";
+  std::vector<std::string_view> pieces;
+  while (!value.empty()) {
+    pieces.push_back(value.substr(0, value.find(kSeparator)));
+    value.remove_prefix(std::min(value.size(), pieces.back().size() + kSeparator.size()));
+  }
+  return pieces;
+}
+
+std::string queryValue(std::string_view path, std::string_view name) {
+  const std::size_t mark = path.find('?');
+  if (mark == std::string_view::npos) return "";
+  return formDecode(formField(path.substr(mark + 1), name).value_or(""));
 }
 
 }  // namespace vornelle

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vornelle {
 
@@ -33,8 +34,15 @@ void readRequest(std::string received);
 [[nodiscard]] std::string firstParamValue(std::string_view text, std::string_view separator = "=",
                                           std::string_view terminator = "&");
 
-// A parameter of the path's query by its name, decoded as forms are; "" without it. For addresses that our
-// own pages have made.
+// For what our own pages and scripts send:
+
+// The value of a field in a form ("a=1&b=2"), as sent; nullopt without it.
+[[nodiscard]] std::optional<std::string_view> formField(std::string_view form, std::string_view name);
+
+// The pieces of a value that joins them by "%0A", as sent.
+[[nodiscard]] std::vector<std::string_view> joinedPieces(std::string_view value);
+
+// A parameter of the path's query by its name, decoded as forms are; "" without it.
 [[nodiscard]] std::string queryValue(std::string_view path, std::string_view name);
 
 }  // namespace vornelle

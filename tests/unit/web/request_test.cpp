@@ -150,5 +150,24 @@ TEST(FirstParamValue, TakesOtherSeparators) {
   EXPECT_EQ(firstParamValue("a:b;c", ":", ";"), "b");
 }
 
+TEST(FormField, IsTheValueOfTheFirstFieldWithExactlyThatName) {
+  EXPECT_EQ(formField("list=EnemyList&box=spam&box=inbox", "box"), "spam");
+  EXPECT_EQ(formField("inbox=1&Box=2&box&box=", "box"), "");
+  EXPECT_EQ(formField("a=b=c%26", "a"), "b=c%26");
+  EXPECT_EQ(formField("a=1", "b"), std::nullopt);
+  EXPECT_EQ(formField("", "a"), std::nullopt);
+}
+
+TEST(FormField, OfAQueryIsDecoded) {
+  EXPECT_EQ(queryValue("preview.htm?b=spam&k=a+b%26c&s=X", "k"), "a b&c");
+  EXPECT_EQ(queryValue("preview.htm?k=", "k"), "");
+  EXPECT_EQ(queryValue("k=1", "k"), "") << "a path without a query has no parameters";
+}
+
+TEST(JoinedPieces, StandBetweenEncodedLineFeeds) {
+  EXPECT_THAT(joinedPieces("a%0A%0Ab%0a%0A"), testing::ElementsAre("a", "", "b%0a"));
+  EXPECT_THAT(joinedPieces(""), testing::IsEmpty());
+}
+
 }  // namespace
 }  // namespace vornelle

@@ -17,8 +17,9 @@
 #include "mail/mail_component.h"
 #include "mail/spambox_store.h"
 #include "pages/befriend.h"
+#include "pages/message_page.h"
 #include "pages/message_rows.h"
-#include "pages/template.h"
+#include "pages/modSGML.h"
 #include "platform/events.h"
 #include "platform/files.h"
 #include "platform/shell.h"
@@ -62,12 +63,6 @@ std::optional<std::string> findUidl(const UidlList& list, std::string_view wante
     if (!found && !uidl.empty() && equalsNoCase(uidl, wanted)) found = uidl;
   }
   return found;
-}
-
-std::string noSuchMessage() {
-  beep();
-  LogWindowAdd("**Requested email does not exist!");
-  return messagePage("Requested email does not exist!");
 }
 
 // The checked boxes of a posted form: "D3=1&R5=1&...&END". What stands in their rows is taken at once, since
@@ -278,7 +273,8 @@ void workThrough(std::vector<CheckedRow> rows, bool inbox, bool befriend) {
 
 }  // namespace
 
-std::string showMessage(const std::string& uidl, Named named) {
+std::unique_ptr<MailMessage> messageOnServer(const std::string& uidl, Named named,
+                                             std::string_view& problem) {
   // 1. Log on.
   const Activity activity(Task::messageFetch);
   if (!newPopComponent().popConnect()) {
@@ -286,7 +282,8 @@ std::string showMessage(const std::string& uidl, Named named) {
     beep();
     logFailure("**Cannot log onto POP3 server.", lastMailFailures.pop);
     currentMail.reset();
-    return messagePage("Cannot log onto POP3 server. Try again later.");
+    problem = kCannotLogOn;
+    return nullptr;
   }
 
   // 2. Look for the message.
@@ -295,14 +292,21 @@ std::string showMessage(const std::string& uidl, Named named) {
   if (list) found = findUidl(*list, uidl);
   if (list && !found && named == Named::asSent) found = findUidl(*list, percentDecode(uidl));
 
-  // 3. and 4. Fetch it and take the best body.
-  const std::unique_ptr<MailMessage> message = found ? currentMail->popGetMessage(*found) : nullptr;
+  // 3. Fetch it.
+  std::unique_ptr<MailMessage> message = found ? currentMail->popGetMessage(*found) : nullptr;
   if (!message) {
-    std::string page = noSuchMessage();
-    currentMail.reset();  // behind the log line, which does not wait for the server's good-bye
-    return page;
+    beep();
+    LogWindowAdd(std::string("**").append(kNoSuchMessage));
+    problem = kNoSuchMessage;
   }
-  currentMail.reset();
+  currentMail.reset();  // behind the log line, which does not wait for the server's good-bye
+  return message;
+}
+
+std::string showMessage(const std::string& uidl, Named named) {
+  std::string_view problem;
+  const std::unique_ptr<MailMessage> message = messageOnServer(uidl, named, problem);
+  if (!message) return messagePage(problem);
   if (message->hasHtmlBody()) return message->getHtmlBody();
   std::string text = message->hasPlainBody() ? message->getPlainBody() : message->getBodyText(0);
   return textToHtml(text);

@@ -4,17 +4,25 @@
 // Every action ends with a result or a log line, never with an error: a step that fails is passed over.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 namespace vornelle {
 
+class MailMessage;
+
 // How a message is named: as a browser sends what stands in a link, which may be encoded or not, so that the
 // name is looked for as it is and then decoded; or exactly.
 enum class Named { asSent, exactly };
 
+// A message on the server, whole. Null where the server cannot be logged onto or has no such message: the log
+// tells it, and `problem` is what a page says in its place.
+[[nodiscard]] std::unique_ptr<MailMessage> messageOnServer(const std::string& uidl, Named named,
+                                                           std::string_view& problem);
+
 // The body of a message on the server as HTML: its HTML body as it is, else its plain body, else its body
-// text, both made into HTML. A message page where the server cannot be logged onto or has no such message.
+// text, both made into HTML. A message page where there is no message to show.
 [[nodiscard]] std::string showMessage(const std::string& uidl, Named named = Named::asSent);
 
 // The whole source of a SpamBox file (its key with ".txt") as HTML; "" for a file that is missing or outside

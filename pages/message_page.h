@@ -6,6 +6,10 @@
 
 namespace vornelle {
 
+// What stands on the pages in place of a message that cannot be shown.
+inline constexpr std::string_view kCannotLogOn = "Cannot log onto POP3 server. Try again later.";
+inline constexpr std::string_view kNoSuchMessage = "Requested email does not exist!";
+
 // "<html><body><h2>" + text + "</h2>" with a "Go Back" link. The text goes in as it is.
 [[nodiscard]] std::string messagePage(std::string_view text);
 

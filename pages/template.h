@@ -6,9 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "pages/message_page.h"
-#include "pages/modSGML.h"
-
 namespace vornelle {
 
 // The whole content of a file, "" when it is missing, cannot be read, or the path is empty. Lets pending

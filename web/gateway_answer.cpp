@@ -21,13 +21,11 @@ constexpr std::string_view kHtml = "text/html; charset=windows-1252";
 // it.
 constexpr std::string_view kMessagePolicy =
     "sandbox; default-src 'none'; style-src 'unsafe-inline'; img-src data:; form-action 'none'; base-uri "
-    "'none'; "
-    "frame-ancestors 'none'";
+    "'none'; frame-ancestors 'none'";
 // In the preview its links are written by us: they open a window that knows nothing of this one.
 constexpr std::string_view kFramedPolicy =
     "sandbox allow-popups allow-popups-to-escape-sandbox; default-src 'none'; style-src 'unsafe-inline'; "
-    "img-src "
-    "data:; form-action 'none'; base-uri 'none'; frame-ancestors 'self'";
+    "img-src data:; form-action 'none'; base-uri 'none'; frame-ancestors 'self'";
 
 // The guide has pictures of its own, and no script.
 constexpr std::string_view kGuidePolicy =
@@ -45,7 +43,7 @@ std::string contentSecurityPolicy(PageKind kind) {
       return std::string(kMessagePolicy);
     case PageKind::page:
       // Answers that lead on to the next page are scripts of one line. The templates narrow this for
-      // themselves to the one script that they bring.
+      // themselves to the scripts that they bring.
       return "default-src 'none'; script-src 'unsafe-inline'; style-src 'unsafe-inline'; img-src 'self' "
              "data:; connect-src 'self'; frame-src 'self'; form-action 'self'; " +
              sealed;
@@ -121,11 +119,7 @@ std::string assemble(std::string_view statusLine, std::string_view type, std::st
 }  // namespace
 
 bool isErrorPage(std::string_view body) {
-  for (const std::string_view text :
-       {"Requested email does not exist!", "Cannot log onto POP3 server. Try again later."}) {
-    if (body == messagePage(text) + "\r\n") return true;
-  }
-  return false;
+  return body == messagePage(kNoSuchMessage) + "\r\n" || body == messagePage(kCannotLogOn) + "\r\n";
 }
 
 std::string pageAnswer(PageKind kind, const std::string& body, const AnswerOptions& options) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -11,8 +10,6 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "base/url_decode.h"
-#include "core/activity.h"
-#include "core/event_log.h"
 #include "core/form1.h"
 #include "core/settings.h"
 #include "mail/mail_address.h"
@@ -25,10 +22,10 @@
 #include "pages/known_senders.h"
 #include "pages/message_actions.h"
 #include "pages/message_listing.h"
+#include "pages/message_page.h"
 #include "pages/message_rows.h"
 #include "pages/safe_html.h"
 #include "pages/template.h"
-#include "platform/shell.h"
 #include "web/message_views.h"
 #include "web/request.h"
 
@@ -62,41 +59,21 @@ int placeOf(const Box& box, std::string_view key) {
   return -1;
 }
 
-std::optional<std::string> keyAt(const Box& box, int place) {
-  if (place < 0 || place >= box.count()) return std::nullopt;
-  return box.key(static_cast<std::int16_t>(place));
+// The key of the message that many places further on; nullopt where there is none, and for place -1.
+std::optional<std::string> keyBeside(const Box& box, int place, int further) {
+  const int beside = place + further;
+  if (place < 0 || beside < 0 || beside >= box.count()) return std::nullopt;
+  return box.key(static_cast<std::int16_t>(beside));
 }
 
 std::string withSession(std::string address) {
   return std::move(address) + "&s=" + form1.sessionId;
 }
 
-std::unique_ptr<MailMessage> fetchFromServer(const std::string& uidl, std::string& problem) {
-  const Activity activity(Task::messageFetch);
-  if (!newPopComponent().popConnect()) {
-    outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
-    beep();
-    LogWindowAdd("**Cannot log onto POP3 server.");
-    currentMail.reset();
-    problem = "Cannot log onto POP3 server. Try again later.";
-    return nullptr;
-  }
-  std::unique_ptr<MailMessage> message = currentMail->popGetMessage(uidl);
-  currentMail.reset();
-  if (!message) {
-    beep();
-    LogWindowAdd("**Requested email does not exist!");
-    problem = "Requested email does not exist!";
-  }
-  return message;
-}
-
-std::unique_ptr<MailMessage> fetchMessage(const Box& box, const std::string& key, std::string& problem) {
-  if (box.name == "inbox") return fetchFromServer(key, problem);
-  std::unique_ptr<MailMessage> message;
-  if (isSpamKey(key)) message = MailComponent::loadMessageFile(spamPath(key));
-  if (!message) problem = "Requested email does not exist!";
-  return message;
+std::unique_ptr<MailMessage> fetchMessage(const Box& box, const std::string& key, std::string_view& problem) {
+  if (box.name == "inbox") return messageOnServer(key, Named::exactly, problem);
+  problem = kNoSuchMessage;
+  return isSpamKey(key) ? MailComponent::loadMessageFile(spamPath(key)) : nullptr;
 }
 
 // `"Bob" <bob@example.com>`: the name and the address apart.
@@ -120,8 +97,7 @@ std::string attachmentItems(const std::vector<Attachment>& attachments) {
 std::string picturesNote(int count) {
   if (count == 0) return "";
   return count == 1 ? "1 picture that the message would fetch from elsewhere is left out: fetching it would "
-                      "tell the sender that "
-                      "you read this."
+                      "tell the sender that you read this."
                     : std::to_string(count) +
                           " pictures that the message would fetch from elsewhere are left out: fetching them "
                           "would tell the sender that you read this.";
@@ -129,9 +105,8 @@ std::string picturesNote(int count) {
 
 constexpr std::string_view kViewStyle =
     "<style>body { margin: 1rem; font: 1rem/1.5 'Segoe UI', system-ui, sans-serif; overflow-wrap: anywhere; "
-    "background: #fff; "
-    "color: #1b2524; } pre, .text { white-space: pre-wrap; font-family: inherit; } img { max-width: 100%; "
-    "height: auto; }</style>";
+    "background: #fff; color: #1b2524; } pre, .text { white-space: pre-wrap; font-family: inherit; } "
+    "img { max-width: 100%; height: auto; }</style>";
 
 struct Shown {
   std::string document;  // what stands in the frame
@@ -160,8 +135,7 @@ std::string restoreOffer(const Box& box, std::string_view key, std::string_view 
   if (list.empty() && !envelopeAddress(from).empty()) {
     offer +=
         "<label class=\"befriend\"><input type=\"checkbox\" name=\"befriend\" value=\"1\" checked> and put "
-        "the "
-        "sender on the FriendList</label>";
+        "the sender on the FriendList</label>";
   } else if (list == "enemy") {
     offer +=
         "<span class=\"hint\">The sender is on the EnemyList, so the next run will catch it again.</span>";
@@ -171,8 +145,9 @@ std::string restoreOffer(const Box& box, std::string_view key, std::string_view 
   return offer;
 }
 
-std::string neighbour(const Box& box, int place, std::string_view words) {
-  const std::optional<std::string> key = place < 0 ? std::nullopt : keyAt(box, place);
+// The link to the message that many places further on; plain words where there is none.
+std::string neighbour(const Box& box, int place, int further, std::string_view words) {
+  const std::optional<std::string> key = keyBeside(box, place, further);
   if (!key) return "<span>" + std::string(words) + "</span>";
   return "<a href=\"" + browserText(withSession(previewAddress(box.name, *key))) + "\">" +
          std::string(words) + "</a>";
@@ -189,7 +164,7 @@ std::string previewPage() {
   const Box& box = boxOf(queryValue(path, "b"));
   const std::string key = queryValue(path, "k");
   const bool source = queryValue(path, "v") == "source";
-  std::string problem;
+  std::string_view problem;
   const std::unique_ptr<MailMessage> message = fetchMessage(box, key, problem);
   if (!message) return messagePage(problem);
 
@@ -221,8 +196,8 @@ std::string previewPage() {
        {"<!--SSSWITCH-->", "<a href=\"" + browserText(source ? here : here + "&v=source") + "\">" +
                                (source ? "Show the message" : "Show the source") + "</a>"},
        {"<!--SSOWNVIEW-->", browserText(withSession(std::string(box.ownView) + "?k=" + formEncode(key)))},
-       {"<!--SSPREV-->", place < 0 ? neighbour(box, -1, "Previous") : neighbour(box, place - 1, "Previous")},
-       {"<!--SSNEXT-->", place < 0 ? neighbour(box, -1, "Next") : neighbour(box, place + 1, "Next")}});
+       {"<!--SSPREV-->", neighbour(box, place, -1, "Previous")},
+       {"<!--SSNEXT-->", neighbour(box, place, +1, "Next")}});
 }
 
 std::string previewAction() {
@@ -232,7 +207,7 @@ std::string previewAction() {
   const Box& box = boxOf(boxName);
   const int place = placeOf(box, key);
   // The listing as it stands now tells what comes next: the action leaves it alone.
-  const std::optional<std::string> next = place < 0 ? std::nullopt : keyAt(box, place + 1);
+  const std::optional<std::string> next = keyBeside(box, place, +1);
   const bool restore = act == "restore";
   if (restore && box.name == "spam") {
     // A box that is not ticked is not posted.

@@ -6,14 +6,14 @@ namespace vornelle {
 namespace {
 
 constexpr std::string_view kStyle =
-    "<style>:root { color-scheme: light dark } body { margin: 0; font: 1rem/1.5 'Segoe UI', system-ui, "
-    "sans-serif; "
-    "overflow-wrap: anywhere; background: #f4f6f5; color: #1b2524 } main { max-width: 40rem; margin: 3rem "
-    "auto; "
-    "padding: 0 1rem } h1 { font-size: 1.3rem } a { color: #0b6b66; text-underline-offset: .15em } "
-    ":focus-visible "
-    "{ outline: 3px solid; outline-offset: 2px } @media (prefers-color-scheme: dark) { body { background: "
-    "#131819; color: #e5ebe9 } a { color: #6accc3 } }</style>";
+    "<style>:root { color-scheme: light dark } "
+    "body { margin: 0; font: 1rem/1.5 'Segoe UI', system-ui, sans-serif; overflow-wrap: anywhere; "
+    "background: #f4f6f5; color: #1b2524 } "
+    "main { max-width: 40rem; margin: 3rem auto; padding: 0 1rem } h1 { font-size: 1.3rem } "
+    "a { color: #0b6b66; text-underline-offset: .15em } "
+    ":focus-visible { outline: 3px solid; outline-offset: 2px } "
+    "@media (prefers-color-scheme: dark) { body { background: #131819; color: #e5ebe9 } "
+    "a { color: #6accc3 } }</style>";
 
 }  // namespace
 

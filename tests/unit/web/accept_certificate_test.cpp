@@ -15,6 +15,8 @@ using testing::HasSubstr;
 using testing::Not;
 
 const std::string kFingerprint = sim::TlsAnswer{}.fingerprint;
+const std::string kSelfSignedLine =
+    "**TLS to mail.example: certificate vouches for itself, SHA-256 " + shownFingerprint(kFingerprint);
 
 class AcceptCertificateTest : public WebTest {
  protected:
@@ -140,9 +142,15 @@ TEST_F(AcceptCertificateTest, AnUpdateWhoseTestIsRefusedLogsTheFurtherLineAndKee
   const std::string answer = postWithSession(
       "configupdate.cgi", "POP_SERVER=mail.example:995&POP_ACCOUNT=&POP_PASSWORD=&SMTP_SERVER=&END=1");
   EXPECT_THAT(answer, HasSubstr("alert('Cannot log onto POP3 Server!');window.location='config.htm"));
-  EXPECT_EQ(logged("**TLS to mail.example: certificate vouches for itself, SHA-256 " +
-                   shownFingerprint(kFingerprint)),
-            1);
+  EXPECT_EQ(logged(kSelfSignedLine), 1);
+}
+
+TEST_F(AcceptCertificateTest, APreviewThatIsRefusedLogsTheFurtherLine) {
+  const std::string page = throughGateway("GET /preview.htm?b=inbox&k=id-1&s=" + kSessionId +
+                                          " HTTP/1.1\r\nHost: localhost\r\n\r\n");
+  EXPECT_THAT(page, HasSubstr("Cannot log onto POP3 server. Try again later."));
+  EXPECT_EQ(logged("**Cannot log onto POP3 server."), 1);
+  EXPECT_EQ(logged(kSelfSignedLine), 1);
 }
 
 TEST_F(AcceptCertificateTest, TheSmtpServersCertificateIsAnotherEntry) {

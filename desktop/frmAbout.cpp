@@ -3,6 +3,7 @@
 #include "core/settings.h"
 #include "core/version.h"
 #include "desktop/main_window.h"
+#include "pages/browser_text.h"
 #include "platform/files.h"
 
 namespace vornelle {
@@ -11,27 +12,6 @@ namespace {
 constexpr const char* kParagraphStart =
     "<p style='font-family: Verdana, Arial, Helvetica, sans-serif;font-size: 9pt;'>";
 constexpr const char* kProgramName = "Vornelle";
-
-// A folder's name may hold characters that mean something in HTML.
-std::string escapeHtml(const std::string& text) {
-  std::string escaped;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      default:
-        escaped += c;
-    }
-  }
-  return escaped;
-}
 
 }  // namespace
 
@@ -54,7 +34,7 @@ std::string frmAboutHtml() {
   const std::string boldName = std::string("<b>") + kProgramName + "</b>";
   std::string html;
   for (const AboutParagraph& paragraph : frmAboutParagraphs()) {
-    std::string text = escapeHtml(paragraph.text);
+    std::string text = browserText(paragraph.text);  // a folder's name may hold what means something in HTML
     if (html.empty()) text.replace(0, std::string(kProgramName).size(), boldName);
     html += kParagraphStart + text;
     if (!paragraph.link.empty()) {

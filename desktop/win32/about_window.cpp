@@ -18,7 +18,7 @@ namespace {
 
 constexpr UINT_PTR kLoadTimer = 1;
 constexpr UINT kLoadMilliseconds = 2000;
-constexpr UINT kFillMessage = WM_APP;
+constexpr UINT kTextMessage = WM_APP;
 
 std::unique_ptr<BrowserControl> browser;
 
@@ -89,39 +89,40 @@ void loadTimeIsUp(HWND dialog) {
   showLinkControl(dialog);
 }
 
-INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
+void fill(HWND dialog) {
+  setWindowText(dialog, frmAboutTitle());
+  // Making the browser control takes a while: the window is seen first and gets its text then.
+  PostMessageW(dialog, kTextMessage, 0, 0);
+}
+
+void command(HWND dialog, int control, int /*notification*/) {
+  if (control == IDOK || control == IDCANCEL) closeModal(dialog);
+}
+
+bool furtherMessage(HWND dialog, UINT message, LPARAM lParam) {
   switch (message) {
-    case WM_INITDIALOG:
-      setWindowText(dialog, frmAboutTitle());
-      SetFocus(GetDlgItem(dialog, IDOK));
-      // Making the browser control takes a while: the window is seen first and is filled then.
-      PostMessageW(dialog, kFillMessage, 0, 0);
-      return FALSE;
-    case kFillMessage:
+    case kTextMessage:
       RedrawWindow(dialog, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
       showText(dialog);
-      return TRUE;
+      return true;
     case WM_NOTIFY:
       linkChosen(*reinterpret_cast<const NMHDR*>(lParam));
-      return TRUE;
+      return true;
     case WM_TIMER:
       loadTimeIsUp(dialog);
-      return TRUE;
+      return true;
     case WM_DESTROY:
       browser.reset();
-      return TRUE;
-    case WM_COMMAND:
-      if (LOWORD(wParam) == IDOK || LOWORD(wParam) == IDCANCEL) closeModal(dialog);
-      return TRUE;
+      return true;
     default:
-      return FALSE;
+      return false;
   }
 }
 
 }  // namespace
 
 void showAboutWindow() {
-  runModal(IDD_ABOUT, 0, procedure, 0);
+  runModal(IDD_ABOUT, 0, {fill, command, furtherMessage});
 }
 
 }  // namespace vornelle::win32

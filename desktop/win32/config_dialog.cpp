@@ -10,7 +10,6 @@
 #include "desktop/dlgConfig.h"
 #include "desktop/win32/dialog_template.h"
 #include "desktop/win32/dialog_text.h"
-#include "desktop/win32/keyboard.h"
 #include "desktop/win32/modal.h"
 #include "desktop/win32/resource.h"
 #include "desktop/win32/tool_tips.h"
@@ -186,42 +185,29 @@ void update(HWND dialog) {
   }
 }
 
-void command(HWND dialog, WPARAM wParam, LPARAM lParam) {
-  constexpr int kFromAccelerator = 1;
-  const int id = LOWORD(wParam);
-  if (HIWORD(wParam) == kFromAccelerator) {
-    useAccessKey(dialog, id);
-  } else if (id == SaveButton && HIWORD(wParam) == BN_CLICKED) {
-    update(dialog);
-  } else if (id == CancelButton && HIWORD(wParam) == BN_CLICKED) {
-    closeModal(dialog);
-  } else if (id == IDC_CONFIG_NOTES && HIWORD(wParam) == EN_SETFOCUS) {
-    // Shown from the beginning: the Tab key chooses the whole text, and so scrolls to its end, behind this.
-    const auto notes = reinterpret_cast<HWND>(lParam);
-    PostMessageW(notes, EM_SETSEL, 0, 0);
-    PostMessageW(notes, EM_SCROLLCARET, 0, 0);
-  }
+void fill(HWND dialog) {
+  showCaptions(dialog);
+  fillBoxes(dialog, dlgConfigLoad());
+  showNotes(dialog);
 }
 
-INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
-  switch (message) {
-    case WM_INITDIALOG:
-      showCaptions(dialog);
-      fillBoxes(dialog, dlgConfigLoad());
-      showNotes(dialog);
-      return TRUE;
-    case WM_COMMAND:
-      command(dialog, wParam, lParam);
-      return TRUE;
-    default:
-      return FALSE;
+void command(HWND dialog, int control, int notification) {
+  if (control == SaveButton && notification == BN_CLICKED) {
+    update(dialog);
+  } else if (control == CancelButton && notification == BN_CLICKED) {
+    closeModal(dialog);
+  } else if (control == IDC_CONFIG_NOTES && notification == EN_SETFOCUS) {
+    // Shown from the beginning: the Tab key chooses the whole text, and so scrolls to its end, behind this.
+    const HWND notes = GetDlgItem(dialog, IDC_CONFIG_NOTES);
+    PostMessageW(notes, EM_SETSEL, 0, 0);
+    PostMessageW(notes, EM_SCROLLCARET, 0, 0);
   }
 }
 
 }  // namespace
 
 void showConfigDialog() {
-  runModal(makeDialog(), accessKeys(), procedure);
+  runModal(makeDialog(), accessKeys(), {fill, command});
 }
 
 }  // namespace vornelle::win32

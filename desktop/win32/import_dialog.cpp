@@ -6,7 +6,6 @@
 
 #include "desktop/dlgImport.h"
 #include "desktop/win32/dialog_text.h"
-#include "desktop/win32/keyboard.h"
 #include "desktop/win32/modal.h"
 #include "desktop/win32/resource.h"
 #include "desktop/win32/tool_tips.h"
@@ -28,7 +27,7 @@ const Caption kCaptions[] = {
     {IDC_LoadButton, IDC_LoadButton, kLoadButton},
 };
 
-void initialize(HWND dialog) {
+void fill(HWND dialog) {
   setWindowText(dialog, kDlgImportCaption);
   const HWND toolTips = makeToolTips(dialog);
   for (const Caption& entry : kCaptions) {
@@ -75,36 +74,17 @@ void loadFile(HWND dialog) {
   }
 }
 
-void command(HWND dialog, WPARAM wParam) {
-  constexpr int kFromAccelerator = 1;
-  const int id = LOWORD(wParam);
-  if (HIWORD(wParam) == kFromAccelerator) {
-    useAccessKey(dialog, id);
-    return;
-  }
-  if (HIWORD(wParam) != BN_CLICKED) return;
-  if (id == IDC_LoadButton) loadFile(dialog);
-  if (id == IDC_ImportButton) ImportButtonClick(readControls(dialog));
-  if (id == IDCANCEL) closeModal(dialog);  // the Escape key and the close button
-}
-
-INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
-  switch (message) {
-    case WM_INITDIALOG:
-      initialize(dialog);
-      return TRUE;
-    case WM_COMMAND:
-      command(dialog, wParam);
-      return TRUE;
-    default:
-      return FALSE;
-  }
+void command(HWND dialog, int control, int notification) {
+  if (notification != BN_CLICKED) return;
+  if (control == IDC_LoadButton) loadFile(dialog);
+  if (control == IDC_ImportButton) ImportButtonClick(readControls(dialog));
+  if (control == IDCANCEL) closeModal(dialog);  // the Escape key and the close button
 }
 
 }  // namespace
 
 void showImportDialog() {
-  runModal(IDD_IMPORT, IDA_IMPORT, procedure, 0);
+  runModal(IDD_IMPORT, IDA_IMPORT, {fill, command});
 }
 
 }  // namespace vornelle::win32

@@ -8,7 +8,8 @@
 namespace vornelle::win32 {
 
 // The window's access keys, from the accelerator table with that resource number. A key arrives as WM_COMMAND
-// of the control or menu entry with the notification code 1.
+// of the control or menu entry with this notification code.
+inline constexpr int kFromAccelerator = 1;
 void setAccessKeys(HWND window, int acceleratorTable);
 void setAccessKeys(HWND window, HACCEL table);
 void forgetAccessKeys(HWND window);

@@ -27,6 +27,24 @@ void centre(HWND dialog, HWND owner) {
   SetWindowPos(dialog, nullptr, left, top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
+// The actions come with WM_INITDIALOG and are kept with the dialog.
+INT_PTR CALLBACK procedure(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_INITDIALOG) {
+    SetWindowLongPtrW(dialog, DWLP_USER, lParam);
+    reinterpret_cast<const DialogActions*>(lParam)->fill(dialog);
+    return TRUE;
+  }
+  const auto* const actions = reinterpret_cast<const DialogActions*>(GetWindowLongPtrW(dialog, DWLP_USER));
+  if (!actions) return FALSE;  // what comes before WM_INITDIALOG
+  if (message != WM_COMMAND) return actions->message && actions->message(dialog, message, lParam);
+  if (HIWORD(wParam) == kFromAccelerator) {
+    useAccessKey(dialog, LOWORD(wParam));
+  } else {
+    actions->command(dialog, LOWORD(wParam), HIWORD(wParam));
+  }
+  return TRUE;
+}
+
 void showUntilClosed(HWND window) {
   const HWND owner = mainWindow();
   followWaitCursor(window);
@@ -38,17 +56,17 @@ void showUntilClosed(HWND window) {
 
 }  // namespace
 
-void runModal(int dialog, int acceleratorTable, DLGPROC procedure, LPARAM parameter) {
+void runModal(int dialog, int acceleratorTable, const DialogActions& actions) {
   const HWND window = CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(dialog), mainWindow(),
-                                         procedure, parameter);
+                                         procedure, reinterpret_cast<LPARAM>(&actions));
   if (!window) return;
   if (acceleratorTable) setAccessKeys(window, acceleratorTable);
   showUntilClosed(window);
 }
 
-void runModal(const DialogTemplate& dialog, HACCEL accessKeys, DLGPROC procedure) {
-  const HWND window =
-      CreateDialogIndirectParamW(GetModuleHandleW(nullptr), dialog.get(), mainWindow(), procedure, 0);
+void runModal(const DialogTemplate& dialog, HACCEL accessKeys, const DialogActions& actions) {
+  const HWND window = CreateDialogIndirectParamW(GetModuleHandleW(nullptr), dialog.get(), mainWindow(),
+                                                 procedure, reinterpret_cast<LPARAM>(&actions));
   if (!window) return;
   setAccessKeys(window, accessKeys);
   showUntilClosed(window);

@@ -136,10 +136,9 @@ void command(int id) {
 }
 
 void commandMessage(WPARAM wParam) {
-  constexpr int kFromAccelerator = 1;
   const int id = LOWORD(wParam);
   const bool isMenuEntry = id >= IDC_mnuImport && id <= IDC_mnuExit;
-  if (HIWORD(wParam) == kFromAccelerator && !isMenuEntry) {
+  if (HIWORD(wParam) == win32::kFromAccelerator && !isMenuEntry) {
     win32::useAccessKey(window, id);
   } else if (HIWORD(wParam) == BN_CLICKED || isMenuEntry) {
     command(id);

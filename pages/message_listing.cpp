@@ -17,11 +17,6 @@ std::optional<std::string> MessageListing::sizeText(std::int16_t index) const {
   return row->size ? std::to_string(*row->size) : "";
 }
 
-ListedMessage listedMessage(std::string key, const MailMessage& message) {
-  return {std::move(key), message.getFromDisplay(), message.getDate(), message.getSubject(),
-          message.getSize()};
-}
-
 std::string formatListedDate(std::optional<std::int64_t> utcSeconds) {
   if (!utcSeconds) return "";
   const LocalTime t = toLocalTime(*utcSeconds);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/form1.h"
@@ -19,6 +20,12 @@ struct ListedMessage {
   std::string subject;               // as it came, not escaped
   std::optional<std::int32_t> size;  // bytes; nullopt in a row that has never been filled
 };
+
+// What the listings keep of a message.
+[[nodiscard]] inline ListedMessage listedMessage(std::string key, const MailMessage& message) {
+  return {std::move(key), message.getFromDisplay(), message.getDate(), message.getSubject(),
+          message.getSize()};
+}
 
 struct MessageListing {
   std::int16_t count = 0;
@@ -40,9 +47,6 @@ struct MessageListing {
     return index >= 0 && index <= kLastRow ? &rows[static_cast<std::size_t>(index)] : nullptr;
   }
 };
-
-// What the listings keep of a message.
-[[nodiscard]] ListedMessage listedMessage(std::string key, const MailMessage& message);
 
 // Local time as "mm-dd-yyyy hh:mm" on the 12-hour clock with the system's designator right behind; "" for no
 // date.

@@ -90,14 +90,5 @@ TEST(HeaderFields, HiddenLineEndsAndOtherControlsBecomeBlanks) {
   EXPECT_EQ("a\tb", HeaderFields("Subject: a\tb\r\n\r\n").fieldText("Subject"));
 }
 
-TEST(HeaderFields, TakeLineGivesLinesWithoutTheirEnds) {
-  std::string_view rest = "a\r\nb\n\nc\rd\r";
-  EXPECT_EQ("a", takeLine(rest));
-  EXPECT_EQ("b", takeLine(rest));
-  EXPECT_EQ("", takeLine(rest));
-  EXPECT_EQ("c\rd\r", takeLine(rest));
-  EXPECT_TRUE(rest.empty());
-}
-
 }  // namespace
 }  // namespace vornelle

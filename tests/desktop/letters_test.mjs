@@ -1,5 +1,4 @@
 // Letters of every alphabet in the window: the log box shows them, the import dialog takes them.
-// ctest: serial
 
 import assert from 'node:assert/strict';
 import fs from 'node:fs';

@@ -1,5 +1,4 @@
 // The log box with more lines than anybody reads.
-// ctest: serial
 
 import assert from 'node:assert/strict';
 import fs from 'node:fs';

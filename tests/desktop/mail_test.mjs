@@ -1,6 +1,5 @@
 // The Windows program at work: filter runs from its window, pages served whatever is open, and what it takes of the
 // machine.
-// ctest: serial
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';

@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/punycode.h"
 #include "platform/clock.h"
 #include "platform/common/blocking.h"
 #include "platform/common/connecting.h"
@@ -76,8 +77,9 @@ class SocketStream : public NetStream {
 // One look-up of a name, done by the system in its own way; it touches nothing but this.
 class LookUp {
  public:
+  // Names beyond ASCII go by the form that the name system knows: the one that certificates are asked for.
   LookUp(const std::string& hostName, int portNumber)
-      : host_(win32::widen(hostName)), port_(std::to_wstring(portNumber)) {
+      : host_(win32::widen(hostToAscii(hostName).value_or(hostName))), port_(std::to_wstring(portNumber)) {
     hints_.ai_family = AF_UNSPEC;
     hints_.ai_socktype = SOCK_STREAM;
     hints_.ai_protocol = IPPROTO_TCP;

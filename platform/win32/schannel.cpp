@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "base/host_name.h"
+#include "base/punycode.h"
 #include "platform/win32/certificate.h"
 #include "platform/win32/text.h"
 
@@ -33,13 +34,8 @@ constexpr char kAlert = 0x15;
 // The host's name as the name system and certificates know it; "" where it can be none. An address stays as
 // it is.
 [[gnu::cold]] std::string asciiHost(const std::string& host) {
-  std::string bare = bareHost(host);
-  if (addressOctets(bare) || std::all_of(bare.begin(), bare.end(), [](char c) { return c > 0; })) return bare;
-  const std::wstring wide = widen(bare);
-  std::array<wchar_t, 256> ascii{};
-  const int length =
-      IdnToAscii(0, wide.data(), static_cast<int>(wide.size()), ascii.data(), static_cast<int>(ascii.size()));
-  return length > 0 ? narrow({ascii.data(), static_cast<std::size_t>(length)}) : std::string();
+  const std::string bare = bareHost(host);
+  return addressOctets(bare) ? bare : hostToAscii(bare).value_or("");
 }
 
 SecBuffer bufferOf(ULONG type, const void* data = nullptr, std::size_t size = 0) {

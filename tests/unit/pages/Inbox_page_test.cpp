@@ -79,6 +79,7 @@ TEST_F(InboxPage, OnlyARequestWithoutAStartAsksTheServer) {
   EXPECT_EQ(mailbox.sessions, 1);
   EXPECT_THAT(page(15), HasSubstr("(showing 16 - 20 of 20)"));
   EXPECT_THAT(page(0), HasSubstr("(showing 1 - 15 of 20)"));
+  EXPECT_THAT(page(-10), HasSubstr("(showing 1 - 15 of 20)"));
   EXPECT_EQ(mailbox.sessions, 1);
 }
 

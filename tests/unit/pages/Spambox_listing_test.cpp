@@ -94,7 +94,20 @@ TEST_F(SpamBoxList, InTheMiddleOfAScanNoRowMixesTwoMessages) {
   EXPECT_EQ(spamboxKey(0), "C3");
 }
 
+TEST_F(SpamBoxList, EventsAreServedBeforeAFileIsRead) {
+  save("A1", "a@b.c", "Old", 1);
+  sim::after(0, [] { save("A1", "a@b.c", "New", 1); });
+  ASSERT_TRUE(spamboxList());
+  EXPECT_EQ(spamboxSubject(0), "New");
+}
+
 TEST_F(SpamBoxList, AScanTakesTheMailComponentsSlotAndEmptiesIt) {
+  save("A1", "a@b.c", "Hello", 1);
+  bool taken = false;
+  sim::after(0, [&] { taken = currentMail != nullptr; });
+  ASSERT_TRUE(spamboxList());
+  EXPECT_TRUE(taken);
+  EXPECT_EQ(currentMail, nullptr);
   currentMail = std::make_unique<MailComponent>();
   ASSERT_TRUE(spamboxList());
   EXPECT_EQ(currentMail, nullptr);

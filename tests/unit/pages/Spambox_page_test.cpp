@@ -78,6 +78,7 @@ TEST_F(SpamBoxPage, OnlyARequestWithoutAStartScansTheFolder) {
   save("late", "a@b.c", "Late", 200);
   EXPECT_THAT(page(15), HasSubstr("(showing 16 - 20 of 20)"));
   EXPECT_THAT(page(0), Not(HasSubstr("Late")));
+  EXPECT_THAT(page(-10), Not(HasSubstr("Late")));
   EXPECT_THAT(page(-1), HasSubstr("(showing 1 - 15 of 21)"));
 }
 

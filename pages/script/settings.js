@@ -106,10 +106,11 @@
     document.documentElement.style.scrollPaddingBottom = (isBarFixed() ? bar.offsetHeight : 0) + 12 + 'px';
   }
   // The field that is being typed into, with its hint and its problem. Behind the browser's own scrolling, which has only
-  // the field itself in mind and may come late.
+  // the field itself in mind and may come late. Nothing moves under a pointer that is down: its click would go elsewhere.
+  var isPressed = false;
   function showWhole() {
     var row = document.activeElement && document.activeElement.closest('.field'), box, hidden;
-    if (!row) return;
+    if (!row || isPressed) return;
     box = row.getBoundingClientRect();
     hidden = box.bottom + 8 - (isBarFixed() ? Math.min(bar.getBoundingClientRect().top, innerHeight) : innerHeight);
     if (hidden >= 1) window.scrollBy(0, Math.min(hidden, box.top - 8));
@@ -155,6 +156,10 @@
     form.addEventListener('change', onChange);
     form.addEventListener('submit', onSubmit);
     ['focusin', 'keyup', 'input', 'submit'].forEach(function (name) { form.addEventListener(name, showWholeSoon); });
+    window.addEventListener('pointerdown', function () { isPressed = true; }, true);
+    ['pointerup', 'pointercancel'].forEach(function (name) {
+      window.addEventListener(name, function () { isPressed = false; showWholeSoon(); }, true);
+    });
     keepClear();
     window.addEventListener('resize', keepClear);
   });

@@ -129,6 +129,25 @@ inEachBrowser((userTest) => {
     }, { viewport: { width, height } });
   }
 
+  userTest('NothingMovesUnderAClickOnABoxWhoseRowIsPartlyBehindTheBar', () => app, async (user) => {
+    await settings(user);
+    const box = user.page.locator('#ACTIVE');
+    const ticked = await box.isChecked();
+    // The box ends where the bar begins, its hint is behind it.
+    await user.page.evaluate(() => window.scrollBy(0, document.querySelector('#ACTIVE').getBoundingClientRect().bottom + 2 -
+      document.querySelector('.save').getBoundingClientRect().top));
+    assert.ok(await user.page.evaluate(() => document.querySelector('#ACTIVE-hint').getBoundingClientRect().bottom >
+      document.querySelector('.save').getBoundingClientRect().top), 'the hint is behind the bar');
+    const { x, y, width, height } = await box.boundingBox();
+    await user.page.mouse.move(x + width / 2, y + height / 2);
+    await user.page.mouse.down();
+    await user.page.waitForTimeout(250);
+    await user.page.mouse.up();
+    assert.equal(await box.isChecked(), !ticked);
+    await until(() => isClear(user, '#ACTIVE-hint'), 'the hint in sight');
+    await box.setChecked(ticked);
+  });
+
   userTest('TheBrowserAsksBeforeATabWithChangesGoesElsewhere', () => app, async (user) => {
     await settings(user);
     await user.page.click('#CHECK_MIN');

@@ -25,7 +25,7 @@ inEachBrowser((userTest) => {
   userTest('LoggingInLeadsToTheSpamBoxAndLoggingOutToTheLoginPage', () => app, async (user) => {
     await user.open('/');
     await user.picture('login');
-    await user.login();
+    await user.loginByForm();
     assert.match(user.page.url(), /displaySpambox\.htm\?s=[A-Z]{64}$/);
     await user.page.click('text=Log out');
     await user.page.waitForSelector('#login');
@@ -87,7 +87,7 @@ inEachBrowser((userTest) => {
   };
 
   userTest('AnEntryThatWasTypedIsThereAgainAfterTheLogInAndNotStored', () => app, async (user) => {
-    await user.login();
+    await user.loginByForm();
     await user.go('enemylist');
     await user.page.fill('#addinput', 'late@entry.example');
     await app.get('/logout.cgi');
@@ -110,7 +110,7 @@ inEachBrowser((userTest) => {
   });
 
   userTest('SettingsThatWereTypedAreThereAgainButNoPassword', () => app, async (user) => {
-    await user.login();
+    await user.loginByForm();
     await user.go('config');
     await user.page.fill('#CHECK_MIN', '21');
     await user.page.fill('#SMTP_USER', 'josephine');
@@ -135,7 +135,7 @@ inEachBrowser((userTest) => {
   });
 
   userTest('ASearchAndTicksOfRowsAreThereAgainAndNothingIsDone', () => app, async (user) => {
-    await user.login();
+    await user.loginByForm();
     await user.go('find');
     await user.page.fill('#findinlists', 'friend');
     await app.get('/logout.cgi');
@@ -155,7 +155,7 @@ inEachBrowser((userTest) => {
   });
 
   userTest('ThePageThatWasWantedComesAfterTheLogIn', () => app, async (user) => {
-    await user.login();
+    await user.loginByForm();
     const { sessionId } = user;
     await app.get('/logout.cgi');
     // A bookmark, an address without a session, one that the log-in was refused for once, and what is no page.
@@ -192,7 +192,7 @@ inEachBrowser((userTest) => {
   });
 
   userTest('LoggingOutKeepsNothingOfWhatWasTyped', () => app, async (user) => {
-    await user.login();
+    await user.loginByForm();
     await user.go('enemylist');
     await user.page.fill('#addinput', 'never@sent.example');
     await user.page.click('text=Log out');
@@ -205,7 +205,7 @@ inEachBrowser((userTest) => {
   });
 
   userTest('ASecondBrowserThatLogsInEndsTheFirstOnesSession', () => app, async (user) => {
-    await user.login();
+    await user.loginByForm();
     await app.login();
     await user.page.click('nav a[data-for="friendlist"]');
     await user.page.waitForSelector('#login');

@@ -28,14 +28,14 @@ for (const [wire, settings, options] of WIRES) {
     inEachBrowser((userTest, name) => {
       userTest('AccountAndPasswordArriveAsTyped', () => app, async (user) => {
         const before = app.events().length;
-        await user.login(account, password);
+        await user.loginByForm(account, password);
         assert.ok(app.events().slice(before).includes(`Successful login: ${account}`));
         await user.page.click('text=Log out');
         await user.page.waitForSelector('#login');
       }, options);
 
       userTest('ASearchArrivesAsTyped', () => app, async (user) => {
-        await user.login(account, password);
+        await user.loginByForm(account, password);
         await user.go('find');
         for (const [text, found] of [
           ['@friend.example', ['anna+list@friend.example', '@friend.example']],
@@ -55,7 +55,7 @@ for (const [wire, settings, options] of WIRES) {
 
       userTest('AListEntryArrivesAsTyped', () => app, async (user) => {
         const entry = `jam & 50% bread @home "x" '${name}' \xe4`;
-        await user.login(account, password);
+        await user.loginByForm(account, password);
         await user.go('subjectlist');
         await user.page.fill('#addinput', entry);
         await user.page.click('button:text("Add")');
@@ -64,7 +64,7 @@ for (const [wire, settings, options] of WIRES) {
       }, options);
 
       userTest('APlusInAListEntryIsToldAndNothingIsSent', () => app, async (user) => {
-        await user.login(account, password);
+        await user.loginByForm(account, password);
         await user.go('friendlist');
         await user.page.fill('#addinput', 'new+one@friend.example');
         const before = app.log();

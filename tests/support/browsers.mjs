@@ -24,6 +24,8 @@ const BROWSERS = (process.env.VORNELLE_BROWSERS ?? 'chromium,firefox').split(','
 // Each one has an address of its own for the gateway, so that both ways to it are walked.
 const HOSTS = { chromium: 'localhost', firefox: '[::1]' };
 
+const VIEWPORT = { width: 1280, height: 900 };
+
 const PATIENCE = 30000;  // milliseconds until something that never comes is given up
 
 const screenshots = path.join(repository, 'build', 'screenshots');
@@ -44,13 +46,21 @@ export class Browser {
   // Somebody with a window of their own who knows nothing of other windows (no shared storage).
   // options: host (instead of the browser's own), and what playwright's newContext takes
   async user(app, { host = HOSTS[this.name], ...options } = {}) {
-    const context = await this.process.newContext({ viewport: { width: 1280, height: 900 }, ...this.look, ...options });
+    const plain = Object.keys(options).length === 0;
+    const window = plain && this.#left;
+    if (window) {
+      this.#left = null;
+      return new User(this, app, window.context(), host, { window, plain });
+    }
+    const context = await this.process.newContext({ viewport: VIEWPORT, ...this.look, ...options });
     context.setDefaultTimeout(PATIENCE);
     context.setDefaultNavigationTimeout(PATIENCE);
-    const user = new User(this, app, context, host);
-    await user.openTab();
-    return user;
+    return new User(this, app, context, host, { window: await context.newPage(), plain });
   }
+
+  // A window that its user has left as good as new: the next one may have it, which saves much of a short test's time.
+  #left = null;
+  takeBack(window) { this.#left = window; }
 
   async close() { await this.process.close(); }
 }
@@ -69,21 +79,28 @@ export function inEachBrowser(body, browserOptions) {
           await work(user);
         } catch (error) {
           await user.picture(`failed-${title.replace(/\W+/g, '-')}`).catch(() => {});
-          throw error;
-        } finally {
           await user.close();
+          throw error;
         }
+        await user.leave();
       }), name);
     });
   }
 }
 
 export class User {
-  constructor(browser, app, context, host) {
+  #window;
+  #plain;
+  constructor(browser, app, context, host, { window, plain }) {
     this.browser = browser;
     this.app = app;
     this.context = context;
     this.origin = `http://${host}${app.port === 80 ? '' : `:${app.port}`}`;
+    this.#window = window;
+    this.#plain = plain;
+    context.once('page', () => { this.#plain = false; });
+    this.page = window;
+    this.#watch(window);
   }
 
   // Another tab of the same window; the user's actions are done there from now on.
@@ -105,11 +122,22 @@ export class User {
 
   async open(target = '/') { await this.page.goto(this.origin + target); }
 
+  // To the SpamBox with a session of one's own. What the log-in page does is left out, which would take as long as many a
+  // test does.
   async login(account = 'joe', password = 'secret') {
+    await this.app.login(account, password);
+    await this.open(`/displayspambox.htm?s=${this.app.sessionId}`);
+    await this.seesSpamBox();
+  }
+
+  // The same by the log-in page.
+  async loginByForm(account = 'joe', password = 'secret') {
     await this.open('/');
     await this.logOnWith(account, password);
-    await this.page.waitForSelector('html[data-page="spambox"] #boxes');
+    await this.seesSpamBox();
   }
+
+  async seesSpamBox() { await this.page.waitForSelector('html[data-page="spambox"] #boxes'); }
 
   // Types into the log-in page and presses the button, nothing more.
   async logOnWith(account, password) {
@@ -179,10 +207,32 @@ export class User {
       await this.page.setViewportSize({ width: size.width, height: Math.max(size.height, height) });
     }
     await this.page.screenshot({ path: path.join(screenshots, `${this.browser.name}-${name}.png`) });
-    if (whole) await this.page.setViewportSize(size);
+    if (!whole) return;
+    await this.page.setViewportSize(size);
+    await this.page.waitForFunction((height) => innerHeight === height, size.height);
   }
 
   async said(text) { await until(() => this.dialogs.some((said) => said.includes(text)), `a box that says "${text}"`); }
 
   async close() { await this.context.close(); }
+
+  // Closes the window, or leaves it empty to the next user where nothing special was done to it and no other was opened from it.
+  async leave() {
+    if (!await this.#leavesEmptyWindow().catch(() => false)) await this.close();
+  }
+
+  async #leavesEmptyWindow() {
+    const window = this.#window;
+    if (!this.#plain || window.isClosed() || !window.url().startsWith(`${this.origin}/`)) return false;
+    // Behind whatever the page itself keeps when it is left.
+    await window.evaluate(() => addEventListener('pagehide', () => {
+      sessionStorage.clear();
+      localStorage.clear();
+    }));
+    await window.goto('about:blank');
+    for (const event of ['dialog', 'request']) window.removeAllListeners(event);
+    await window.setViewportSize(VIEWPORT);
+    this.browser.takeBack(window);
+    return true;
+  }
 }

@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kLongestName = 255;
 
 char asciiLower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+  return isAsciiLetter(c) ? toLowerChar(c) : c;
 }
 
 // The names of machines know no letter case but that of ASCII: two that differ in more are two machines.

@@ -1,5 +1,6 @@
 #include "base/numbers.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -16,9 +17,8 @@ struct LeadingNumber {
 };
 
 std::size_t countDigits(std::string_view text, std::size_t from) {
-  std::size_t at = from;
-  while (at < text.size() && isDigit(text[at])) ++at;
-  return at - from;
+  text.remove_prefix(std::min(from, text.size()));
+  return static_cast<std::size_t>(std::ranges::find_if_not(text, isDigit) - text.begin());
 }
 
 // "&H1F" and "&O17", in either letter case.

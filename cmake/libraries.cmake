@@ -64,7 +64,7 @@ set_target_properties(vornelle_core PROPERTIES SOURCES "${core_sources}")
 add_library(vornelle_startup STATIC core/startup.cpp)
 target_link_libraries(vornelle_startup PUBLIC vornelle_desktop)
 
-# The one place that a new version changes, besides the Windows program's resources.
+# What the program says of its version; the number stands in CMakeLists.txt alone.
 configure_file(${PROJECT_SOURCE_DIR}/core/version.cpp.in ${PROJECT_BINARY_DIR}/version.cpp @ONLY)
 target_sources(vornelle_core PRIVATE ${PROJECT_BINARY_DIR}/version.cpp)
 target_compile_definitions(vornelle_web PRIVATE VORNELLE_ANNOUNCEMENT_URL="${VORNELLE_ANNOUNCEMENT_URL}")

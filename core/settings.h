@@ -51,7 +51,7 @@ void assignConstants();
 void configLoad();
 
 // Rewrites the file from the record and the window's switches, arms the timers and sets both minute counters
-// to 0.
+// to 0. A file that cannot be written stays as it was, without a word.
 void configSave();
 
 // The number at the start of the text, clamped into the range and rounded (halves to even).
@@ -63,7 +63,7 @@ void configSave();
 // A size for display, in KB: 150000 gives "143K"; never "0K".
 [[nodiscard]] std::string bytes2KB(double bytes);
 
-// One "*" for each character.
+// One "*" for each character, 32767 at the most.
 [[nodiscard]] std::string passwordMask(std::string_view password);
 
 // The path of the start-up shortcut, "vornelle.lnk" in the user's Startup folder; "" when there is no such

@@ -3,6 +3,8 @@
 // after it has shown its window.
 #include "core/startup.h"
 
+#include <algorithm>
+
 #include "base/numbers.h"
 #include "base/text.h"
 #include "core/event_log.h"
@@ -55,10 +57,8 @@ std::string startBanner() {
 }
 
 bool templatesExist() {
-  for (const char* name : kTemplates) {
-    if (!fileExists(applicationFolder() + name)) return false;
-  }
-  return true;
+  return std::ranges::all_of(kTemplates,
+                             [](const char* name) { return fileExists(applicationFolder() + name); });
 }
 
 void endDuplicate() {

@@ -141,7 +141,7 @@ class Writer {
 
   void take(std::string& name) {
     const char c = rest_[0];
-    name += c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    name += isAsciiLetter(c) ? toLowerChar(c) : c;
     rest_.remove_prefix(1);
   }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <string>
 
 #include "base/text.h"
@@ -210,16 +211,14 @@ CharsetName codePage(std::string_view name) {
     const int number = numberBehind(name, start);
     if (number == 1252) return {Kind::windows1252};
     if (number == 936) return {Kind::gb18030};
-    if (std::find(std::begin(kCodePages), std::end(kCodePages), number) != std::end(kCodePages))
-      return {Kind::codePage, number};
+    if (std::ranges::find(kCodePages, number) != std::end(kCodePages)) return {Kind::codePage, number};
   }
   return {};
 }
 
 CharsetName find(std::string_view name) {
-  for (const Alias& alias : kAliases) {
-    if (alias.name == name) return alias.means;
-  }
+  const auto* const alias = std::ranges::find(kAliases, name, &Alias::name);
+  if (alias != std::end(kAliases)) return alias->means;
   const CharsetName found = latin(name);
   return found.kind == Kind::unknown ? codePage(name) : found;
 }

@@ -1,5 +1,10 @@
 #include "platform/common/escape_charsets.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+#include <vector>
+
 #include "base/text.h"
 #include "base/unicode.h"
 
@@ -108,10 +113,8 @@ class FourByteCharacters {
   // The characters with two bytes that code page 936 lacks.
   [[nodiscard]] static char32_t addition(char lead, char trail) {
     const unsigned both = static_cast<unsigned char>(lead) * 256U + static_cast<unsigned char>(trail);
-    for (const Addition& one : kAdditions) {
-      if (one.bytes == both) return one.code;
-    }
-    return kNoCharacter;
+    const auto* const found = std::ranges::find(kAdditions, both, &Addition::bytes);
+    return found == std::end(kAdditions) ? kNoCharacter : found->code;
   }
 
  private:

@@ -128,7 +128,9 @@ struct LookUp {
       const timespec time{static_cast<time_t>(left / 1000), static_cast<long>(left % 1000 * 1000000)};
       const gaicb* const waitedFor[] = {&request};
       const int error = gai_suspend(waitedFor, 1, &time);
-      const bool mayGoOn = error == 0 || error == EAI_AGAIN || error == EAI_INTR || error == EAI_ALLDONE;
+      // glibc tells that the time is over as an error of the system, not as EAI_AGAIN.
+      const bool mayGoOn = error == 0 || error == EAI_AGAIN || error == EAI_INTR || error == EAI_ALLDONE ||
+                           millisecondsUntil(end) == 0;
       if (!mayGoOn) return Waited::failed;
     }
     return Waited::come;

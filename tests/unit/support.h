@@ -4,10 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/module_state.h"
+#include "base/text.h"
 #include "core/form1.h"
 #include "platform/files.h"
 #include "platform/sim/sim.h"
@@ -33,6 +36,13 @@ class SimTest : public testing::Test {
   // Its whole content; "(missing)" where there is none.
   static std::string contentOf(std::string_view path) {
     return readFile(inFolder(path)).value_or("(missing)");
+  }
+
+  // The lines of the log box without their time stamps.
+  static std::vector<std::string> logLines() {
+    std::vector<std::string> lines = splitLines(form1.LogWindow.text());
+    for (std::string& line : lines) line.erase(0, std::min(line.size(), line.find("] ") + 2));
+    return lines;
   }
 };
 

@@ -2,10 +2,11 @@
 // server.
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "base/text.h"
 #include "core/settings.h"
 #include "mail/filter_run.h"
 #include "mail/mail_component.h"
@@ -38,11 +39,11 @@ class FilterRun : public SimTest {
     drop.mails.push_back({.uidl = uidl, .source = mailFrom(sender, subject)});
   }
 
-  // The lines of the log box without their time stamps, as far as they are new.
+  // The lines of the log box, as far as they are new.
   std::vector<std::string> newLog() {
-    std::vector<std::string> lines = splitLines(form1.LogWindow.text().substr(logSeen_));
-    logSeen_ = form1.LogWindow.text().size();
-    for (std::string& line : lines) line.erase(0, line.find("] ") + 2);
+    std::vector<std::string> lines = logLines();
+    lines.erase(lines.begin(),
+                lines.begin() + static_cast<std::ptrdiff_t>(std::exchange(logSeen_, lines.size())));
     return lines;
   }
 
@@ -68,7 +69,7 @@ class FilterRun : public SimTest {
   SimMaildrop drop;
 
  private:
-  std::size_t logSeen_ = 0;
+  std::size_t logSeen_ = 0;  // lines
 };
 
 }  // namespace vornelle

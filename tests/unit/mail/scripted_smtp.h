@@ -35,6 +35,7 @@ struct SmtpMailboxes {
   std::map<std::string, std::string> answers;
   std::string closesAt, stallsAt;                                  // as above
   std::size_t cutAfter = std::numeric_limits<std::size_t>::max();  // bytes of the server
+  std::function<void(const std::string& command)> onCommand;
 
   int connections = 0;
   std::vector<TlsPeer> peers;  // of the handshakes
@@ -80,6 +81,7 @@ class ScriptedSmtp : public sim::Server {
 
   void takeCommand(const std::string& line, std::string& out) {
     state_->commands.push_back(line);
+    if (state_->onCommand) state_->onCommand(line);
     if (!secured) state_->plainCommands.push_back(line);
     if (awaited_ != Awaited::command) return takeCredential(line, out);
     const std::string verb = line.substr(0, line.find(' '));
@@ -93,7 +95,7 @@ class ScriptedSmtp : public sim::Server {
     } else if (verb == "STARTTLS") {
       right = state_->tls && !secured ? "220 go on\r\n" : "502 no\r\n";
     } else if (verb == "AUTH") {
-      awaited_ = Awaited::user;
+      if (state_->answers.count("AUTH") == 0) awaited_ = Awaited::user;
       right = "334 VXNlcm5hbWU6\r\n";
     } else if (verb == "MAIL") {
       mail_ = {};

@@ -8,7 +8,6 @@
 
 namespace vornelle {
 
-inline constexpr const char* kLogoutAnswer = "<script language='Javascript'>window.location='/'</script>\r\n";
 inline constexpr const char* kBackAnswer = "<script language='Javascript'>history.back()</script>\r\n";
 inline constexpr std::string_view kEndedNotice =
     "Your session has ended. Please login again. Your sessions last 30 minutes.";

@@ -11,6 +11,7 @@
 namespace vornelle {
 
 inline const std::string kSessionId = std::string(32, 'Q') + std::string(32, 'Z');
+inline constexpr const char* kLogoutAnswer = "<script language='Javascript'>window.location='/'</script>\r\n";
 inline constexpr std::string_view kLoginTemplate =
     "<html><head><title>Login</title></head><!--SSVERSION-->[<!--SSINFO-->]<form "
     "action='login.cgi'></form></html>";
@@ -71,8 +72,6 @@ class WebTest : public SimTest {
 class ListenerTest : public WebTest {
  protected:
   static constexpr std::string_view kLogout = "GET /logout.cgi HTTP/1.0\r\n\r\n";
-  static constexpr const char* kLogoutAnswer =
-      "<script language='Javascript'>window.location='/'</script>\r\n";
 
   // Every answer stays under way: the client takes no byte.
   static sim::Client reluctant() {

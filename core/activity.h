@@ -51,7 +51,8 @@ struct Outcome {
 };
 
 struct Outcomes {
-  Outcome filterRun, failure, restore, deletion, addition, removal, settingsTest;
+  Outcome filterRun, restore, deletion, addition, removal, settingsTest;
+  Outcome failure;  // why the mailbox could not be reached or read when that failed last
 };
 extern Outcomes outcomes;
 

@@ -121,8 +121,26 @@ class SavedMessages {
   std::size_t bytes_ = 0;
 };
 
+// Messages that were caught and could not be fetched: they stay in the mailbox.
+struct NotFetched {
+  int count = 0;
+  std::string why;  // of the last one
+
+  void add(const MailComponent* component) {
+    ++count;
+    why = component ? failureText(component->failure()) : "something else has used the mailbox meanwhile.";
+  }
+  [[nodiscard]] std::string text() const {
+    if (count == 0) return "";
+    return (count == 1
+                ? " 1 message could not be fetched and stays in the mailbox: "
+                : " " + std::to_string(count) + " messages could not be fetched and stay in the mailbox: ") +
+           why;
+  }
+};
+
 // True when the message counts as spam that has been saved.
-bool catchSpam(const std::string& uidl, SavedMessages& saved) {
+bool catchSpam(const std::string& uidl, SavedMessages& saved, NotFetched& notFetched) {
   // A message that cannot be named can be neither fetched nor told from others: it is kept.
   if (uidl.empty()) return false;
   const std::string key = spamKey(uidl);
@@ -130,6 +148,7 @@ bool catchSpam(const std::string& uidl, SavedMessages& saved) {
   if (currentMail) message = currentMail->popGetMessage(uidl);
   const std::string sender = message ? message->getFromAddress() : "";
   const bool retrieved = message != nullptr;
+  if (!retrieved) notFetched.add(currentMail.get());
   if (!(retrieved ? saved.save(key, std::move(message->rawText)) : saveMissingSpam(key))) return false;
   message.reset();
 
@@ -172,6 +191,7 @@ void mailFilter() {
   if (!listed) outcomes.failure = outcome(false, failureText(lastMailFailures.pop));
 
   std::int16_t spam = 0;
+  NotFetched notFetched;
   {
     const FilterLists lists;
     SavedMessages saved(list && currentMail && currentMail->popExpect(likelySpam(*list, lists)));
@@ -182,7 +202,7 @@ void mailFilter() {
       if (!message->headerPresent || !lists.isSpam(*message)) continue;
       const std::string uidl = message->getUidl();
       // A 16-bit counter: it stays at its highest value.
-      if (catchSpam(uidl, saved)) spam = add16(spam, 1).value_or(spam);
+      if (catchSpam(uidl, saved, notFetched)) spam = add16(spam, 1).value_or(spam);
     }
     saved.settle();
   }
@@ -191,7 +211,8 @@ void mailFilter() {
 
   const std::string result = resultText(std::int64_t{count} - spam, countSpam());
   static_cast<void>(notifyIconModifyTip(" Vornelle - " + result));  // there may be no icon
-  outcomes.filterRun = outcome(listed, "Mail filtered: " + result);
+  outcomes.filterRun =
+      outcome(listed && notFetched.count == 0, "Mail filtered: " + result + notFetched.text());
   LogWindowAdd("Mail filtered: " + result);
 }
 

@@ -1,4 +1,5 @@
 // Faults in the middle of a filter run: no message is gone that is not whole in the SpamBox.
+#include "core/activity.h"
 #include "tests/unit/mail/filter_run_fixture.h"
 
 namespace vornelle {
@@ -22,6 +23,29 @@ TEST_F(FilterRun, AMessageThatCannotBeRetrievedLeavesOneLineEndAndStays) {
   mailFilter();
   EXPECT_TRUE(isSaved("id1", source));
   EXPECT_THAT(drop.mails, IsEmpty());
+}
+
+// The closing line of the log counts them as spam.
+TEST_F(FilterRun, ThePagesTellWhyCaughtMessagesCouldNotBeFetched) {
+  add("id1", "eve@elsewhere.example");
+  add("id2", "eve@elsewhere.example");
+  drop.mails[0].refused = true;
+  mailFilter();
+  EXPECT_FALSE(outcomes.filterRun.good);
+  EXPECT_THAT(outcomes.filterRun.text,
+              testing::StartsWith("Mail filtered:  0 msgs.  2 spam. 1 message could not be fetched and stays "
+                                  "in the mailbox: While a message was being fetched, mail.example"));
+  add("id3", "eve@elsewhere.example");
+  drop.cutAt = "RETR 2";
+  mailFilter();
+  EXPECT_THAT(outcomes.filterRun.text,
+              HasSubstr(" 2 messages could not be fetched and stay in the mailbox: While a message was being "
+                        "fetched, mail.example (port 110) closed the connection"));
+  drop.cutAt.clear();
+  drop.mails[0].refused = false;
+  mailFilter();
+  EXPECT_TRUE(outcomes.filterRun.good);
+  EXPECT_THAT(outcomes.filterRun.text, testing::EndsWith(" spam."));
 }
 
 TEST_F(FilterRun, AMessageWithoutAHeaderIsJudgedByNobody) {

@@ -79,6 +79,39 @@ TEST_F(Pop3ClientTest, AServerThatClosesAtCapaIsAskedAgainWithout) {
   EXPECT_EQ(std::vector<std::string>{"id-40"}, mailbox->deleted);
 }
 
+TEST_F(Pop3ClientTest, WhatTheFirstSessionToldOfTheMailboxIsForgottenInTheSecond) {
+  for (const bool uidlsAsked : {false, true}) {
+    mailbox->messages.clear();
+    mailbox->deleted.clear();
+    mailbox->closesAt = "CAPA";
+    deliverMany(40);
+    // Another program takes the first message away in between: all others get other numbers.
+    mailbox->onCommand = [this](const std::string& command) {
+      if (command == "CAPA") mailbox->messages.erase(mailbox->messages.begin());
+    };
+    mail = std::make_unique<MailComponent>();
+    mail->setPopServer("mail.example");
+    mail->setPopAccount("bob");
+    mail->setPopPassword("secret");
+    ASSERT_TRUE(mail->popConnect());
+    if (uidlsAsked) {
+      ASSERT_TRUE(mail->popGetUidls());
+    }
+    const auto headers = mail->popGetHeaderList(1);
+    ASSERT_TRUE(headers);
+    ASSERT_EQ(39, headers->getCount());
+    EXPECT_EQ("id-2", headers->getItem(0)->getUidl());
+    EXPECT_EQ("Subject 2", headers->getItem(0)->getSubject());
+    const auto fetched = mail->popGetMessage("id-7");
+    ASSERT_TRUE(fetched);
+    EXPECT_EQ(message(7), fetched->getRawText());
+    EXPECT_TRUE(mail->popDeleteMessage("id-7"));
+    EXPECT_FALSE(mail->popDeleteMessage("id-1"));
+    mail.reset();
+    EXPECT_EQ(std::vector<std::string>{"id-7"}, mailbox->deleted);
+  }
+}
+
 TEST_F(Pop3ClientTest, AServerThatNeverAnswersCapaIsAskedAgainWithout) {
   deliverMany(40);
   mailbox->stallsAt = "CAPA";

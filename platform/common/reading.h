@@ -1,5 +1,5 @@
-// Reading files piece by piece. `readSome` (buffer, size) is the system's way to do it: how many bytes it has
-// read, 0 at the end of the file, nullopt where it fails.
+// Reading piece by piece: files, and what has arrived on a connection. Of a file `readSome` (buffer, size) is
+// the system's way to do it: how many bytes it has read, 0 at the end of the file, nullopt where it fails.
 #pragma once
 
 #include <algorithm>
@@ -51,6 +51,24 @@ template <typename ReadSome>
   return start;
 } catch (const std::exception&) {
   return std::nullopt;
+}
+
+// What has arrived on a connection that never blocks, at most so many bytes. `waiting` tells how many bytes
+// are known to be there, `receiveSome` (buffer, size) how many it has received, 0 where there are no more.
+// Reads on until nothing is left, not just what waited at first: each read makes room for bytes that the
+// peer's system has been holding back, and they arrive at once on this machine.
+template <typename Waiting, typename ReceiveSome>
+[[nodiscard]] std::string receiveArrived(std::size_t most, Waiting waiting, ReceiveSome receiveSome) {
+  constexpr std::size_t kPiece = std::size_t{64} * 1024;
+  std::string bytes;
+  while (bytes.size() < most) {
+    const std::size_t before = bytes.size();
+    bytes.resize(std::min(most, before + std::max(waiting(), bytes.empty() ? std::size_t{1} : kPiece)));
+    const std::size_t got = receiveSome(bytes.data() + before, bytes.size() - before);
+    bytes.resize(before + got);
+    if (got == 0) break;
+  }
+  return bytes;
 }
 
 }  // namespace vornelle

@@ -23,6 +23,7 @@
 
 #include "platform/clock.h"
 #include "platform/common/channel.h"
+#include "platform/common/reading.h"
 #include "platform/posix/poller.h"
 #include "platform/unix/descriptor.h"
 
@@ -143,19 +144,16 @@ class TcpConnection final : public Connection, public Polled {
     return ioctl(socket_.get(), FIONREAD, &bytes) == 0 && bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
   }
 
-  // Reads on until nothing is left, not just what waited at first: each read makes room for bytes that the
-  // peer's system has been holding back, and they arrive at once on this machine.
   [[nodiscard]] std::string receive(std::size_t most) override {
-    constexpr std::size_t kPiece = std::size_t{64} * 1024;
-    std::string bytes;
-    while (bytes.size() < most) {
-      const std::size_t before = bytes.size();
-      bytes.resize(std::min(most, before + std::max(waiting(), bytes.empty() ? std::size_t{1} : kPiece)));
-      const ssize_t got = recv(socket_.get(), bytes.data() + before, bytes.size() - before, 0);
-      bytes.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-      if (got == 0 || (got < 0 && errno != EINTR)) break;
-    }
-    return bytes;
+    const auto receiveSome = [this](char* buffer, std::size_t size) {
+      ssize_t got;
+      do {
+        got = recv(socket_.get(), buffer, size, 0);
+      } while (got < 0 && errno == EINTR);
+      return static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+    };
+    return receiveArrived(
+        most, [this] { return waiting(); }, receiveSome);
   }
 
   [[nodiscard]] std::size_t send(std::string_view bytes) override {

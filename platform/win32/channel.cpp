@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/common/reading.h"
 #include "platform/events.h"
 #include "platform/win32/event_loop.h"
 #include "platform/win32/winsock.h"
@@ -119,21 +120,15 @@ class TcpConnection final : public Connection, public WatchedSocket {
     return ioctlsocket(handle(), FIONREAD, &size) == 0 ? size : 0;
   }
 
-  // Reads on until nothing is left, not just what waited at first: each read makes room for bytes that the
-  // peer's system has been holding back, and they arrive at once on this machine.
   [[nodiscard]] std::string receive(std::size_t most) override {
-    constexpr std::size_t kPiece = std::size_t{64} * 1024;
-    std::string bytes;
-    while (bytes.size() < most) {
-      const std::size_t before = bytes.size();
-      bytes.resize(std::min(most, before + std::max(waiting(), bytes.empty() ? std::size_t{1} : kPiece)));
-      const int got = recv(handle(), bytes.data() + before, static_cast<int>(bytes.size() - before), 0);
-      bytes.resize(before + static_cast<std::size_t>(std::max(got, 0)));
+    const auto receiveSome = [this](char* buffer, std::size_t size) {
+      const int got = recv(handle(), buffer, static_cast<int>(size), 0);
       if (got == 0) peer_ = Peer::finished;
       if (got < 0 && WSAGetLastError() != WSAEWOULDBLOCK) peer_ = Peer::broken;
-      if (got <= 0) break;
-    }
-    return bytes;
+      return static_cast<std::size_t>(std::max(got, 0));
+    };
+    return receiveArrived(
+        most, [this] { return waiting(); }, receiveSome);
   }
 
   [[nodiscard]] std::size_t send(std::string_view bytes) override {

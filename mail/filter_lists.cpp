@@ -74,8 +74,10 @@ const FilterListInfo* findList(std::string_view name) {
 }
 
 void createMissingLists() {
-  for (const std::string_view name : {kEnemyList, kFriendList, kSubjectList}) {
-    const std::string path = pathOf(name);
+  Lines paths;
+  for (const FilterListInfo& list : kFilterLists) paths.push_back(pathOf(list.name));
+  ArraySort::quicksort(paths);
+  for (const std::string& path : paths) {
     if (!fileExists(path)) static_cast<void>(appendFile(path, ""));  // a missing list reads as an empty one
   }
 }

@@ -152,7 +152,6 @@ struct Tally {
       // One sentence for both, since pages show what happened last.
       if (deleted > 0) text += ", " + std::to_string(deleted) + " deleted";
       outcomes.restore = outcome(notRestored == 0, text);
-      if (notRestored > 0) outcomes.failure = outcomes.restore;
     }
     if (deleted + notDeleted > 0) {
       std::string text = std::to_string(deleted) + " deleted";

@@ -45,6 +45,7 @@ std::string testConnections() {
     beep();
     alerts = "alert('Cannot log onto POP3 Server!');";
     reasons = failureText(lastMailFailures.pop);
+    outcomes.failure = outcome(false, reasons);
   }
   if (!settings.SMTP_SERVER.empty() && !currentMail->smtpLogin()) {
     beep();
@@ -55,7 +56,6 @@ std::string testConnections() {
   outcomes.settingsTest = reasons.empty()
                               ? outcome(true, "Saved. The mail servers that are entered can be logged onto.")
                               : outcome(false, "Saved. " + reasons);
-  if (!reasons.empty()) outcomes.failure = outcome(false, reasons);
   logLastTlsFailures();
   return alerts;
 }

@@ -221,6 +221,7 @@ TEST_F(MessageActions, WhyOneMessageCouldNotBeRestoredIsToldAlthoughTheNextOneCo
   post("SPAMBOX", "SUBMIT3=RESTORE-DELETE&R0=1&R1=1&END=1");
   EXPECT_THAT(outcomes.restore.text, StartsWith("1 restored, 1 could not be: "));
   EXPECT_THAT(outcomes.restore.text, HasSubstr("said: \"550 no\""));
+  EXPECT_EQ(outcomes.failure.text, "") << "the Inbox page would say that the mailbox was not reached";
 }
 
 TEST_F(MessageActions, AReasonOfAnEarlierTaskIsNoReasonOfThisOne) {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/activity.h"
 #include "core/earlier_log_in.h"
 #include "mail/mail_component.h"
 #include "tests/unit/line_server.h"
@@ -220,14 +221,18 @@ TEST_F(ConfigUpdateTest, AServerThatCannotBeLoggedOnToGivesABeepAndAnAlert) {
   serveSmtp();
   EXPECT_EQ(post(kServers), answer(kPopAlert));
   EXPECT_EQ(sim::shell().beeps, 1);
+  EXPECT_THAT(outcomes.failure.text, HasSubstr("pop.example"));
 
   sim::removeServer("smtp.example", 25);
   EXPECT_EQ(post(kServers), answer(std::string(kPopAlert) + kSmtpAlert));
   EXPECT_EQ(sim::shell().beeps, 3);
 
   servePop();
+  outcomes.failure = {};
   EXPECT_EQ(post(kServers), answer(kSmtpAlert));
   EXPECT_EQ(sim::shell().beeps, 4);
+  EXPECT_EQ(outcomes.failure.text, "") << "the mailbox was reached";
+  EXPECT_THAT(outcomes.settingsTest.text, HasSubstr("smtp.example"));
   EXPECT_EQ(currentMail, nullptr);
 }
 

@@ -9,12 +9,14 @@ namespace {
 // Gives out the bytes in pieces of the same size, then the end of the stream.
 class Pieces : public NetStream {
  public:
-  Pieces(std::string bytes, std::size_t piece) : bytes_(std::move(bytes)), piece_(piece) {}
+  Pieces(std::string bytes, std::size_t piece, std::shared_ptr<std::size_t> read = {})
+      : bytes_(std::move(bytes)), piece_(piece), read_(std::move(read)) {}
 
   [[nodiscard]] std::optional<std::size_t> read(char* buffer, std::size_t size, int /*timeout*/) override {
     const std::size_t count = std::min({size, piece_, bytes_.size() - position_});
     bytes_.copy(buffer, count, position_);
     position_ += count;
+    if (read_) *read_ = position_;
     return count;
   }
   [[nodiscard]] bool write(std::string_view bytes, int /*timeout*/) override { return bytes != "broken"; }
@@ -22,6 +24,7 @@ class Pieces : public NetStream {
  private:
   std::string bytes_;
   std::size_t piece_, position_ = 0;
+  std::shared_ptr<std::size_t> read_;  // told how many bytes have been given out
 };
 
 constexpr std::size_t kNoLimit = 1U << 30;
@@ -98,6 +101,11 @@ TEST_F(LineStreamTest, ATextLongerThanTheLimitKillsTheStream) {
   open("12345\r\n.\r\n");
   EXPECT_EQ("(failed)", readText(6));
   EXPECT_FALSE(line->alive());
+  // At once: a server that never ends the text is not read on.
+  const auto read = std::make_shared<std::size_t>(0);
+  line.emplace(std::make_unique<Pieces>(std::string(100'000, 'x'), 10, read), 1000);
+  EXPECT_EQ("(failed)", readText(100));
+  EXPECT_LT(*read, 200U);
 }
 
 TEST_F(LineStreamTest, ALineLongerThanTheLimitKillsTheStream) {

@@ -13,9 +13,11 @@ LastRemoval lastRemoval;
 namespace {
 
 Activity* innermost = nullptr;
+int outcomesSoFar = 0;
 
 const ModuleState outcomesState([] {
   outcomes = Outcomes{};
+  outcomesSoFar = 0;
   lastRemoval = LastRemoval{};
 });
 
@@ -75,7 +77,7 @@ std::string progressText(const Progress& progress) {
 }
 
 Outcome outcome(bool good, std::string text) {
-  return {utcNow(), good, std::move(text)};
+  return {utcNow(), good, std::move(text), ++outcomesSoFar};
 }
 
 }  // namespace vornelle

@@ -48,6 +48,7 @@ struct Outcome {
   std::int64_t time = 0;  // seconds since 1970 UTC; 0: there has been none
   bool good = true;
   std::string text;  // a sentence for people
+  int order = 0;     // of two in the same second the later one has the greater number
 };
 
 struct Outcomes {

@@ -1,6 +1,9 @@
 #include "pages/status.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
+#include <utility>
 
 #include "base/characters.h"
 #include "base/unicode.h"
@@ -30,22 +33,23 @@ std::string underWayJson() {
          "}";
 }
 
-void addOutcome(std::string& json, std::string_view name, const Outcome& one) {
-  if (one.time == 0) return;
-  if (json.back() != '{') json += ", ";
-  json += quotedJson(name) + ": {\"time\": " + std::to_string(one.time) + ", \"good\": " + truth(one.good) +
-          ", \"text\": " + quotedJson(one.text) + "}";
-}
-
+// The last one of each kind, in the order in which they came about.
 std::string resultsJson() {
+  std::array kinds = {std::pair{"filterRun", &outcomes.filterRun},
+                      std::pair{"failure", &outcomes.failure},
+                      std::pair{"restore", &outcomes.restore},
+                      std::pair{"delete", &outcomes.deletion},
+                      std::pair{"add", &outcomes.addition},
+                      std::pair{"remove", &outcomes.removal},
+                      std::pair{"settingsTest", &outcomes.settingsTest}};
+  std::ranges::sort(kinds, {}, [](const auto& kind) { return kind.second->order; });
   std::string json = "{";
-  addOutcome(json, "filterRun", outcomes.filterRun);
-  addOutcome(json, "failure", outcomes.failure);
-  addOutcome(json, "restore", outcomes.restore);
-  addOutcome(json, "delete", outcomes.deletion);
-  addOutcome(json, "add", outcomes.addition);
-  addOutcome(json, "remove", outcomes.removal);
-  addOutcome(json, "settingsTest", outcomes.settingsTest);
+  for (const auto& [name, one] : kinds) {
+    if (one->time == 0) continue;
+    if (json.back() != '{') json += ", ";
+    json += quotedJson(name) + ": {\"time\": " + std::to_string(one->time) +
+            ", \"good\": " + truth(one->good) + ", \"text\": " + quotedJson(one->text) + "}";
+  }
   return json + "}";
 }
 

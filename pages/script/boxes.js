@@ -119,6 +119,15 @@
       list = rows();
       list.reverse().forEach(function (row) { row.parentNode.appendChild(row); });
     }
+    // The choice of pages begins with the newest, too.
+    function turnJump() {
+      var choice = jump.querySelector('select'), step = Number(choice.options[1].value), end, from;
+      choice.replaceChildren();
+      for (end = total; end > 0; end -= step) {
+        from = Math.max(0, end - size);
+        choice.add(new Option(from + 1 + ' - ' + (from + size), from, false, first <= from && first > from - step));
+      }
+    }
     if (!isOn()) return;
     // The list as it was just fetched starts with the oldest.
     if (jump && first === 0 && !/&msg=/i.test(location.search)) {
@@ -127,6 +136,7 @@
     }
     turn();
     if (!jump) return;
+    turnJump();
     all('.pagedesc').forEach(function (place) {
       var steps = { First: first + size < total ? to(total) : '', Prev: first + size < total ? to(first + size) : '',
         Next: first > 0 ? to(first - size) : '', Last: first > 0 ? to(0) : '' };

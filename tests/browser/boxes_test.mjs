@@ -86,6 +86,15 @@ inEachBrowser((userTest) => {
     assert.deepEqual(await user.subjects(), letters(9, 0));
     await follow(user, 'Prev', '(showing 11 - 20 of 33)');
     await follow(user, 'First', '(showing 24 - 33 of 33)');
+    assert.deepEqual(await user.page.$$eval('#jump option', (all) => all.map((one) => one.textContent)),
+      ['24 - 33', '14 - 23', '4 - 13', '1 - 10']);
+    await user.page.selectOption('#jump', { label: '4 - 13' });
+    await user.page.click('.jump button');
+    await user.page.waitForURL(/msg=3$/);
+    await user.shows('inbox');
+    assert.deepEqual(await user.subjects(), letters(12, 3));
+    assert.equal(await user.page.inputValue('#jump'), '3');
+    await follow(user, 'First', '(showing 24 - 33 of 33)');
     assert.equal(server.pop.sessions.length, sessions, 'the held listing is enough');
     // A box stands for its own message, and the list that comes fresh begins with the newest too.
     await user.tick('D', 'letter 31');

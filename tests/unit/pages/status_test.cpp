@@ -37,6 +37,18 @@ TEST_F(Status, TellsTheResultsThatThereHaveBeen) {
   EXPECT_THAT(status, HasSubstr("\"testMode\": true"));
 }
 
+TEST_F(Status, OfTwoResultsInTheSameSecondTheLaterOneIsNamedLast) {
+  const auto isNamedLast = [](std::string_view name, std::string_view other) {
+    const std::string status = statusJson();
+    return status.find(name) > status.find(other);
+  };
+  outcomes.removal = outcome(true, "removed");
+  outcomes.filterRun = outcome(true, "filtered");
+  EXPECT_TRUE(isNamedLast("\"filterRun\"", "\"remove\""));
+  outcomes.removal = outcome(true, "removed again");
+  EXPECT_TRUE(isNamedLast("\"remove\"", "\"filterRun\""));
+}
+
 TEST_F(Status, TellsWhatCanBePutBack) {
   lastRemoval = {"EnemyList", {"eve", "a \"b\""}};
   EXPECT_THAT(statusJson(),

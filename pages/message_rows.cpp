@@ -110,7 +110,8 @@ std::string listHeader(std::string_view title, std::string_view page, const RowR
   }
   if (inBrowser) {
     const bool last = range.last >= range.total - 1;
-    text += "&nbsp;|&nbsp;" + (last ? "<small>Last</small>" : pageLink(page, lastPageStart(range), "Last"));
+    text += "&nbsp;|&nbsp;" +
+            (last ? "<small>Last</small>" : pageLink(page, pageStartOf(range.total - 1), "Last"));
   }
   const int firstShown = range.total > 0 ? range.first + 1 : 0;
   return text + " (showing " + std::to_string(firstShown) + " - " + std::to_string(range.last + 1) + " of " +

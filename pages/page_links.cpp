@@ -16,8 +16,8 @@ int rowsOfPage() {
 
 }  // namespace
 
-int lastPageStart(const RowRange& range) {
-  return range.total > 0 ? (range.total - 1) / rowsOfPage() * rowsOfPage() : 0;
+int pageStartOf(int row) {
+  return std::max(row, 0) / rowsOfPage() * rowsOfPage();
 }
 
 std::string jumpForm(std::string_view page, const RowRange& range) {

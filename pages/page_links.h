@@ -8,8 +8,9 @@
 
 namespace vornelle {
 
-// The row that the last page starts at, when pages are counted from the first row.
-[[nodiscard]] int lastPageStart(const RowRange& range);
+// The row that the page with that row starts at, when pages are counted from the first row; 0 for a row below
+// 0.
+[[nodiscard]] int pageStartOf(int row);
 
 // A form with all pages to choose from, and in data attributes what the page's script needs to walk them in
 // the other direction: the first row shown, the rows of a page and of the list. "" where one page holds all,

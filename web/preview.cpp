@@ -24,6 +24,7 @@
 #include "pages/message_listing.h"
 #include "pages/message_page.h"
 #include "pages/message_rows.h"
+#include "pages/page_links.h"
 #include "pages/safe_html.h"
 #include "pages/template.h"
 #include "web/message_views.h"
@@ -183,6 +184,7 @@ std::string previewPage() {
        {"<!--SSBOX-->", std::string(box.name)},
        {"<!--SSBOXTITLE-->", std::string(box.title)},
        {"<!--SSBOXPAGE-->", std::string(box.listPage)},
+       {"<!--SSBOXFIRST-->", std::to_string(pageStartOf(place))},
        {"<!--SSKEY-->", browserText(key)},
        {"<!--SSRESTORE-->", restoreOffer(box, key, from)},
        {"<!--SSFROMNAME-->", browserText(name.empty() ? "<none>" : name)},

@@ -67,6 +67,12 @@ inEachBrowser((userTest) => {
     await user.shows('spambox');
     assert.equal(await user.showing(), '(showing 11 - 20 of 25)');
     assert.equal(await user.page.inputValue('#jump'), '10');
+    // Who has read a message gets back to where it stands.
+    await user.page.click('#boxes td.subject a >> nth=9');
+    await user.page.waitForSelector('main.preview');
+    await user.page.click('.around a:text("SpamBox")');
+    await user.shows('spambox');
+    assert.equal(await user.showing(), '(showing 11 - 20 of 25)');
   });
 
   userTest('TheInboxIsShownNewestFirstWhereThatIsChosen', () => app, async (user) => {

@@ -18,9 +18,9 @@ class PageLinks : public PageTest {
 };
 
 TEST_F(PageLinks, TheLastPageStartsWhereTheWayForthEnds) {
-  EXPECT_EQ(lastPageStart({0, 14, 31}), 30);
-  EXPECT_EQ(lastPageStart({0, 14, 30}), 15);
-  EXPECT_EQ(lastPageStart({0, -1, 0}), 0);
+  EXPECT_EQ(pageStartOf(30), 30);
+  EXPECT_EQ(pageStartOf(29), 15);
+  EXPECT_EQ(pageStartOf(-1), 0);
 }
 
 TEST_F(PageLinks, EveryPageCanBeChosenAndTheOneShownIsMarked) {

@@ -184,6 +184,21 @@ TEST_F(MessageActions, APageThatIsBuiltMeanwhileDoesNotChangeWhatIsDeleted) {
   EXPECT_THAT(mailbox_.uidls(), ElementsAre("b"));
 }
 
+TEST_F(MessageActions, EventsAreServedBeforeEachCheckedRow) {
+  form1.LogWindow.onChange = nullptr;  // writing the log lets events in as well
+  for (const char* key : {"a", "b"}) makeFile("\\spam\\" + std::string(key) + ".txt", "x");
+  row(0, "a", "ann");
+  row(1, "b", "bob");
+  std::vector<std::size_t> linesThen;
+  const auto look = [&] { linesThen.push_back(logLines().size()); };
+  sim::after(0, look);
+  form1.LogWindow.onAppend = [&](std::string_view) {
+    if (linesThen.size() == 1) sim::after(0, look);
+  };
+  post("SPAMBOX", "SUBMIT3=RESTORE-DELETE&D0=1&D1=1&END=1");
+  EXPECT_THAT(linesThen, ElementsAre(0, 1));
+}
+
 TEST_F(MessageActions, ATaskThatTakesTheComponentAwayStopsTheDeletions) {
   mailbox_.add("a", "x@x.example", "s");
   row(0, "a", "ann");

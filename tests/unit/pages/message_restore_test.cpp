@@ -64,11 +64,18 @@ TEST_F(MessageActions, WithAUserTheLogOnComesFirst) {
   EXPECT_THAT(outbox_->commands, Contains(base64Encode("joe")));
 }
 
+TEST_F(MessageActions, TheFieldThatNamesTheSenderMayBeInAnyLetterCase) {
+  makeFile("\\spam\\a.txt", "Subject: s\r\nFROM: a@x.example\r\n");
+  EXPECT_TRUE(restoreSpam(inFolder("\\spam\\a.txt")));
+  EXPECT_THAT(logLines(), ElementsAre("Restore msg from a@x.example to InBox"));
+}
+
 TEST_F(MessageActions, WithoutAConnectionNothingIsRestored) {
   outbox_->answers["GREETING"] = "554 no\r\n";
   EXPECT_FALSE(restoreSpam(inFolder("\\spam\\a.txt")));
   EXPECT_EQ(sim::shell().beeps, 1);
   EXPECT_THAT(logLines(), ElementsAre("**Cannot connect to SMTP server!"));
+  EXPECT_EQ(currentMail, nullptr);
 }
 
 TEST_F(MessageActions, WithoutALogOnNothingIsRestored) {
@@ -77,6 +84,7 @@ TEST_F(MessageActions, WithoutALogOnNothingIsRestored) {
   EXPECT_FALSE(restoreSpam(inFolder("\\spam\\a.txt")));
   EXPECT_EQ(sim::shell().beeps, 1);
   EXPECT_THAT(logLines(), ElementsAre("**Cannot log onto SMTP server!"));
+  EXPECT_EQ(currentMail, nullptr);
 }
 
 TEST_F(MessageActions, ARefusedMessageIsAProblem) {

@@ -10,6 +10,7 @@ import { redirectTarget } from '../support/bare_http.mjs';
 import { Dovecot } from '../support/dovecot.mjs';
 import { faultRun } from '../support/fault_run.mjs';
 import { boxesForm, settingsForm } from '../support/forms.mjs';
+import { statusOf } from '../support/gateway_http.mjs';
 import { Application } from '../support/harness.mjs';
 import { MailServer } from '../support/mailserver.mjs';
 import { friendly, largeMailbox, smallMailbox, spam } from '../support/mails.mjs';
@@ -80,7 +81,9 @@ for (const [name, fields] of Object.entries({
 
     test('TheWholeFilterRunSavesByteForByteAndDeletes', async () => {
       const stored = dovecot.messages();
-      assert.equal(await app.filterMail(), 'Mail filtered:  1 msgs.  2 spam.');
+      const result = await app.filterMail();
+      assert.equal(result, 'Mail filtered:  1 msgs.  2 spam.',
+        `${app.log()}\n${JSON.stringify((await statusOf(app)).pop)}\n${dovecot.log()}`);
       const saved = Object.values(app.spamBox()).map((data) => data.toString('latin1')).sort();
       assert.deepEqual(saved, stored.slice(1).map((data) => data.toString('latin1') + '\r\n').sort());
       assert.equal(dovecot.messages().length, 1);

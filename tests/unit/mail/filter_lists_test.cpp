@@ -266,6 +266,9 @@ TEST_F(FilterLists, TheFilterUsesTheFirstTenThousandLinesAndSaysSo) {
   EXPECT_EQ(entries->size(), 10000u);
   EXPECT_EQ(entries->back(), "entry9999");
   EXPECT_THAT(log(), EndsWith("] **FriendList has 10002 lines, only the first 10000 are used\r\n"));
+  const std::string before = log();
+  EXPECT_EQ(listLines("FriendList")->size(), 10000u) << "what pages tell goes by the same lines";
+  EXPECT_EQ(log(), before);
 }
 
 TEST_F(FilterLists, ListNamesAreKnownInAnyLetterCase) {

@@ -9,7 +9,7 @@ const NODE = [...BOTH, 'process', 'Buffer', 'setImmediate', 'clearImmediate'];
 const BROWSER = [...BOTH, 'window', 'document', 'location', 'history', 'navigator', 'sessionStorage', 'localStorage', 'alert',
   'confirm', 'Event', 'CustomEvent', 'FormData', 'HTMLElement', 'MutationObserver', 'getComputedStyle', 'requestAnimationFrame', 'Intl',
   'matchMedia', 'top', 'self', 'parent', 'innerHeight', 'innerWidth', 'scrollTo', 'XMLHttpRequest', 'DOMParser', 'Element',
-  'Document', 'EventTarget', 'HTMLFormElement', 'addEventListener'];
+  'Document', 'EventTarget', 'HTMLFormElement', 'Option', 'addEventListener'];
 
 const RULES = {
   ...js.configs.recommended.rules,

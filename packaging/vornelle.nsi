@@ -167,6 +167,7 @@ Section "Uninstall"
   MessageBox MB_YESNO|MB_ICONQUESTION|MB_DEFBUTTON2 "Remove your settings, your lists and the saved spam, too?" /SD IDNO IDNO keep
   Delete "$INSTDIR\Vornelle.ini"
   Delete "$INSTDIR\Vornelle.log"
+  Delete "$INSTDIR\tls-certificates.txt"
   Delete "$INSTDIR\data\friendlist.txt"
   Delete "$INSTDIR\data\subjectlist.txt"
   Delete "$INSTDIR\data\enemylist.txt"

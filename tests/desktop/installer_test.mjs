@@ -159,6 +159,7 @@ test('A silent removal takes the program and leaves what is the user\'s own', as
 
 test('A removal by hand asks for settings, lists and spam, and takes them only on Yes', async () => {
   assert.equal(await install(), 0);
+  app.write('tls-certificates.txt', 'accepted');
   const removal = run(app.path('uninstall.exe'), `_?=${await installedFolder()}`);
   const wizard = await desktop.window({ class: '#32770', text: /Vornelle.*Uninstall/ }, 30000);
   await desktop.click(desktop.control(wizard, '&Uninstall'));

@@ -70,7 +70,7 @@ void configLoad() {
   const std::string path = settingsPath();
   const bool exists = fileExists(path);
   const std::optional<std::string> text = exists ? readFile(path) : std::nullopt;
-  for (const std::string& line : splitLines(text.value_or(""))) takeLine(line);
+  for (const std::string& line : splitLines(text.value_or(""))) takeSettingsLine(line);
   armTimers();
   for (const Setting& setting : allSettings()) {
     if (setting.box) (form1.*setting.box).setChecked(settingText(setting) == "TRUE");

@@ -123,7 +123,7 @@ std::optional<std::string> refusalOf(const Setting& setting, std::string_view te
   return name + " takes a whole number" + most + ", for example " + settingText(setting, Settings{}) + ".";
 }
 
-void takeLine(std::string_view line) {
+void takeSettingsLine(std::string_view line) {
   const Setting* setting = nullptr;
   for (const Setting& one : allSettings()) {
     if (startsWithNoCase(line, one.key) && (!setting || one.key.size() > setting->key.size())) setting = &one;

@@ -74,7 +74,7 @@ void takeTyped(const Setting& setting, const std::string& text);
 
 // A line of the settings file. The key that begins the line takes it, the longest of them where several do; a
 // line that begins with none is passed over.
-void takeLine(std::string_view line);
+void takeSettingsLine(std::string_view line);
 
 // The whole record back to its defaults, but for what no key holds.
 void setDefaults();

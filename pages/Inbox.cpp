@@ -87,7 +87,7 @@ std::optional<std::string> inboxSize(std::int16_t index) {
 
 namespace {
 
-constexpr std::string_view kEmptyRow =
+constexpr std::string_view kEmptyInboxRow =
     "<tr class='tableBGcolor'>\r\n"
     "    <td valign='top'>none</td>\r\n"
     "    <td>none</td>\r\n"
@@ -115,7 +115,7 @@ std::string inboxRow(std::int16_t i, const KnownSenders* known) {
 }  // namespace
 
 std::string pageInbox(std::int16_t& first) {
-  constexpr RowPage kPage = {"Inbox",   "displayinbox.htm", "inbox.htm", "<!--SSINBOX-->",     kEmptyRow,
+  constexpr RowPage kPage = {"Inbox",   "displayinbox.htm", "inbox.htm", "<!--SSINBOX-->",     kEmptyInboxRow,
                              inboxList, inboxCount,         inboxRow,    &lastMailFailures.pop};
   return buildRowPage(kPage, first);
 }

@@ -89,7 +89,7 @@ std::optional<std::string> spamboxSize(std::int16_t index) {
 
 namespace {
 
-constexpr std::string_view kEmptyRow =
+constexpr std::string_view kEmptySpamBoxRow =
     "<tr class='tableBGcolor2'>\r\n"
     "    <td valign='top'>none</td>\r\n"
     "    <td>none</td>\r\n"
@@ -121,8 +121,8 @@ std::string spamboxRow(std::int16_t i, const KnownSenders* known) {
 }  // namespace
 
 std::string pageSpamBox(std::int16_t& first) {
-  constexpr RowPage kPage = {"SpamBox", "displayspambox.htm", "spambox.htm", "<!--SSSPAM-->",
-                             kEmptyRow, spamboxList,          spamboxCount,  spamboxRow};
+  constexpr RowPage kPage = {"SpamBox",        "displayspambox.htm", "spambox.htm", "<!--SSSPAM-->",
+                             kEmptySpamBoxRow, spamboxList,          spamboxCount,  spamboxRow};
   return buildRowPage(kPage, first);
 }
 

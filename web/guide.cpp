@@ -8,7 +8,7 @@
 namespace vornelle {
 namespace {
 
-constexpr std::string_view kPage = "/guide.htm";
+constexpr std::string_view kGuidePage = "/guide.htm";
 constexpr std::string_view kPictures = "/guide/";
 constexpr std::string_view kPictureEnding = ".webp";
 
@@ -30,7 +30,7 @@ bool isPictureName(std::string_view name) {
 }  // namespace
 
 bool isGuide(std::string_view target) {
-  return equalsNoCase(withoutQuery(target), kPage) || isGuidePicture(target);
+  return equalsNoCase(withoutQuery(target), kGuidePage) || isGuidePicture(target);
 }
 
 bool isGuidePicture(std::string_view target) {

@@ -89,13 +89,13 @@ void loadTimeIsUp(HWND dialog) {
   showLinkControl(dialog);
 }
 
-void fill(HWND dialog) {
+void fillAbout(HWND dialog) {
   setWindowText(dialog, frmAboutTitle());
   // Making the browser control takes a while: the window is seen first and gets its text then.
   PostMessageW(dialog, kTextMessage, 0, 0);
 }
 
-void command(HWND dialog, int control, int /*notification*/) {
+void aboutCommand(HWND dialog, int control, int /*notification*/) {
   if (control == IDOK || control == IDCANCEL) closeModal(dialog);
 }
 
@@ -122,7 +122,7 @@ bool furtherMessage(HWND dialog, UINT message, LPARAM lParam) {
 }  // namespace
 
 void showAboutWindow() {
-  runModal(IDD_ABOUT, 0, {fill, command, furtherMessage});
+  runModal(IDD_ABOUT, 0, {fillAbout, aboutCommand, furtherMessage});
 }
 
 }  // namespace vornelle::win32

@@ -84,7 +84,7 @@ DialogTemplate makeDialog() {
 }
 
 // Made once, and never taken away while a key of it may be under way.
-HACCEL accessKeys() {
+HACCEL configAccessKeys() {
   static const HACCEL table = [] {
     std::vector<ACCEL> keys = {{FVIRTKEY | FALT, 'U', SaveButton}, {FVIRTKEY | FALT, 'C', CancelButton}};
     for (std::size_t row = 0; row < rows().size(); ++row) {
@@ -185,13 +185,13 @@ void update(HWND dialog) {
   }
 }
 
-void fill(HWND dialog) {
+void fillConfig(HWND dialog) {
   showCaptions(dialog);
   fillBoxes(dialog, dlgConfigLoad());
   showNotes(dialog);
 }
 
-void command(HWND dialog, int control, int notification) {
+void configCommand(HWND dialog, int control, int notification) {
   if (control == SaveButton && notification == BN_CLICKED) {
     update(dialog);
   } else if (control == CancelButton && notification == BN_CLICKED) {
@@ -207,7 +207,7 @@ void command(HWND dialog, int control, int notification) {
 }  // namespace
 
 void showConfigDialog() {
-  runModal(makeDialog(), accessKeys(), {fill, command});
+  runModal(makeDialog(), configAccessKeys(), {fillConfig, configCommand});
 }
 
 }  // namespace vornelle::win32

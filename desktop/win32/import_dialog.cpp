@@ -27,7 +27,7 @@ const Caption kCaptions[] = {
     {IDC_LoadButton, IDC_LoadButton, kLoadButton},
 };
 
-void fill(HWND dialog) {
+void fillImport(HWND dialog) {
   setWindowText(dialog, kDlgImportCaption);
   const HWND toolTips = makeToolTips(dialog);
   for (const Caption& entry : kCaptions) {
@@ -74,7 +74,7 @@ void loadFile(HWND dialog) {
   }
 }
 
-void command(HWND dialog, int control, int notification) {
+void importCommand(HWND dialog, int control, int notification) {
   if (notification != BN_CLICKED) return;
   if (control == IDC_LoadButton) loadFile(dialog);
   if (control == IDC_ImportButton) ImportButtonClick(readControls(dialog));
@@ -84,7 +84,7 @@ void command(HWND dialog, int control, int notification) {
 }  // namespace
 
 void showImportDialog() {
-  runModal(IDD_IMPORT, IDA_IMPORT, {fill, command});
+  runModal(IDD_IMPORT, IDA_IMPORT, {fillImport, importCommand});
 }
 
 }  // namespace vornelle::win32

@@ -33,7 +33,7 @@ struct Release {
   }
 };
 using Context = std::unique_ptr<SSL_CTX, Release<SSL_CTX_free>>;
-using Connection = std::unique_ptr<SSL, Release<SSL_free>>;
+using OwnedSsl = std::unique_ptr<SSL, Release<SSL_free>>;
 using Certificate = std::unique_ptr<X509, Release<X509_free>>;
 using Names = std::unique_ptr<GENERAL_NAMES, Release<GENERAL_NAMES_free>>;
 
@@ -53,7 +53,7 @@ SSL_CTX* context() {
   return made.get();
 }
 
-TlsProblem problemOf(int error) {
+TlsProblem tlsProblemOf(int error) {
   switch (error) {
     case X509_V_ERR_HOSTNAME_MISMATCH:
     case X509_V_ERR_IP_ADDRESS_MISMATCH:
@@ -98,7 +98,7 @@ int noteFault(int good, X509_STORE_CTX* check) {
       static_cast<SSL*>(X509_STORE_CTX_get_ex_data(check, SSL_get_ex_data_X509_STORE_CTX_idx()));
   auto* const noted = static_cast<Noted*>(SSL_get_app_data(ssl));
   const int error = X509_STORE_CTX_get_error(check);
-  noted->faults.add(problemOf(error));
+  noted->faults.add(tlsProblemOf(error));
   if (noted->firstError == X509_V_OK) noted->firstError = error;
   return 1;
 }
@@ -209,7 +209,7 @@ class OpensslEngine final : public TlsEngine {
     finding.fingerprint = fingerprintOf(certificate.get());
     if (!finding.fingerprint.empty() && finding.fingerprint == acceptedFingerprint_) return finding;
     const long result = SSL_get_verify_result(ssl_.get());
-    if (result != X509_V_OK) noted_.faults.add(problemOf(static_cast<int>(result)));
+    if (result != X509_V_OK) noted_.faults.add(tlsProblemOf(static_cast<int>(result)));
     if (finding.fingerprint.empty()) noted_.faults.add(TlsProblem::badCertificate);
     finding.problem = noted_.faults.gravest();
     if (finding.problem != TlsProblem::none) {
@@ -292,7 +292,7 @@ class OpensslEngine final : public TlsEngine {
 
   const std::string acceptedFingerprint_;
   Noted noted_;
-  Connection ssl_;  // owns both buffers
+  OwnedSsl ssl_;  // owns both buffers
   BIO* in_ = nullptr;
   BIO* out_ = nullptr;
   bool failed_ = false;

@@ -10,14 +10,14 @@
 namespace vornelle {
 namespace {
 
-struct State {
+struct LoopState {
   std::deque<std::function<void()>> posted;
   int socketEventsInARow = 0;
 };
 
 // Never destroyed: static objects of the program may still use the loop while the process ends.
-State& state() {
-  static State* const instance = new State;
+LoopState& state() {
+  static LoopState* const instance = new LoopState;
   return *instance;
 }
 
@@ -39,7 +39,7 @@ void collectSocketEvents() {
 
 bool serveOne() {
   collectReady();
-  State& loop = state();
+  LoopState& loop = state();
   if (!loop.posted.empty()) {
     const std::function<void()> event = std::move(loop.posted.front());
     loop.posted.pop_front();

@@ -36,14 +36,14 @@ constexpr std::chrono::microseconds kQuick{100};
 bool quick = true;
 
 // A file that is flushed, at once or beside others.
-class Flush {
+class FileFlush {
  public:
   // "" and what cannot be opened: a flush that fails.
-  explicit Flush(const std::string& native)
+  explicit FileFlush(const std::string& native)
       : file_(native.empty() ? -1 : open(native.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
-  Flush(const Flush&) = delete;
-  Flush& operator=(const Flush&) = delete;
-  ~Flush() { static_cast<void>(done()); }
+  FileFlush(const FileFlush&) = delete;
+  FileFlush& operator=(const FileFlush&) = delete;
+  ~FileFlush() { static_cast<void>(done()); }
 
   void now() { flushed_ = file_.isOpen() && files::flushDescriptor(file_.get()); }
 
@@ -78,7 +78,7 @@ class Flush {
 std::vector<bool> flushNatives(const std::vector<std::string>& natives) {
   std::vector<bool> flushed;
   for (; quick && flushed.size() < natives.size();) {
-    Flush flush(natives[flushed.size()]);
+    FileFlush flush(natives[flushed.size()]);
     const Clock::time_point start = Clock::now();
     flush.now();
     quick = Clock::now() - start <= kQuick;
@@ -88,9 +88,9 @@ std::vector<bool> flushNatives(const std::vector<std::string>& natives) {
   if (rest == 0) return flushed;
 
   const Clock::time_point start = Clock::now();
-  std::deque<Flush> flushes;  // each stays where it is
+  std::deque<FileFlush> flushes;  // each stays where it is
   for (std::size_t at = flushed.size(); at < natives.size(); ++at) flushes.emplace_back(natives[at]).beside();
-  for (Flush& flush : flushes) flushed.push_back(flush.done());
+  for (FileFlush& flush : flushes) flushed.push_back(flush.done());
   quick = Clock::now() - start <= kQuick / 2 * static_cast<int>(rest);
   return flushed;
 }

@@ -6,7 +6,7 @@
 namespace vornelle {
 namespace {
 
-constexpr std::string_view kStamp = "[11-15-26 01:55 AM] ";
+constexpr std::string_view kLineStamp = "[11-15-26 01:55 AM] ";
 
 class EventLog : public SimTest {
  protected:
@@ -19,8 +19,8 @@ class EventLog : public SimTest {
     LogWindowAdd(text);
     const std::string line = form1.LogWindow.text();
     EXPECT_EQ(contentOf("\\Vornelle.log"), line);
-    EXPECT_TRUE(line.starts_with(kStamp) && line.ends_with("\r\n")) << line;
-    return line.substr(kStamp.size(), line.size() - kStamp.size() - 2);
+    EXPECT_TRUE(line.starts_with(kLineStamp) && line.ends_with("\r\n")) << line;
+    return line.substr(kLineStamp.size(), line.size() - kLineStamp.size() - 2);
   }
   static std::string id() { return std::string(64, 'Q'); }
 };
@@ -52,7 +52,7 @@ TEST_F(EventLog, TheBoxKeepsEveryLineAndTheFileIsAppendedTo) {
   makeFile("\\Vornelle.log", "an earlier run\r\n");
   LogWindowAdd("one");
   LogWindowAdd("two");
-  const std::string lines = std::string(kStamp) + "one\r\n" + std::string(kStamp) + "two\r\n";
+  const std::string lines = std::string(kLineStamp) + "one\r\n" + std::string(kLineStamp) + "two\r\n";
   EXPECT_EQ(form1.LogWindow.text(), lines);
   EXPECT_EQ(contentOf("\\Vornelle.log"), "an earlier run\r\n" + lines);
 }
@@ -114,11 +114,11 @@ TEST_F(EventLog, TheCutFollowsTheLengthOfTheDeletePrefix) {
 TEST_F(EventLog, NoIdSlipsThroughBehindTheReachOf16BitPositions) {
   const std::string far(40000, 'x');
   std::string line = logged(far + "?s=" + id());
-  EXPECT_EQ(kStamp.size() + line.size(), 32767u);
+  EXPECT_EQ(kLineStamp.size() + line.size(), 32767u);
   line = logged(far + "&s=" + id());
-  EXPECT_EQ(kStamp.size() + line.size(), 32767u);
+  EXPECT_EQ(kLineStamp.size() + line.size(), 32767u);
   // The marker can be held, the end of the id cannot.
-  const std::string near(32767 - kStamp.size() - 67, 'x');
+  const std::string near(32767 - kLineStamp.size() - 67, 'x');
   EXPECT_TRUE(logged(near + "?s=" + id() + "rest") == near);
   // The last place where both can be held.
   const std::string nearer = near.substr(1);
@@ -137,15 +137,15 @@ TEST_F(EventLog, EventsAreServedBetweenBoxAndFile) {
     fileSeen = contentOf("\\Vornelle.log");
   });
   LogWindowAdd("outer");
-  EXPECT_EQ(boxSeen, std::string(kStamp) + "outer\r\n");
+  EXPECT_EQ(boxSeen, std::string(kLineStamp) + "outer\r\n");
   EXPECT_EQ(fileSeen, "(missing)");
 }
 
 TEST_F(EventLog, ALineLoggedMeanwhileComesLaterInTheBoxAndEarlierInTheFile) {
   sim::after(0, [] { LogWindowAdd("inner"); });
   LogWindowAdd("outer");
-  const std::string outer = std::string(kStamp) + "outer\r\n";
-  const std::string inner = std::string(kStamp) + "inner\r\n";
+  const std::string outer = std::string(kLineStamp) + "outer\r\n";
+  const std::string inner = std::string(kLineStamp) + "inner\r\n";
   EXPECT_EQ(form1.LogWindow.text(), outer + inner);
   EXPECT_EQ(contentOf("\\Vornelle.log"), inner + outer);
 }
@@ -161,7 +161,7 @@ TEST_F(EventLog, TheChangeHandlerRunsOnceForEveryLine) {
 TEST_F(EventLog, AFileThatCannotBeWrittenLeavesTheLineInTheBox) {
   sim::failWritesTo("Vornelle.log");
   LogWindowAdd("only in the box");
-  EXPECT_EQ(form1.LogWindow.text(), std::string(kStamp) + "only in the box\r\n");
+  EXPECT_EQ(form1.LogWindow.text(), std::string(kLineStamp) + "only in the box\r\n");
   EXPECT_FALSE(fileExists(inFolder("\\Vornelle.log")));
 }
 

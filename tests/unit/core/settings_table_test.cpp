@@ -98,10 +98,10 @@ TEST_F(SettingsTable, WhatAKindNeedsIsThere) {
 }
 
 TEST_F(SettingsTable, TheLongestKeyThatBeginsALineTakesIt) {
-  takeLine("MAX_LINK_SIZE_ON=FALSE");
+  takeSettingsLine("MAX_LINK_SIZE_ON=FALSE");
   EXPECT_FALSE(settings.MAX_LINK_SIZE_ON);
   EXPECT_EQ(settings.MAX_LINK_SIZE, 150);
-  takeLine("MAX_LINK_SIZE_O=33");
+  takeSettingsLine("MAX_LINK_SIZE_O=33");
   EXPECT_EQ(settings.MAX_LINK_SIZE, 33);
 }
 

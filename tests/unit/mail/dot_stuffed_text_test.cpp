@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t kNoLimit = 1U << 30;
 
-struct Outcome {
+struct TextOutcome {
   std::string text;
   std::size_t read = 0;  // bytes of the wire
   bool ended = false;
@@ -15,9 +15,9 @@ struct Outcome {
   bool mayHaveEnded = false;
 };
 
-Outcome readInPieces(std::string_view wire, std::size_t piece, bool bareLineFeeds = false,
-                     std::size_t limit = kNoLimit) {
-  Outcome outcome;
+TextOutcome readInPieces(std::string_view wire, std::size_t piece, bool bareLineFeeds = false,
+                         std::size_t limit = kNoLimit) {
+  TextOutcome outcome;
   DotStuffedText text(bareLineFeeds, limit, [&](std::string_view taken) { outcome.text += taken; });
   while (outcome.read < wire.size() && !text.ended() && !text.tooLong()) {
     outcome.read += text.read(wire.substr(outcome.read, piece));
@@ -33,7 +33,7 @@ void expectText(std::string_view expected, const std::string& wire, bool bareLin
   constexpr std::string_view kNext = "+OK next";
   const std::string all = wire + std::string(kNext);
   for (std::size_t piece = 1; piece <= all.size(); ++piece) {
-    const Outcome outcome = readInPieces(all, piece, bareLineFeeds);
+    const TextOutcome outcome = readInPieces(all, piece, bareLineFeeds);
     EXPECT_EQ(outcome.text, expected) << piece;
     EXPECT_TRUE(outcome.ended) << piece;
     EXPECT_FALSE(outcome.mayHaveEnded) << piece;
@@ -70,7 +70,7 @@ TEST(DotStuffedText, LineFeedsEndLinesWhereTheServersOwnLinesEndSo) {
 }
 
 TEST(DotStuffedText, ATextOfExactlyTheLimitIsTaken) {
-  const Outcome outcome = readInPieces("abc\r\n.\r\n", 3, false, 5);
+  const TextOutcome outcome = readInPieces("abc\r\n.\r\n", 3, false, 5);
   EXPECT_EQ(outcome.text, "abc\r\n");
   EXPECT_TRUE(outcome.ended);
   EXPECT_FALSE(outcome.tooLong);
@@ -80,7 +80,7 @@ TEST(DotStuffedText, NoMoreThanTheLimitIsEverTaken) {
   const std::string wire = "abcd\r\nefgh\r\n.\r\n";
   for (std::size_t piece = 1; piece <= wire.size(); ++piece) {
     for (std::size_t limit = 0; limit < 12; ++limit) {
-      const Outcome outcome = readInPieces(wire, piece, false, limit);
+      const TextOutcome outcome = readInPieces(wire, piece, false, limit);
       EXPECT_TRUE(outcome.tooLong) << piece << " " << limit;
       EXPECT_LE(outcome.text.size(), limit);
       EXPECT_EQ(outcome.text, wire.substr(0, outcome.text.size()));
@@ -90,7 +90,7 @@ TEST(DotStuffedText, NoMoreThanTheLimitIsEverTaken) {
 
 TEST(DotStuffedText, ADotAtALinesEndMayBeTheEndAndIsHeldBackUntilMoreComes) {
   for (std::size_t piece = 1; piece < 10; ++piece) {
-    const Outcome outcome = readInPieces("see you.\r\n", piece);
+    const TextOutcome outcome = readInPieces("see you.\r\n", piece);
     EXPECT_TRUE(outcome.mayHaveEnded);
     EXPECT_EQ(outcome.text, "see you");
     EXPECT_EQ(readInPieces("see you.\r\n!", piece).text, "see you.");

@@ -27,7 +27,7 @@ class Pieces : public NetStream {
   std::shared_ptr<std::size_t> read_;  // told how many bytes have been given out
 };
 
-constexpr std::size_t kNoLimit = 1U << 30;
+constexpr std::size_t kUnlimited = 1U << 30;
 
 class LineStreamTest : public SimTest {
  protected:
@@ -36,7 +36,7 @@ class LineStreamTest : public SimTest {
   void open(const std::string& bytes, std::size_t piece = 1U << 20) {
     line.emplace(std::make_unique<Pieces>(bytes, piece), 1000);
   }
-  std::string readText(std::size_t limit = kNoLimit) {
+  std::string readText(std::size_t limit = kUnlimited) {
     std::string text;
     const bool whole = line->readText(limit, [&](std::string_view piece) { text += piece; });
     return whole ? text : "(failed)";

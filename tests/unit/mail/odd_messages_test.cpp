@@ -35,7 +35,7 @@ OddMessage body(const char* oddity, const std::string& rest, const char* shown) 
   return {oddity, head(rest), kAnn, "Hello", shown};
 }
 
-const OddMessage kMessages[] = {
+const OddMessage kOddMessages[] = {
     {"a header that runs into its boundary",
      "Subject: Hello\nContent-Type: multipart/alternative; boundary=bb\nFrom: Ann "
      "<ann@x.example>\n--bb\nContent-Type: text/plain\nSubject: of the part\nFrom: "
@@ -253,11 +253,11 @@ std::string shownBody(const MailMessage& message) {
 }
 
 TEST(OddMessages, ThereAreEnoughOfThem) {
-  EXPECT_GE(std::size(kMessages), 60U);
+  EXPECT_GE(std::size(kOddMessages), 60U);
 }
 
 TEST(OddMessages, AreReadAsAPersonWouldReadThem) {
-  for (const OddMessage& odd : kMessages) {
+  for (const OddMessage& odd : kOddMessages) {
     for (const char* lineEnd : {"\r\n", "\n"}) {
       const MailMessage message = parseMessage(replaceAll(odd.source, "\n", lineEnd));
       EXPECT_EQ(odd.from, toUtf8(message.getFromAddress())) << odd.oddity;
@@ -269,7 +269,7 @@ TEST(OddMessages, AreReadAsAPersonWouldReadThem) {
 
 // The filter judges by the header alone.
 TEST(OddMessages, HaveTheSameSenderAndSubjectWithoutTheirBody) {
-  for (const OddMessage& odd : kMessages) {
+  for (const OddMessage& odd : kOddMessages) {
     const MailMessage header = parseMessageHeader(replaceAll(odd.source, "\n", "\r\n"));
     EXPECT_EQ(odd.from, toUtf8(header.getFromAddress())) << odd.oddity;
     EXPECT_EQ(odd.subject, toUtf8(header.getSubject())) << odd.oddity;

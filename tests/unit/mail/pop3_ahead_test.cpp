@@ -9,7 +9,7 @@
 namespace vornelle {
 namespace {
 
-std::string idOf(int number) {
+std::string uidlOf(int number) {
   return "id-" + std::to_string(number);
 }
 
@@ -23,11 +23,11 @@ class Pop3AheadTest : public Pop3ClientTest {
   }
   void expect(int first, int last) {
     std::vector<std::string> uidls;
-    for (int n = first; n <= last; ++n) uidls.push_back(idOf(n));
+    for (int n = first; n <= last; ++n) uidls.push_back(uidlOf(n));
     mail->popExpect({uidls.begin(), uidls.end()});
   }
   [[nodiscard]] std::string textOf(int number) const {
-    const auto fetched = mail->popGetMessage(idOf(number));
+    const auto fetched = mail->popGetMessage(uidlOf(number));
     return fetched ? fetched->getRawText() : "none";
   }
   [[nodiscard]] bool isRight(int number) const { return textOf(number) == message(number); }
@@ -77,8 +77,8 @@ TEST_F(Pop3AheadTest, ADeletionGoesOutAfterItsMessageAndBeforeQuit) {
   for (int n = 1; n <= 40; ++n) {
     ASSERT_TRUE(isRight(n));
     EXPECT_EQ(0, mailbox->count("DELE " + std::to_string(n)));
-    EXPECT_TRUE(mail->popDeleteMessage(idOf(n)));
-    EXPECT_FALSE(mail->popDeleteMessage(idOf(n))) << "it has been deleted";
+    EXPECT_TRUE(mail->popDeleteMessage(uidlOf(n)));
+    EXPECT_FALSE(mail->popDeleteMessage(uidlOf(n))) << "it has been deleted";
     EXPECT_EQ("none", textOf(n));
   }
   EXPECT_EQ(40U, quit().size());
@@ -90,7 +90,7 @@ TEST_F(Pop3AheadTest, WhatIsNotWantedAfterAllIsDroppedAndStays) {
   expectMany(40);
   for (int n = 1; n <= 40; n += 3) {
     EXPECT_TRUE(isRight(n));
-    EXPECT_TRUE(mail->popDeleteMessage(idOf(n)));
+    EXPECT_TRUE(mail->popDeleteMessage(uidlOf(n)));
   }
   EXPECT_TRUE(isRight(2)) << "what has been dropped can be fetched again";
   EXPECT_EQ(14U, quit().size());
@@ -134,7 +134,7 @@ TEST_F(Pop3AheadTest, ARefusedDeletionLeavesTheMessageAndBreaksNothing) {
   mailbox->answers["DELE 3"] = "-ERR no\r\n";
   for (int n = 1; n <= 40; ++n) {
     EXPECT_TRUE(isRight(n));
-    EXPECT_TRUE(mail->popDeleteMessage(idOf(n)));
+    EXPECT_TRUE(mail->popDeleteMessage(uidlOf(n)));
   }
   EXPECT_EQ(39U, quit().size());
   EXPECT_TRUE(mailbox->has("id-3"));
@@ -159,7 +159,7 @@ TEST_F(Pop3AheadTest, ARefusedMessageIsKeptAndTheOthersAreNot) {
   mailbox->answers["UIDL 4"] = "-ERR gone\r\n";
   for (int n = 1; n <= 40; ++n) {
     EXPECT_EQ(n != 3 && n != 4, isRight(n)) << n;
-    EXPECT_EQ(n != 3 && n != 4, mail->popDeleteMessage(idOf(n)));
+    EXPECT_EQ(n != 3 && n != 4, mail->popDeleteMessage(uidlOf(n)));
   }
   EXPECT_EQ(38U, quit().size());
   EXPECT_EQ(0, sim::elapsedMilliseconds()) << "nobody has waited in vain";
@@ -174,7 +174,7 @@ TEST_F(Pop3AheadTest, AMessageThatEndsTooEarlyIsKeptAndTheOthersAreNot) {
   expect(1, 40);
   for (int n = 1; n <= 40; ++n) {
     EXPECT_EQ(n != 5, isRight(n)) << n;
-    EXPECT_EQ(n != 5, mail->popDeleteMessage(idOf(n)));
+    EXPECT_EQ(n != 5, mail->popDeleteMessage(uidlOf(n)));
   }
   EXPECT_EQ(39U, quit().size());
 }
@@ -197,7 +197,7 @@ TEST_F(Pop3AheadTest, ConfirmationsOfOtherMessagesAreNotBelieved) {
   mailbox->answers["UIDL 6"] = "+OK one more\r\n+OK 6 id-6\r\n";
   for (int n = 1; n <= 8; ++n) {
     EXPECT_EQ(n != 3 && n != 6, isRight(n)) << n;
-    EXPECT_EQ(n != 3 && n != 6, mail->popDeleteMessage(idOf(n)));
+    EXPECT_EQ(n != 3 && n != 6, mail->popDeleteMessage(uidlOf(n)));
   }
   EXPECT_EQ(6U, quit().size());
 }
@@ -214,7 +214,7 @@ TEST_F(Pop3AheadTest, AnAnswerThatIsNoneEndsTheSessionWithoutQuit) {
     int fetched = 0;
     for (int n = 1; n <= 800; ++n) {
       fetched += isRight(n) ? 1 : 0;
-      static_cast<void>(mail->popDeleteMessage(idOf(n)));
+      static_cast<void>(mail->popDeleteMessage(uidlOf(n)));
     }
     EXPECT_LT(fetched, 800);
     EXPECT_TRUE(quit().empty());
@@ -240,7 +240,7 @@ TEST_F(Pop3AheadTest, AnswersOutOfStepLoseNoMessage) {
       for (int n = 1; n <= 300; ++n) {
         const std::string text = textOf(n);
         if (text.find(message(n)) == std::string::npos) continue;
-        if (mail->popDeleteMessage(idOf(n))) saved.push_back(idOf(n));
+        if (mail->popDeleteMessage(uidlOf(n))) saved.push_back(uidlOf(n));
       }
       for (const std::string& id : quit())
         EXPECT_NE(saved.end(), std::find(saved.begin(), saved.end(), id)) << at << extra << id;
@@ -263,7 +263,7 @@ TEST_F(Pop3AheadTest, ALineCutAtAnyByteDeletesNothing) {
     for (int n = 1; n <= 32; ++n) {
       const std::string text = textOf(n);
       EXPECT_TRUE(text == message(n) || text == "none") << n;
-      if (!mail->popDeleteMessage(idOf(n))) ++lost;
+      if (!mail->popDeleteMessage(uidlOf(n))) ++lost;
     }
     const std::vector<std::string> deleted = quit();
     whole = mailbox->bytesSent;
@@ -283,7 +283,7 @@ TEST_F(Pop3AheadTest, AServerThatFallsSilentEndsTheSessionWithoutQuit) {
   mailbox->stallsAt = "RETR 20";
   for (int n = 1; n <= 40; ++n) {
     EXPECT_EQ(n < 20, isRight(n)) << n;
-    EXPECT_EQ(n < 20, mail->popDeleteMessage(idOf(n)));
+    EXPECT_EQ(n < 20, mail->popDeleteMessage(uidlOf(n)));
   }
   EXPECT_EQ(30'000, sim::elapsedMilliseconds()) << "one time-out, not one for each message";
   EXPECT_TRUE(quit().empty());
@@ -293,7 +293,7 @@ TEST_F(Pop3AheadTest, GivenUpInTheMiddleTheSeriesEndsWithWhatHasBeenDeleted) {
   expectMany(40);
   for (int n = 1; n <= 10; ++n) {
     EXPECT_TRUE(isRight(n));
-    EXPECT_TRUE(mail->popDeleteMessage(idOf(n)));
+    EXPECT_TRUE(mail->popDeleteMessage(uidlOf(n)));
   }
   EXPECT_EQ(10U, quit().size());
   EXPECT_EQ(30U, mailbox->messages.size());
@@ -352,7 +352,7 @@ class SeriesAtADistance : public Pop3AheadTest {
   // A run that saves and deletes every message.
   int deletedOf(int messages, std::size_t commandBytes = 1U << 30) {
     mailbox = std::make_shared<Pop3Mailbox>();
-    for (int n = 1; n <= messages; ++n) deliver(idOf(n), message(n) + std::string(4000, 'x') + "\r\n");
+    for (int n = 1; n <= messages; ++n) deliver(uidlOf(n), message(n) + std::string(4000, 'x') + "\r\n");
     distance = {};
     {
       Pop3Client client(given([&] {
@@ -364,10 +364,10 @@ class SeriesAtADistance : public Pop3AheadTest {
       EXPECT_TRUE(
           client.fetchHeaders([](std::size_t, const MaildropEntry&, std::string_view) { return true; }));
       std::vector<std::string> uidls;
-      for (int n = 1; n <= messages; ++n) uidls.push_back(idOf(n));
+      for (int n = 1; n <= messages; ++n) uidls.push_back(uidlOf(n));
       client.expect({uidls.begin(), uidls.end()});
       for (int n = 1; n <= messages; ++n) {
-        if (client.fetchMessage(idOf(n))) static_cast<void>(client.deleteMessage(idOf(n)));
+        if (client.fetchMessage(uidlOf(n))) static_cast<void>(client.deleteMessage(uidlOf(n)));
       }
     }
     return static_cast<int>(mailbox->deleted.size());

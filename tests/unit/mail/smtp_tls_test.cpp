@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr std::int32_t kSent = 1;
+constexpr std::int32_t kAccepted = 1;
 const std::string kEhlo = "EHLO [127.0.0.1]";
 
 class SmtpTlsTest : public SimTest {
@@ -52,7 +52,7 @@ TEST_F(SmtpTlsTest, BeforeTheHandshakeNothingIsSaidButEhloAndStarttlsAndEhloCome
   ASSERT_TRUE(mail->smtpLogin());
   EXPECT_THAT(server->plainCommands, ElementsAre(kEhlo, "STARTTLS"));
   EXPECT_THAT(server->commands, ElementsAre(kEhlo, "STARTTLS", kEhlo, "AUTH LOGIN", "Ym9i", "c2VjcmV0"));
-  EXPECT_EQ(kSent, mail->smtpSendRaw("ann@x.example", "bob@x.example", "x\r\n"));
+  EXPECT_EQ(kAccepted, mail->smtpSendRaw("ann@x.example", "bob@x.example", "x\r\n"));
   mail.reset();
   EXPECT_EQ(server->commands.back(), "QUIT");
   EXPECT_THAT(server->plainCommands, ElementsAre(kEhlo, "STARTTLS"));
@@ -69,7 +69,7 @@ TEST_F(SmtpTlsTest, WhatTheServerToldBeforeTheHandshakeIsForgotten) {
   server->plainExtensions = {"8BITMIME", "STARTTLS"};
   server->extensions = {"AUTH LOGIN"};
   ASSERT_TRUE(mail->smtpLogin());
-  EXPECT_EQ(kSent, mail->smtpSendRaw("ann@x.example", "bob@x.example", "\xFC\r\n"));
+  EXPECT_EQ(kAccepted, mail->smtpSendRaw("ann@x.example", "bob@x.example", "\xFC\r\n"));
   EXPECT_EQ(server->mails.at(0).from, "<ann@x.example>");
 }
 
@@ -84,7 +84,7 @@ TEST_F(SmtpTlsTest, WhereStarttlsIsRefusedNothingElseIsSaidNotEvenQuit) {
     server->answers["STARTTLS"] = answer;
     EXPECT_EQ(reasonOfFailedLogOn(), MailReason::tlsNotOffered) << answer;
     EXPECT_EQ(mail->failure().words, cleanedWords(answer));
-    EXPECT_NE(kSent, mail->smtpSendRaw("ann@x.example", "bob@x.example", "x\r\n"));
+    EXPECT_NE(kAccepted, mail->smtpSendRaw("ann@x.example", "bob@x.example", "x\r\n"));
     EXPECT_THAT(server->commands, ElementsAre(kEhlo, "STARTTLS"));
   }
 }

@@ -5,20 +5,26 @@
 #
 # The only choice made by system is which folder implements the platform. A program with the property
 # ON_SIMULATED_PLATFORM gets the simulated one.
-function(folder_library name)
+function(folder_library name type)
   set(globs ${ARGN})
   list(TRANSFORM globs PREPEND ${PROJECT_SOURCE_DIR}/)
   list(TRANSFORM globs APPEND /*.cpp)
   file(GLOB sources CONFIGURE_DEPENDS ${globs})
-  add_library(${name} STATIC ${sources})
+  # Where a running program is put together stands in core/ and above everything.
+  list(REMOVE_ITEM sources ${PROJECT_SOURCE_DIR}/core/startup.cpp)
+  if(VORNELLE_SANITIZE)
+    joined_sources(sources ${name} ${sources})
+  endif()
+  add_library(${name} ${type} ${sources})
 endfunction()
 
-folder_library(vornelle_base base)
+folder_library(vornelle_base STATIC base)
 
-# Its sources are those of the named folders below platform/ and of platform/common/.
+# Its sources are those of the named folders below platform/ and, compiled once for all of them, what platforms share.
 function(platform_library name)
   list(TRANSFORM ARGN PREPEND platform/ OUTPUT_VARIABLE folders)
-  folder_library(${name} platform/common ${folders})
+  folder_library(${name} STATIC ${folders})
+  target_sources(${name} PRIVATE $<TARGET_OBJECTS:vornelle_platform_shared>)
   target_link_libraries(${name} PUBLIC vornelle_base)
 endfunction()
 
@@ -34,6 +40,7 @@ if(WIN32)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${definition})
     list(APPEND delayed_libraries ${library})
   endforeach()
+  folder_library(vornelle_platform_shared OBJECT platform/common)
   platform_library(vornelle_platform win32)
   target_link_libraries(vornelle_platform INTERFACE ws2_32 bcrypt ole32 oleaut32 uuid shell32 comctl32
     advapi32 user32 gdi32 shlwapi
@@ -41,26 +48,23 @@ if(WIN32)
 else()
   # TLS is the system's OpenSSL, where it is there; the console program does without.
   find_package(OpenSSL 3)
+  folder_library(vornelle_platform_shared OBJECT platform/common platform/unix)
   if(OPENSSL_FOUND)
-    platform_library(vornelle_platform unix posix openssl)
+    platform_library(vornelle_platform posix openssl)
     target_link_libraries(vornelle_platform PUBLIC OpenSSL::SSL)
   else()
-    platform_library(vornelle_platform unix posix no_tls)
+    platform_library(vornelle_platform posix no_tls)
   endif()
-  platform_library(vornelle_sim unix sim)
+  platform_library(vornelle_sim sim)
 endif()
 
 set(below $<IF:$<BOOL:$<TARGET_PROPERTY:ON_SIMULATED_PLATFORM>>,vornelle_sim,vornelle_platform>)
 foreach(folder core mail pages web desktop)
-  folder_library(vornelle_${folder} ${folder})
+  folder_library(vornelle_${folder} STATIC ${folder})
   target_link_libraries(vornelle_${folder} PUBLIC ${below})
   set(below vornelle_${folder})
 endforeach()
 
-# Where a running program is put together stands in core/ and above everything.
-get_target_property(core_sources vornelle_core SOURCES)
-list(FILTER core_sources EXCLUDE REGEX "/core/startup\\.cpp$")
-set_target_properties(vornelle_core PROPERTIES SOURCES "${core_sources}")
 add_library(vornelle_startup STATIC core/startup.cpp)
 target_link_libraries(vornelle_startup PUBLIC vornelle_desktop)
 

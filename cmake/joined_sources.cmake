@@ -1,0 +1,30 @@
+# Source files that include others, a few each: what several files of a folder include is then compiled once for all of
+# them, and with it what they make of the templates in there. Names in the files' unnamed namespaces must differ for that.
+# The files are named from the project's folder, so that the compiler cache knows them in any checkout.
+option(VORNELLE_JOIN "Compile the tests, and everything with sanitizers, several files at a time" ON)
+
+# ARGN: the sources; an option that only one file gets has to be its target's.
+function(joined_sources result name)
+  set(sources ${ARGN})
+  if(NOT VORNELLE_JOIN)
+    set(${result} ${sources} PARENT_SCOPE)
+    return()
+  endif()
+  set(all)
+  list(LENGTH sources count)
+  math(EXPR groups "(${count} + 7) / 8")
+  foreach(group RANGE 1 ${groups})
+    math(EXPR first "${count} * (${group} - 1) / ${groups}")
+    math(EXPR size "${count} * ${group} / ${groups} - ${first}")
+    list(SUBLIST sources ${first} ${size} members)
+    set(text)
+    foreach(member ${members})
+      cmake_path(RELATIVE_PATH member BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
+      string(APPEND text "#include \"${member}\"\n")
+    endforeach()
+    set(file ${PROJECT_BINARY_DIR}/joined/${name}_${group}.cpp)
+    file(CONFIGURE OUTPUT ${file} CONTENT "${text}" @ONLY)
+    list(APPEND all ${file})
+  endforeach()
+  set(${result} ${all} PARENT_SCOPE)
+endfunction()

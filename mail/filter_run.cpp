@@ -121,21 +121,25 @@ class SavedMessages {
   std::size_t bytes_ = 0;
 };
 
-// Messages that were caught and could not be fetched: they stay in the mailbox.
+// Messages that were caught and could not be fetched: they stay in the mailbox, unless something else has
+// used it meanwhile, a filter run perhaps, which has caught them.
 struct NotFetched {
   int count = 0;
-  std::string why;  // of the last one
+  bool isOurs = true;  // the mailbox, up to the last one
+  std::string why;     // of the last one
 
   void add(const MailComponent* component) {
     ++count;
-    why = component ? failureText(component->failure()) : "something else has used the mailbox meanwhile.";
+    isOurs = component != nullptr;
+    why = isOurs ? failureText(component->failure()) : "something else has used the mailbox meanwhile.";
   }
   [[nodiscard]] std::string text() const {
     if (count == 0) return "";
-    return (count == 1
-                ? " 1 message could not be fetched and stays in the mailbox: "
-                : " " + std::to_string(count) + " messages could not be fetched and stay in the mailbox: ") +
-           why;
+    const std::string_view stay = !isOurs      ? ""
+                                  : count == 1 ? " and stays in the mailbox"
+                                               : " and stay in the mailbox";
+    return " " + std::to_string(count) + (count == 1 ? " message" : " messages") + " could not be fetched" +
+           std::string(stay) + ": " + why;
   }
 };
 

@@ -144,20 +144,22 @@ struct Tally {
   static std::string reason(const std::string& why) { return why.empty() ? "the event log tells why" : why; }
 
   void remember() const {
-    if (restored + notRestored > 0) {
-      std::string text = std::to_string(restored) + " restored";
-      if (notRestored > 0)
-        text += ", " + std::to_string(notRestored) + " could not be: " + reason(whyNotRestored);
-      text += friends;
-      // One sentence for both, since pages show what happened last.
-      if (deleted > 0) text += ", " + std::to_string(deleted) + " deleted";
-      outcomes.restore = outcome(notRestored == 0, text);
-    }
     if (deleted + notDeleted > 0) {
       std::string text = std::to_string(deleted) + " deleted";
       if (notDeleted > 0)
         text += ", " + std::to_string(notDeleted) + " could not be: " + reason(whyNotDeleted);
       outcomes.deletion = outcome(notDeleted == 0, text);
+    }
+    // Behind that, and one sentence for both: pages show what happened last.
+    if (restored + notRestored > 0) {
+      std::string text = std::to_string(restored) + " restored";
+      if (notRestored > 0)
+        text += ", " + std::to_string(notRestored) + " could not be: " + reason(whyNotRestored);
+      text += friends;
+      if (deleted > 0) text += ", " + std::to_string(deleted) + " deleted";
+      if (notDeleted > 0)
+        text += ", " + std::to_string(notDeleted) + " not deleted: " + reason(whyNotDeleted);
+      outcomes.restore = outcome(notRestored + notDeleted == 0, text);
     }
   }
 };
@@ -195,6 +197,7 @@ void logRestore(bool sent, const std::string& sender) {
 
 bool restoreRow(const CheckedRow& row, std::string& why) {
   if (!isNameInFolder(row.key)) {
+    why.clear();
     logRestore(false, row.sender);
     return false;
   }

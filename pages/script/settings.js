@@ -107,9 +107,10 @@
   }
   // The field that is being typed into, with its hint and its problem. Behind the browser's own scrolling, which has only
   // the field itself in mind and may come late. Nothing moves under a pointer that is down: its click would go elsewhere.
-  var isPressed = false;
+  var isPressed = false, isHeldBack = false;
   function showWhole() {
     var row = document.activeElement && document.activeElement.closest('.field'), box, hidden;
+    if (isPressed) isHeldBack = true;
     if (!row || isPressed) return;
     box = row.getBoundingClientRect();
     hidden = box.bottom + 8 - (isBarFixed() ? Math.min(bar.getBoundingClientRect().top, innerHeight) : innerHeight);
@@ -156,9 +157,14 @@
     form.addEventListener('change', onChange);
     form.addEventListener('submit', onSubmit);
     ['focusin', 'keyup', 'input', 'submit'].forEach(function (name) { form.addEventListener(name, showWholeSoon); });
-    window.addEventListener('pointerdown', function () { isPressed = true; }, true);
-    ['pointerup', 'pointercancel'].forEach(function (name) {
-      window.addEventListener(name, function () { isPressed = false; showWholeSoon(); }, true);
+    window.addEventListener('pointerdown', function () { isPressed = true; isHeldBack = false; }, true);
+    // A press ends in no event where it opens something of the browser's own; keys come behind it.
+    ['pointerup', 'pointercancel', 'keydown'].forEach(function (name) {
+      window.addEventListener(name, function () {
+        isPressed = false;
+        if (isHeldBack) showWholeSoon();
+        isHeldBack = false;
+      }, true);
     });
     keepClear();
     window.addEventListener('resize', keepClear);

@@ -40,16 +40,11 @@
       plural(Number(run[2]), 'message lies', 'messages lie') + ' in the SpamBox.';
   }
 
-  // Of two in the same second the one that is named later.
+  // They come in the order in which they came about. Why something failed is also told by what failed, where that was an
+  // action.
   function latestResult(status) {
-    var best = null;
-    Object.keys(status.results).forEach(function (name) {
-      var result = status.results[name];
-      // Why something failed is also told by what failed, where that was an action.
-      if (name === 'failure' || (best && result.time < best.time)) return;
-      best = { name: name, time: result.time, good: result.good, text: plainWords(result.text) };
-    });
-    return best;
+    var name = Object.keys(status.results).filter(function (one) { return one !== 'failure'; }).pop(), result = status.results[name];
+    return result ? { name: name, time: result.time, good: result.good, text: plainWords(result.text) } : null;
   }
 
   function putBack(removed) {

@@ -39,10 +39,9 @@ Mark takeName(const Descriptor& folder, Descriptor& socket) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   // The leading NUL of sun_path makes it a name outside every file system.
-  const int length =
-      std::snprintf(address.sun_path + 1, sizeof address.sun_path - 1, "vornelle-%llx-%llx-%u",
-                    static_cast<unsigned long long>(status.st_dev),
-                    static_cast<unsigned long long>(status.st_ino), static_cast<unsigned>(getuid()));
+  const int length = std::snprintf(address.sun_path + 1, sizeof address.sun_path - 1, "vornelle-%llx-%llx",
+                                   static_cast<unsigned long long>(status.st_dev),
+                                   static_cast<unsigned long long>(status.st_ino));
   const auto size =
       static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + static_cast<std::size_t>(length));
   if (bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), size) == 0) return Mark::taken;

@@ -146,6 +146,17 @@ inEachBrowser((userTest) => {
     assert.equal(await box.isChecked(), !ticked);
     await until(() => isClear(user, '#ACTIVE-hint'), 'the hint in sight');
     await box.setChecked(ticked);
+    // A press that turns into a swipe moves nothing either, where the field that has the focus has been swiped out of sight.
+    await user.page.focus('#POP_SERVER');
+    await user.page.waitForTimeout(300);
+    const moved = await user.page.evaluate(async () => {
+      document.querySelector('#POP_SERVER').closest('.field').style.marginTop = '100vh';
+      const before = window.scrollY;
+      for (const name of ['pointerdown', 'pointercancel']) document.body.dispatchEvent(new window.PointerEvent(name, { bubbles: true }));
+      await new Promise((resolve) => setTimeout(resolve, 300));
+      return window.scrollY - before;
+    });
+    assert.equal(moved, 0);
   });
 
   userTest('TheBrowserAsksBeforeATabWithChangesGoesElsewhere', () => app, async (user) => {

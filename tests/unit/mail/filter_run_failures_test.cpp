@@ -48,6 +48,16 @@ TEST_F(FilterRun, ThePagesTellWhyCaughtMessagesCouldNotBeFetched) {
   EXPECT_THAT(outcomes.filterRun.text, testing::EndsWith(" spam."));
 }
 
+TEST_F(FilterRun, MessagesThatAnotherRunHasTakenMeanwhileAreNotSaidToStay) {
+  add("id1", "eve@elsewhere.example");
+  add("id2", "eve@elsewhere.example");
+  sim::after(0, [] { mailFilter(); });
+  mailFilter();
+  EXPECT_THAT(drop.mails, IsEmpty());
+  EXPECT_THAT(outcomes.filterRun.text,
+              HasSubstr("could not be fetched: something else has used the mailbox"));
+}
+
 TEST_F(FilterRun, AMessageWithoutAHeaderIsJudgedByNobody) {
   add("id1", "eve@elsewhere.example");
   add("id2", "eve@elsewhere.example");

@@ -232,6 +232,29 @@ TEST_F(MessageActions, WhyOneMessageCouldNotBeRestoredIsToldAlthoughTheNextOneCo
   EXPECT_EQ(outcomes.failure.text, "") << "the Inbox page would say that the mailbox was not reached";
 }
 
+TEST_F(MessageActions, PagesTellOfARestoreAndADeletionInOneSentence) {
+  for (const char* key : {"a", "b"})
+    makeFile("\\spam\\" + std::string(key) + ".txt", "From: " + std::string(key) + "@x.example\r\n");
+  row(0, "a", "ann");
+  row(1, "b", "bob");
+  row(2, "", "eve");
+  outbox_->answers["RCPT"] = "550 no\r\n";
+  post("SPAMBOX", "SUBMIT3=RESTORE-DELETE&R0=1&D1=1&D2=1&END=1");
+  EXPECT_THAT(outcomes.restore.text, StartsWith("0 restored, 1 could not be: "));
+  EXPECT_THAT(outcomes.restore.text, EndsWith(", 1 deleted, 1 not deleted: the event log tells why"));
+  EXPECT_FALSE(outcomes.restore.good);
+  EXPECT_GT(outcomes.restore.order, outcomes.deletion.order) << "it is what happened last";
+}
+
+TEST_F(MessageActions, TheReasonOfOneMessageIsNotThatOfALaterOneWithout) {
+  makeFile("\\spam\\a.txt", "From: a@x.example\r\n");
+  row(0, "a", "ann");
+  row(1, "", "eve");
+  outbox_->answers["RCPT"] = "550 no\r\n";
+  post("SPAMBOX", "SUBMIT3=RESTORE-DELETE&R0=1&R1=1&END=1");
+  EXPECT_EQ(outcomes.restore.text, "0 restored, 2 could not be: the event log tells why");
+}
+
 TEST_F(MessageActions, AReasonOfAnEarlierTaskIsNoReasonOfThisOne) {
   lastMailFailures.smtp.reason = MailReason::unreachable;
   row(0, "", "ann");

@@ -10,6 +10,7 @@
 //   menu HANDLE FILE the entries of a window's menu bar, whose resource is in that program, with their places
 //   close HANDLE     asks the window to close, as its close button does
 //   end PID          ends a process at once, with nothing saved
+//   maximize HANDLE  asks the window to maximise, as its menu does
 //   press HANDLE     presses a button
 //   taskbar          what a task bar tells all windows when it has been started
 //   link PATH        the target of a shell link
@@ -425,6 +426,7 @@ std::string answer(const std::string& line) {
   if (command == "text") return quoted(textOf(handleOf(argument)));
   if (command == "topline") return number(SendMessageW(handleOf(argument), EM_GETFIRSTVISIBLELINE, 0, 0));
   if (command == "close") return boolean(PostMessageW(handleOf(argument), WM_CLOSE, 0, 0));
+  if (command == "maximize") return boolean(PostMessageW(handleOf(argument), WM_SYSCOMMAND, SC_MAXIMIZE, 0));
   if (command == "end") return boolean(endProcess(static_cast<DWORD>(std::stoul(argument))));
   if (command == "press") return boolean(PostMessageW(handleOf(argument), BM_CLICK, 0, 0));
   if (command == "tips") return tips(static_cast<DWORD>(std::stoul(argument)));

@@ -181,10 +181,8 @@ test('The mouse that is dragged along the top of the window is not taken for the
   await desktop.moveAside();
   const width = ([left, , right]) => right - left;
   const normal = width((await desktop.main()).rect);
-  await desktop.insist(async () => {
-    const [left, top, right] = (await desktop.main()).rect;
-    await desktop.xdotool('mousemove', Math.round((left + right) / 2), top + 8, 'click', '--repeat', 2, '--delay', 40, 1);
-  }, async () => width((await desktop.main()).rect) > 1200, 'the maximised window');
+  await desktop.ask(`maximize ${(await desktop.main()).handle}`);
+  await until(async () => width((await desktop.main()).rect) > 1200, 'the maximised window');
   // Every point with the icon's numbers across that the top row of the window's inside can have.
   const main = await desktop.main();
   const [left] = main.rect;

@@ -388,7 +388,14 @@ export class Desktop {
     const found = await until(() => this.xdotool('search', '--onlyvisible', '--name', 'Wine System Tray').catch(() => ''),
       'the notification area');
     const tray = found.trim().split('\n')[0];
-    await this.xdotool('windowraise', tray, 'mousemove', '--window', tray, 10, 10, 'click', button);
+    // A window that covers it lets it to the front a moment later.
+    await until(async () => {
+      await this.xdotool('windowraise', tray, 'mousemove', '--window', tray, 10, 10);
+      // What lies under the pointer is the frame of the tray, which is as narrow, or a window that is not.
+      const [, under] = /WINDOW=(\d+)/.exec(await this.xdotool('getmouselocation', '--shell'));
+      return Number(/WIDTH=(\d+)/.exec(await this.xdotool('getwindowgeometry', '--shell', under))[1]) < 250;
+    }, 'the notification area in front');
+    await this.xdotool('click', button);
   }
 
   // The main window's number in the X server.

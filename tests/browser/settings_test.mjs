@@ -148,7 +148,7 @@ inEachBrowser((userTest) => {
     await box.setChecked(ticked);
     // A press that turns into a swipe moves nothing either, where the field that has the focus has been swiped out of sight.
     await user.page.focus('#POP_SERVER');
-    await user.page.waitForTimeout(300);
+    await user.page.waitForTimeout(600);
     const scrolls = await user.page.evaluate(async () => {
       let times = 0;
       window.scrollBy = () => { times++; };

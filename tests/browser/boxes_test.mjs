@@ -297,4 +297,4 @@ inEachBrowser((userTest) => {
     await user.page.keyboard.press('j');
     assert.equal(await focused(user), 'letter 0');
   });
-});
+}, { own: true });

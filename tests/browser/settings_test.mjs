@@ -270,4 +270,4 @@ inEachBrowser((userTest) => {
       assert.match(other.read('Vornelle.ini'), /POP_PASSWORD=secret\r\n/);
     });
   });
-});
+}, { own: true });

@@ -1,6 +1,7 @@
 // Programs with a scripted mail server each, which tests use one after the other: starting a program takes longer than most
-// of what is asked of it. A test finds one as if it had just been started: an empty SpamBox, an empty log, the server with this
-// test's mailbox and faults. One in which a test failed serves no other.
+// of what is asked of it. A test finds an empty SpamBox, an empty log and the server with its own mailbox and faults. Lists and
+// settings are as the tests before it have left them: one that changes them for others puts them back, or asks for lists of
+// its own. One in which a test failed serves no other.
 //
 //   await onLane({ messages, pop: { faults: [{ verb: 'RETR', cut: 'middle' }] } }, async ({ app, server }) => {
 //     await app.login();
